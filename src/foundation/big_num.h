@@ -1,0 +1,54 @@
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+// An unsigned integer of any size: session keys, property values, and decimal constants beyond 64 bits.
+// Copies share one counted buffer until one of them changes. Every buffer is overwritten with zero before
+// it is given back, since keys live in it. For one thread.
+class BigNum {
+ public:
+  BigNum();
+  BigNum(std::uint32_t value);  // NOLINT(google-explicit-constructor): a small number is a number
+  BigNum(const BigNum& other);
+  BigNum& operator=(const BigNum& other);
+  ~BigNum();
+
+  friend bool operator==(const BigNum& left, const BigNum& right);
+  friend std::strong_ordering operator<=>(const BigNum& left, const BigNum& right);
+
+  static BigNum add(const BigNum& a, const BigNum& b);
+  static BigNum multiply(const BigNum& a, const BigNum& b);
+
+  // Shifts in place. Fewer than one bit changes nothing.
+  void shiftLeft(int bits);
+
+  // Reads big-endian bytes. The number must be 0.
+  void bn_set_data(const std::uint8_t* bytes, std::size_t count);
+
+  // Writes the magnitude, big-endian and without leading zeros, to the start of buffer, zeros behind it,
+  // and sets length to the number of bytes. length comes in as the buffer's size, which must be at least
+  // dataCapacity(); anything less is a defect of the caller.
+  void bn_get_data(std::uint8_t* buffer, std::size_t& length) const;
+  std::size_t dataCapacity() const { return 4 * size_; }
+
+  // Throws error::ERange beyond 64 significant bits.
+  std::uint64_t toUint64() const;
+
+  // Takes the value of hexadecimal digits in either case, without prefix or sign. Throws error::EParseError.
+  void fromHex(std::string_view text);
+
+  std::size_t size() const { return size_; }
+
+ private:
+  void release();
+  void resize(std::size_t words);
+  void trim();
+  static std::uint32_t* allocate(std::size_t words);
+
+  std::uint32_t* limbs_;  // least significant word first; the word ahead of it counts the sharers
+  std::size_t size_;      // significant words: the top one is never 0
+  std::size_t capacity_;  // words in the buffer, zero from size_ on
+};

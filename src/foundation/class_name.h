@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <typeinfo>
+
+#include "foundation/assertion.h"
+
+// The name of a type as its source spells it: "unsigned int", "protocol::Response".
+std::string typeName(const std::type_info& type);
+
+// The same without the namespace: "Response".
+std::string className(const std::type_info& type);
+
+// Narrows a pointer to a class that the caller knows it to point to. Anything else is a defect.
+// T is the wanted pointer type: checked_cast<const Domain*>(value).
+template <class T, class From>
+T checked_cast(From* pointer) {
+  T narrowed = dynamic_cast<T>(pointer);
+  if (narrowed == nullptr) [[unlikely]] {
+    const std::string got = pointer == nullptr ? "(null)" : className(typeid(*pointer));
+    assertionFailed("checked_cast failed, " + got + " should have been " + className(typeid(*narrowed)));
+  }
+  return narrowed;
+}

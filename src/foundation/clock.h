@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+// Whole seconds since 1970-01-01 00:00 UTC.
+std::int64_t currentSeconds();
+
+// Pauses the process. A count below 1 returns at once.
+void sleepSeconds(std::int64_t seconds);
+
+// The C library's calendar, in whatever zone is in force. Each platform has its own.
+struct tm;
+
+// Puts a zone in force: the text of TZ, or the system's zone if it is null. False if it was refused.
+bool platform_set_zone(const char* zone);
+// False if the time is not representable.
+bool platform_break_down(std::int64_t time, tm& result);
+// -1 if the fields are not representable.
+std::int64_t platform_compose(tm& fields);

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+// The failures of the whole program. All of them derive from error::Exception, which on purpose is no
+// std::exception: what the standard library throws is reported as an unknown exception.
+// They are thrown by value, caught by reference, and reported by main alone.
+namespace error {
+
+class Exception {
+ public:
+  Exception() = default;
+  Exception(const Exception&) = default;
+  Exception& operator=(const Exception&) = default;
+  virtual ~Exception() = default;
+
+  virtual std::string description() const = 0;
+
+  // What the user reads: the description and whatever was appended on the way out.
+  std::string text() const { return description() + suffix; }
+
+  // Where the fault lies. Written by those who know the place: the message reader and the TQL parser.
+  std::string suffix;
+};
+
+// An exception that is described by one message.
+class MessageException : public Exception {
+ public:
+  explicit MessageException(std::string text) : message(std::move(text)) {}
+  std::string description() const override { return message; }
+
+  std::string message;
+};
+
+// A step of a command that cannot go on.
+class EFatal : public MessageException {
+  using MessageException::MessageException;
+};
+
+// Text that cannot be converted.
+class EParseError : public MessageException {
+  using MessageException::MessageException;
+};
+
+// A failure of the operating system.
+class ESystemError : public MessageException {
+  using MessageException::MessageException;
+};
+
+// A BigNum that does not fit the wanted integer.
+class ERange : public MessageException {
+  using MessageException::MessageException;
+};
+
+}  // namespace error
+
+namespace errors {
+
+// A well-formed message of the wrong type where a reply was expected.
+class bererror : public error::MessageException {
+  using MessageException::MessageException;
+};
+
+// A failed handshake.
+class connect_error : public error::MessageException {
+  using MessageException::MessageException;
+};
+
+// A property that an object of an answer lacks.
+class objecterror : public error::MessageException {
+  using MessageException::MessageException;
+};
+
+// A result that was asked for before its answer.
+class selecterror : public error::MessageException {
+  using MessageException::MessageException;
+};
+
+// A property whose value is not of the wanted type. Without a message, the code describes it.
+class tql : public error::Exception {
+ public:
+  tql(std::string text, std::uint32_t errorCode) : message(std::move(text)), code(errorCode) {}
+  std::string description() const override;
+
+  std::string message;
+  std::uint32_t code;
+};
+
+// Two property values that cannot be compared.
+class tql_incomparable : public tql {
+ public:
+  explicit tql_incomparable(std::string text) : tql(std::move(text), 11) {}
+};
+
+}  // namespace errors
+
+[[noreturn]] void throwSystemError(std::string message);
+
+// The text of one of the server's error codes; "Unknown error" for a code that has none.
+const char* errorText(std::uint32_t code);
+std::string errorString(std::uint32_t code);

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+// Nobody reads standard output or the output file any more. main ends the run quietly, with exit code 1.
+struct OutputAbandoned {};
+
+// Text on its way out, in blocks. A failure to write throws error::ESystemError with
+// "Error writing output: " and the system's text, or OutputAbandoned.
+class Output {
+ public:
+  Output() { buffer_.reserve(kBlock); }
+  virtual ~Output() = default;
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  void write(std::string_view text) {
+    buffer_.append(text);
+    if (buffer_.size() >= kBlock) {
+      flush();
+    }
+  }
+
+  // Ends a line. An interactive medium gets each line at once.
+  void endLine() {
+    write("\n");
+    if (interactive_) {
+      flush();
+    }
+  }
+
+  // On return all that was written has reached the medium.
+  void flush();
+
+ protected:
+  static constexpr std::size_t kBlock = 65536;
+
+  // Writes all of it or throws.
+  virtual void drain(std::string_view block) = 0;
+
+  bool interactive_ = false;
+
+ private:
+  std::string buffer_;
+};
+
+// Standard output. Flushed by whoever ends the run: main, usageError, printError.
+Output& standardOutput();
+
+// An output file. Its destructor closes it and stays silent; call close() to hear of failures.
+class OutputFile : public Output {
+ public:
+  // Creates the file or replaces its contents; null if it cannot be opened.
+  static std::unique_ptr<OutputFile> create(const std::string& name);
+
+  // Flushes and closes. Throws as Output does.
+  virtual void close() = 0;
+};
+
+// Writes to standard error, after all that standard output holds, so that both keep their order. Without
+// faults: a message that cannot be written has no other place to go.
+void printError(std::string_view text) noexcept;

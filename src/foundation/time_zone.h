@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+
+// A zone for time conversions: the process's own, or a fixed offset.
+// The first construction in the process records the environment variable TZ, so that conversions in the
+// process's own zone always mean the zone in which the program was started.
+class TimeZone {
+ public:
+  static constexpr std::int32_t localMarker = 0xffffff;
+
+  // Seconds east of Greenwich, or localMarker.
+  explicit TimeZone(std::int32_t offsetOrMarker);
+
+  std::int32_t offset;
+};
+
+// Seconds since 1970-01-01 00:00 UTC to calendar time. Throws error::ESystemError.
+void breakDownTime(const TimeZone& zone, std::tm& result, std::uint64_t time);
+
+// And back. Fields out of their range carry over, and the structure may be normalised.
+// Throws error::ESystemError for a time that is not representable, or is -1.
+std::int64_t composeTime(const TimeZone& zone, std::tm& fields);
+
+// Reads 'YYYY-MM-DD-Thh:mm:ss', whatever stands between the numbers. A field out of its range gives 0.
+// Throws error::EParseError for another length than 20, or a field that is no number.
+std::int64_t parseIsoTime(const std::string& text, const TimeZone& zone);
