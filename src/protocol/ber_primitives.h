@@ -125,7 +125,7 @@ class BerIntegerTemplate final : public BerShortOf<T> {
   void write(BasicIo& io, bool legacy) const override;
 
  private:
-  void checkBounds(const char* place) const;
+  void checkBounds(T value, const char* place) const;
 
   T low_ = std::numeric_limits<T>::min();
   T high_ = std::numeric_limits<T>::max();

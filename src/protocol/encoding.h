@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "protocol/basic_io.h"
 
@@ -13,7 +14,13 @@ void writeLength(BasicIo& io, std::uint32_t length);
 void writeIndefiniteLength(BasicIo& io);
 void writeEndOfContents(BasicIo& io);
 
-// Whole items: tag, length and the shortest two's complement content.
+// Tag and indefinite length: all that stands ahead of a constructed value's children.
+void writeOpening(BasicIo& io, std::uint32_t tagWord);
+
+// Whole items: tag, length and content. What is short goes to the stream in one write.
+void writePrimitive(BasicIo& io, std::uint32_t tagWord, std::span<const std::uint8_t> content);
+
+// The content is the shortest two's complement; an unsigned value with its top bit set has a zero byte ahead.
 void writeSigned(BasicIo& io, std::uint32_t tagWord, std::int64_t value);
 void writeUnsigned(BasicIo& io, std::uint32_t tagWord, std::uint64_t value);
 
