@@ -1,0 +1,11 @@
+#pragma once
+
+#include "foundation/time_zone.h"
+
+// The command functions. Each gets the argument vector and the index of the first argument behind the command
+// word, and does all the rest: its options, the log-in, the request, the printing.
+// They throw error::Exception and end the run themselves for a bad command line.
+void listDomains(int count, char** vector, int index);
+void listNodes(int count, char** vector, int index);
+void listChecks(int count, char** vector, int index);
+void selectData(int count, char** vector, int index, const TimeZone& zone);

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "query/select.h"
+
+// Paths name objects: "Backbone.Routers,mainrouter,group^check". A backslash makes the next character
+// literal; commas are split first and dots or carets inside a part afterwards, so each stage takes away one
+// level.
+
+// Appends to list what text holds behind each unescaped delimiter; text must begin with one, or be empty.
+// Throws error::EParseError.
+void splitEscaped(std::list<std::string>& list, std::string_view text, char delimiter);
+
+// The inverse: every element with the delimiter in front of it.
+std::string joinEscaped(const std::list<std::string>& list, char delimiter);
+
+// A TQL string literal.
+std::string quoteTqlString(std::string_view text);
+
+// "Domain or Node"; "object" for no class.
+std::string classListText(const std::vector<std::string>& classes);
+
+// The TQL expression for a path, or for an id. properties is empty, "*", or names joined by ", ".
+// Throws error::EFatal.
+std::string pathExpression(const std::string& path, bool byId, const std::string& properties);
+
+// The sibling names on the way from the root down to an object, top first.
+struct ObjectChain {
+  std::list<std::string> domains;
+  std::string node;
+  std::list<std::string> checks;
+
+  // Notes one object of the way. Throws as getStringProperty does.
+  void add(const tqlquery::Result& object);
+};
+
+struct FoundObject {
+  comquery::Held<tqlquery::Select> query;  // owns what object points into
+  tqlquery::Result* object;
+  ObjectChain chain;
+};
+
+// Resolves a path or an id to one object of an accepted class; no classes accept any. Needs a login.
+// Throws error::EFatal, and what the query throws.
+FoundObject findObject(const std::string& path, bool byId, const std::vector<std::string>& acceptedClasses,
+                       const std::string& properties);

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace protocol {
+
+// A stream that bytes can be written to. Throws error::ESystemError.
+class BasicIo {
+ public:
+  virtual ~BasicIo() = default;
+  virtual void write(const std::uint8_t* bytes, std::size_t count) = 0;
+  // Everything written so far goes out.
+  virtual void flush() = 0;
+};
+
+}  // namespace protocol
+
+namespace old_protocol {
+
+// A stream in both directions.
+class BasicIo : public protocol::BasicIo {
+ public:
+  // Waits for at least one byte and returns how many came, at most capacity. 0 only for a capacity of 0.
+  virtual std::size_t read(std::uint8_t* bytes, std::size_t capacity) = 0;
+  virtual bool hasData() = 0;
+};
+
+}  // namespace old_protocol

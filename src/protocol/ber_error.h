@@ -1,0 +1,12 @@
+#pragma once
+
+#include "foundation/errors.h"
+
+namespace protocol {
+
+// A byte stream that does not fit the protocol, or a value that must not be sent.
+class EBer : public error::EParseError {
+  using EParseError::EParseError;
+};
+
+}  // namespace protocol

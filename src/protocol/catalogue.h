@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "protocol/ber_value.h"
+
+namespace protocol {
+
+// Makes the object for a message at the top of the stream.
+class BerProtocol {
+ public:
+  virtual ~BerProtocol() = default;
+  // Throws EBer for a tag that no message has.
+  virtual std::unique_ptr<BerValue> makeMessage(std::uint32_t tag, bool legacy) const = 0;
+};
+
+// The messages of this protocol. A tag word means the same class in both tag sets.
+class guiProtocol final : public BerProtocol {
+ public:
+  std::unique_ptr<BerValue> makeMessage(std::uint32_t tag, bool legacy) const override;
+
+  // Without state: one instance serves every reader.
+  static const guiProtocol& instance();
+};
+
+}  // namespace protocol

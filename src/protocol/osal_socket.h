@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "foundation/socket.h"
+#include "protocol/basic_io.h"
+
+namespace old_protocol {
+
+// A TCP connection as a stream. Every failure is an error::ESystemError.
+class OsalSocket final : public BasicIo {
+ public:
+  // Resolves and connects. port is in host byte order.
+  OsalSocket(const std::string& host, std::uint32_t port);
+  ~OsalSocket() override;
+  OsalSocket(const OsalSocket&) = delete;
+  OsalSocket& operator=(const OsalSocket&) = delete;
+
+  void write(const std::uint8_t* bytes, std::size_t count) override;
+  void flush() override {}  // nothing is held back here
+  // The end of the stream is a failure too.
+  std::size_t read(std::uint8_t* bytes, std::size_t capacity) override;
+  bool hasData() override;
+
+ private:
+  SocketHandle socket_ = kInvalidSocket;
+};
+
+// The stream of a session: a connection under a buffer.
+std::unique_ptr<BasicIo> connectSocketIo(const std::string& host, std::uint32_t port);
+
+}  // namespace old_protocol

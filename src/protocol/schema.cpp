@@ -1,0 +1,333 @@
+#include "protocol/schema.h"
+
+#include <algorithm>
+
+namespace protocol {
+namespace {
+
+// Records of one class share one schema, and alternatives of a union differ in their class.
+bool sameClass(const BerValue& left, const BerValue& right) { return typeid(left) == typeid(right); }
+
+Record* asRecord(BerValue* value) { return value == nullptr ? nullptr : value->record(); }
+const Record* asRecord(const BerValue* value) { return asRecord(const_cast<BerValue*>(value)); }
+
+// One direction of comparison, carried through two trees side by side.
+struct Comparison {
+  Relation FieldOps::*leaf;
+  bool (BerValue::*whole)(const BerValue&) const;
+};
+constexpr Comparison kEqual{&FieldOps::equal, &BerValue::equals};
+constexpr Comparison kLess{&FieldOps::less, &BerValue::less};
+constexpr Comparison kGreater{&FieldOps::greater, &BerValue::greater};
+
+using Pair = std::pair<const BerValue*, const BerValue*>;
+
+// Queues the pairs of nested values that decide whether two nests are equal. False if none need be looked at.
+bool queueEqual(const Nest& nest, const void* left, const void* right, std::vector<Pair>& pairs) {
+  const std::size_t count = nest.count(left);
+  if (count != nest.count(right)) {
+    return false;
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    const Pair pair{nest.at(left, i), nest.at(right, i)};
+    if (pair.first == pair.second) {
+      continue;
+    }
+    if (pair.first == nullptr || pair.second == nullptr) {
+      return false;
+    }
+    pairs.push_back(pair);
+  }
+  return true;
+}
+
+// The same for < (or > when greater is set): a size or one pair decides, the first that differs.
+bool queueOrdered(const Nest& nest, const void* left, const void* right, bool greater,
+                  std::vector<Pair>& pairs) {
+  const std::size_t leftCount = nest.count(left);
+  const std::size_t rightCount = nest.count(right);
+  if (nest.listTag != nullptr && leftCount != rightCount) {
+    return greater ? leftCount > rightCount : leftCount < rightCount;
+  }
+  for (std::size_t i = 0; i < std::min(leftCount, rightCount); ++i) {
+    const Pair pair{nest.at(left, i), nest.at(right, i)};
+    if (pair.first == nullptr || pair.second == nullptr) {
+      return false;
+    }
+    // The last pair decides by itself: equal ones are in no order.
+    if (i + 1 == leftCount || !pair.first->equals(*pair.second)) {
+      pairs.push_back(pair);
+      return true;
+    }
+  }
+  return false;
+}
+
+bool queue(const Nest& nest, const void* left, const void* right, const Comparison& by,
+           std::vector<Pair>& pairs) {
+  return &by == &kEqual ? queueEqual(nest, left, right, pairs)
+                        : queueOrdered(nest, left, right, &by == &kGreater, pairs);
+}
+
+// Every pair has to fulfil the relation, whatever the order in which they are looked at.
+bool holds(std::vector<Pair> pairs, const Comparison& by) {
+  while (!pairs.empty()) {
+    const auto [left, right] = pairs.back();
+    pairs.pop_back();
+    if (!sameClass(*left, *right)) {
+      return false;
+    }
+    const Record* leftRecord = asRecord(left);
+    if (leftRecord == nullptr) {
+      if (!(left->*by.whole)(*right)) {
+        return false;
+      }
+      continue;
+    }
+    for (const Field& row : leftRecord->schema().fields) {
+      const void* leftMember = row.in(*leftRecord);
+      const void* rightMember = row.in(static_cast<const Record&>(*right));
+      const bool fulfilled = row.ops->nest != nullptr
+                                 ? queue(*row.ops->nest, leftMember, rightMember, by, pairs)
+                                 : (row.ops->*by.leaf)(leftMember, rightMember);
+      if (!fulfilled) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+// Writes records without recursion: a frame per record or list that has been opened and not yet closed.
+class WriteWalk {
+ public:
+  WriteWalk(BasicIo& io, bool legacy) : io_(io), legacy_(legacy) {}
+
+  void open(const BerValue& value) {
+    const Record* record = asRecord(&value);
+    if (record == nullptr) {
+      value.write(io_, legacy_);
+      return;
+    }
+    writeTag(io_, record->tag(legacy_));
+    writeIndefiniteLength(io_);
+    frames_.push_back({record, 0, nullptr, nullptr, 0});
+  }
+
+  void openList(const Nest& nest, const void* list) {
+    writeTag(io_, nest.listTag->word(legacy_));
+    writeIndefiniteLength(io_);
+    frames_.push_back({nullptr, 0, &nest, list, 0});
+  }
+
+  void run() {
+    while (!frames_.empty()) {
+      if (frames_.back().record != nullptr) {
+        stepRecord();
+      } else {
+        stepList();
+      }
+    }
+  }
+
+ private:
+  struct Frame {
+    const Record* record;
+    std::size_t field;
+    const Nest* nest;  // a list, if there is no record
+    const void* list;
+    std::size_t element;
+  };
+
+  void stepRecord() {
+    Frame& frame = frames_.back();
+    const auto rows = frame.record->schema().fields;
+    while (frame.field < rows.size()) {
+      const Field& row = rows[frame.field++];
+      const void* member = row.in(*frame.record);
+      if (row.ops->nest == nullptr) {
+        row.ops->write(row, member, io_, legacy_);
+        continue;
+      }
+      openNest(row, member);  // invalidates frame
+      return;
+    }
+    close();
+  }
+
+  void openNest(const Field& row, const void* member) {
+    const Nest& nest = *row.ops->nest;
+    if (nest.listTag != nullptr) {
+      openList(nest, member);
+      return;
+    }
+    if (nest.count(member) == 0) {
+      assertionFailed("this->" + std::string(row.name) + " is NULL during BER write");
+    }
+    open(*nest.at(member, 0));
+  }
+
+  void stepList() {
+    Frame& frame = frames_.back();
+    if (frame.element == frame.nest->count(frame.list)) {
+      close();
+      return;
+    }
+    const BerValue* element = frame.nest->at(frame.list, frame.element++);
+    assertThat(element != nullptr, "(*it) is NULL during BER write");
+    open(*element);
+  }
+
+  void close() {
+    writeEndOfContents(io_);
+    frames_.pop_back();
+  }
+
+  BasicIo& io_;
+  bool legacy_;
+  std::vector<Frame> frames_;
+};
+
+// Copies one field, and queues the records below it with their blank copies.
+void copyNest(const Nest& nest, const void* from, void* to,
+              std::vector<std::pair<const Record*, Record*>>& pending) {
+  for (std::size_t i = 0; i < nest.count(from); ++i) {
+    const BerValue* value = nest.at(from, i);
+    if (value == nullptr) {
+      nest.add(to, nullptr);
+    } else if (const Record* record = asRecord(value)) {
+      std::unique_ptr<Record> copy = record->blank();
+      pending.emplace_back(record, copy.get());
+      nest.add(to, std::move(copy));
+    } else {
+      nest.add(to, value->clone());
+    }
+  }
+}
+
+// Fields through which records can nest without end. Others are of bounded depth.
+const Field* fullestBranch(const Record& record) {
+  for (const Field& row : record.schema().fields) {
+    const Nest* nest = row.ops->nest;
+    if (nest != nullptr && nest->listTag != nullptr && nest->count(row.in(record)) != 0) {
+      return &row;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+std::unique_ptr<BerValue> Record::clone() const {
+  std::unique_ptr<Record> top = blank();
+  std::vector<std::pair<const Record*, Record*>> pending{{this, top.get()}};
+  while (!pending.empty()) {
+    const auto [from, to] = pending.back();
+    pending.pop_back();
+    for (const Field& row : from->schema().fields) {
+      if (row.ops->nest != nullptr) {
+        copyNest(*row.ops->nest, row.in(*from), row.in(*to), pending);
+      } else {
+        row.ops->assign(row.in(*to), row.in(*from));
+      }
+    }
+  }
+  return top;
+}
+
+bool Record::equals(const BerValue& other) const { return holds({{this, &other}}, kEqual); }
+bool Record::less(const BerValue& other) const { return holds({{this, &other}}, kLess); }
+bool Record::greater(const BerValue& other) const { return holds({{this, &other}}, kGreater); }
+
+void Record::write(BasicIo& io, bool legacy) const {
+  WriteWalk walk(io, legacy);
+  walk.open(*this);
+  walk.run();
+}
+
+BerValue* Record::makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) {
+  const auto rows = schema().fields;
+  if (index >= rows.size()) {
+    return openSkipper(tag, slot);
+  }
+  return rows[index].ops->open(rows[index], *this, tag, legacy, slot);
+}
+
+bool equalLists(const Nest& nest, const void* left, const void* right) {
+  std::vector<Pair> pairs;
+  return queueEqual(nest, left, right, pairs) && holds(std::move(pairs), kEqual);
+}
+
+bool lessLists(const Nest& nest, const void* left, const void* right) {
+  std::vector<Pair> pairs;
+  return queueOrdered(nest, left, right, false, pairs) && holds(std::move(pairs), kLess);
+}
+
+void writeList(const Nest& nest, const void* container, BasicIo& io, bool legacy) {
+  WriteWalk walk(io, legacy);
+  walk.openList(nest, container);
+  walk.run();
+}
+
+// The way back up is kept in the slot that a nested record was taken from, as in Schorr and Waite's walk.
+void discard(BerValue* value) noexcept {
+  Record* node = asRecord(value);
+  if (node == nullptr) {
+    delete value;
+    return;
+  }
+  Record* above = nullptr;
+  for (;;) {
+    if (const Field* row = fullestBranch(*node)) {
+      void* list = row->in(*node);
+      Record* inner = asRecord(row->ops->nest->last(list));
+      if (inner == nullptr || fullestBranch(*inner) == nullptr) {
+        row->ops->nest->dropLast(list);
+        continue;
+      }
+      row->ops->nest->last(list) = above;
+      above = std::exchange(node, inner);
+      continue;
+    }
+    Record* emptied = std::exchange(node, above);
+    delete emptied;
+    if (node == nullptr) {
+      return;
+    }
+    const Field* row = fullestBranch(*node);
+    void* list = row->in(*node);
+    above = static_cast<Record*>(std::exchange(row->ops->nest->last(list), nullptr));
+    row->ops->nest->dropLast(list);
+  }
+}
+
+void refuseTag(const Tag& wanted, std::uint32_t got, bool legacy) {
+  throw EBer("Tag mismatch, got " + std::to_string(got) + " expected " + wanted.nameIn(legacy));
+}
+
+void refuseAlternative(const Record& owner, const Field& field, std::uint32_t got) {
+  throw EBer("Unexpected tag " + std::to_string(got) + " received in Union " + owner.name() + ".this->" +
+             std::string(field.name));
+}
+
+ListValue::ListValue(const ListValue& other) : BerConstructed(other), container_(nullptr), access_(nullptr) {
+  throw EBer("Copy constructor of " + other.name() + " invoked");
+}
+
+bool ListValue::equals(const BerValue& other) const {
+  const auto* list = dynamic_cast<const ListValue*>(&other);
+  return list != nullptr && list->access_ == access_ && access_->equal(container_, list->container_);
+}
+
+bool ListValue::less(const BerValue& other) const {
+  const auto* list = dynamic_cast<const ListValue*>(&other);
+  return list != nullptr && list->access_ == access_ && access_->less(container_, list->container_);
+}
+
+BerValue* ListValue::makeField(std::uint32_t, std::uint32_t tag, bool legacy, FieldSlot& slot) {
+  return access_->append(container_, tag, legacy, slot);
+}
+
+std::string ListValue::name() const { return className(*access_->type); }
+
+}  // namespace protocol

@@ -1,0 +1,495 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
+#include <vector>
+
+#include "foundation/assertion.h"
+#include "protocol/ber_error.h"
+#include "protocol/ber_primitives.h"
+#include "protocol/ber_value.h"
+#include "protocol/owned.h"
+#include "protocol/tag.h"
+
+// One declaration per message. A record is its members, one row per field in wire order, and a head line:
+//
+//   struct CreateResp final : Message<CreateResp> {
+//     std::string id, version;
+//     static constexpr Field kFields[] = {
+//         field<&Self::id>("id", upTo(32)),
+//         field<&Self::version>("version", upTo(52)),
+//     };
+//     static constexpr Schema kSchema{.tag = alternative(3), .fields = kFields, .required = 1};
+//   };
+//
+// The member's type decides what travels:
+//   bool, double, BigNum, the four integers     BOOLEAN, REAL, INTEGER; integers may have bounds
+//   std::string                                 a string, with its limit
+//   an enum class over std::int32_t             ENUMERATED
+//   Nullable<T>                                 an integer or a NULL
+//   a class derived from ListOf or SetOf        the list class of that name
+//   Owned<Record>                               that record
+//   OneOf<...>                                  one of these classes, told apart by tag
+// Writing, reading, comparing, copying and the texts of refusals follow from the rows. None of them recurses
+// into nested records: how deep a message nests is its sender's choice.
+namespace protocol {
+
+class Record;
+struct Field;
+
+// The limit of a string, or the range of an integer.
+struct Bounds {
+  std::int64_t low = 0;
+  std::int64_t high = 0;
+  bool given = false;
+};
+consteval Bounds upTo(std::int64_t limit) { return {0, limit, true}; }
+consteval Bounds between(std::int64_t low, std::int64_t high) { return {low, high, true}; }
+
+// A list or set of records as the walks over a message see it; also a single nested value, which has no tag
+// of its own around it.
+struct Nest {
+  const Tag* listTag;  // null for a single value
+  std::size_t (*count)(const void* member);
+  const BerValue* (*at)(const void* member, std::size_t index);
+  BerValue* (*add)(void* member, std::unique_ptr<BerValue> value);
+  BerValue*& (*last)(void* member);
+  void (*dropLast)(void* member);
+};
+
+using Relation = bool (*)(const void* left, const void* right);
+
+// What a member type can do, one constant per type.
+struct FieldOps {
+  // Returns the value that takes a child with this tag, or refuses it.
+  BerValue* (*open)(const Field&, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&);
+  void (*write)(const Field&, const void* member, BasicIo&, bool legacy);
+  Relation equal;
+  Relation less;
+  Relation greater;
+  void (*assign)(void* to, const void* from);
+  // Set instead of the five above for members that hold records.
+  const Nest* nest;
+};
+
+struct Field {
+  std::string_view name;
+  Bounds bounds;
+  const FieldOps* ops;
+  void* (*in)(const Record&);  // where the member lies in its record
+};
+
+struct Schema {
+  Tag tag;
+  std::span<const Field> fields = {};
+  std::size_t required = fields.size();  // how many leading fields must arrive
+};
+
+class Record : public BerConstructed {
+ public:
+  Record* record() final { return this; }
+  virtual const Schema& schema() const = 0;
+  // A new record of the same class.
+  virtual std::unique_ptr<Record> blank() const = 0;
+
+  std::unique_ptr<BerValue> clone() const final;
+  std::uint32_t tag(bool legacy) const final { return schema().tag.word(legacy); }
+  bool equals(const BerValue& other) const final;
+  bool less(const BerValue& other) const final;
+  bool greater(const BerValue& other) const final;
+  void write(BasicIo& io, bool legacy) const final;
+  BerValue* makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) final;
+  std::uint32_t minFields() const final { return static_cast<std::uint32_t>(schema().required); }
+  bool readerOwned() const final { return false; }
+};
+
+template <class T>
+struct Message : Record {
+  using Self = T;
+  const Schema& schema() const final { return T::kSchema; }
+  std::unique_ptr<Record> blank() const final { return std::make_unique<T>(); }
+};
+
+// An integer that may be missing, which is not the same as 0.
+template <class T>
+class Nullable {
+ public:
+  Nullable() = default;
+  Nullable(T value) : value_(value), set_(true) {}  // NOLINT(google-explicit-constructor)
+
+  bool isSet() const { return set_; }
+  T value() const {
+    assertThat(set_, "Value of null taken");
+    return value_;
+  }
+
+  // For the view that fills it.
+  T* fill() {
+    set_ = true;
+    return &value_;
+  }
+
+  friend bool operator==(const Nullable&, const Nullable&) = default;
+  friend bool operator<(const Nullable& a, const Nullable& b) {
+    return a.set_ && b.set_ && a.value_ < b.value_;
+  }
+  friend bool operator>(const Nullable& a, const Nullable& b) { return b < a; }
+
+ private:
+  T value_ = 0;
+  bool set_ = false;
+};
+
+// The containers of the list and set classes, whose members are primitives, or records by Owned<Record>.
+// A set travels like a list, in its own order and with its duplicates; only the tag differs.
+template <class T, Bounds kElementBounds = Bounds{}>
+struct ListOf : std::vector<T> {
+  using std::vector<T>::vector;
+  static constexpr Tag kTag = BE_SEQ;
+  static constexpr Bounds kBounds = kElementBounds;
+};
+template <class T, Bounds kElementBounds = Bounds{}>
+struct SetOf : std::vector<T> {
+  using std::vector<T>::vector;
+  static constexpr Tag kTag = BE_SET;
+  static constexpr Bounds kBounds = kElementBounds;
+};
+template <class T>
+concept ListClass = requires {
+  typename T::value_type;
+  { T::kTag } -> std::convertible_to<Tag>;
+};
+
+// How an alternative of a union is told and made. Records bring their own tag.
+template <class T>
+struct Alternative {
+  static std::uint32_t tag(bool legacy) { return T::kSchema.tag.word(legacy); }
+  static std::unique_ptr<BerValue> make() { return std::make_unique<T>(); }
+};
+
+// A member that holds one of several classes.
+template <class... Alternatives>
+class OneOf : public Owned<BerValue> {
+ public:
+  using Owned<BerValue>::Owned;
+
+  template <class T>
+  requires(std::same_as<T, Alternatives> || ...) T* as() {
+    return get() != nullptr && typeid(*get()) == typeid(T) ? static_cast<T*>(get()) : nullptr;
+  }
+  template <class T>
+  requires(std::same_as<T, Alternatives> || ...) const T* as() const {
+    return const_cast<OneOf*>(this)->template as<T>();
+  }
+
+  // The alternative with this tag; null if there is none.
+  static std::unique_ptr<BerValue> make(std::uint32_t tag, bool legacy) {
+    std::unique_ptr<BerValue> made;
+    (void)((Alternative<Alternatives>::tag(legacy) == tag &&
+            (made = Alternative<Alternatives>::make()) != nullptr) ||
+           ...);
+    return made;
+  }
+};
+
+// The refusals, each in its one wording.
+[[noreturn]] void refuseTag(const Tag& wanted, std::uint32_t got, bool legacy);
+[[noreturn]] void refuseAlternative(const Record& owner, const Field& field, std::uint32_t got);
+
+// The wire class of a list or set while it is being read: a wrapper around the container.
+struct ListAccess {
+  const std::type_info* type;
+  const Tag* tag;
+  BerValue* (*append)(void* container, std::uint32_t tag, bool legacy, FieldSlot&);
+  void (*write)(const void* container, BasicIo&, bool legacy);
+  Relation equal;
+  Relation less;
+};
+
+class ListValue final : public BerConstructed {
+ public:
+  ListValue(void* container, const ListAccess& access) : container_(container), access_(&access) {}
+  // A wrapper lives for one read or write and cannot be copied: throws EBer.
+  ListValue(const ListValue& other);
+  ListValue& operator=(const ListValue&) = delete;
+
+  std::unique_ptr<BerValue> clone() const override { return std::make_unique<ListValue>(*this); }
+  std::uint32_t tag(bool legacy) const override { return access_->tag->word(legacy); }
+  bool equals(const BerValue& other) const override;
+  bool less(const BerValue& other) const override;
+  bool greater(const BerValue& other) const override { return other.less(*this); }
+  void write(BasicIo& io, bool legacy) const override { access_->write(container_, io, legacy); }
+  BerValue* makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) override;
+  std::uint32_t minFields() const override { return 0; }
+  bool readerOwned() const override { return true; }
+  std::string name() const override;
+
+ private:
+  void* container_;
+  const ListAccess* access_;
+};
+
+// ---- What each member type does. A Leaf says which view stands for a primitive member. ----
+
+template <class T>
+struct Leaf;
+
+template <>
+struct Leaf<bool> {
+  static constexpr const Tag& kTag = BE_BOOLEAN;
+  using View = BerBoolean;
+  static View* open(FieldSlot& slot, bool* member, const Bounds&) { return slot.emplace<View>(member); }
+  static View view(bool* member, const Bounds&) { return View(member); }
+};
+template <>
+struct Leaf<double> {
+  static constexpr const Tag& kTag = BE_REAL;
+  using View = BerReal;
+  static View* open(FieldSlot& slot, double* member, const Bounds&) { return slot.emplace<View>(member); }
+  static View view(double* member, const Bounds&) { return View(member); }
+};
+template <>
+struct Leaf<BigNum> {
+  static constexpr const Tag& kTag = BE_INTEGER;
+  using View = BerBigNum;
+  static View* open(FieldSlot& slot, BigNum* member, const Bounds&) { return slot.emplace<View>(member); }
+  static View view(BigNum* member, const Bounds&) { return View(member); }
+};
+template <>
+struct Leaf<std::string> {
+  static constexpr const Tag& kTag = BE_STRING;
+  using View = BerString;
+  static View* open(FieldSlot& slot, std::string* member, const Bounds& bounds) {
+    return slot.emplace<View>(member, static_cast<std::size_t>(bounds.high));
+  }
+  static View view(std::string* member, const Bounds& bounds) {
+    return {member, static_cast<std::size_t>(bounds.high)};
+  }
+};
+template <std::integral T>
+struct Leaf<T> {
+  static constexpr const Tag& kTag = BE_INTEGER;
+  using View = BerIntegerTemplate<T>;
+  static T low(const Bounds& bounds) {
+    return bounds.given ? static_cast<T>(bounds.low) : std::numeric_limits<T>::min();
+  }
+  static T high(const Bounds& bounds) {
+    return bounds.given ? static_cast<T>(bounds.high) : std::numeric_limits<T>::max();
+  }
+  static View* open(FieldSlot& slot, T* member, const Bounds& bounds) {
+    return slot.emplace<View>(member, low(bounds), high(bounds));
+  }
+  static View view(T* member, const Bounds& bounds) { return {member, low(bounds), high(bounds)}; }
+};
+template <class T>
+requires std::is_enum_v<T>
+struct Leaf<T> {
+  static constexpr const Tag& kTag = BE_ENUMERATED;
+  using View = BerEnumerated<T>;
+  static View* open(FieldSlot& slot, T* member, const Bounds&) { return slot.emplace<View>(member); }
+  static View view(T* member, const Bounds&) { return View(member); }
+};
+
+template <class T>
+struct Plain {
+  static const T& of(const void* member) { return *static_cast<const T*>(member); }
+  static T& of(void* member) { return *static_cast<T*>(member); }
+  static bool equal(const void* a, const void* b) { return of(a) == of(b); }
+  static bool less(const void* a, const void* b) { return of(a) < of(b); }
+  static bool greater(const void* a, const void* b) { return of(b) < of(a); }
+  static void assign(void* to, const void* from) { of(to) = of(from); }
+};
+
+// Primitive members.
+template <class T>
+struct Wire : Plain<T> {
+  using Plain<T>::of;
+  static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy,
+                        FieldSlot& slot) {
+    if (tag != Leaf<T>::kTag.word(legacy)) {
+      refuseTag(Leaf<T>::kTag, tag, legacy);
+    }
+    return Leaf<T>::open(slot, &of(row.in(owner)), row.bounds);
+  }
+  static void write(const Field& row, const void* member, BasicIo& io, bool legacy) {
+    Leaf<T>::view(const_cast<T*>(&of(member)), row.bounds).write(io, legacy);
+  }
+  static constexpr FieldOps kOps{open, write, Wire::equal, Wire::less, Wire::greater, Wire::assign, nullptr};
+};
+
+template <class T>
+struct Wire<Nullable<T>> : Plain<Nullable<T>> {
+  using Plain<Nullable<T>>::of;
+  static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy,
+                        FieldSlot& slot) {
+    Nullable<T>& member = of(row.in(owner));
+    if (tag == BE_NULL.word(legacy)) {
+      return slot.emplace<BerNull>(&member);
+    }
+    if (tag != BE_INTEGER.word(legacy)) {
+      refuseTag(BE_INTEGER, tag, legacy);
+    }
+    return Leaf<T>::open(slot, member.fill(), row.bounds);
+  }
+  static void write(const Field& row, const void* member, BasicIo& io, bool legacy) {
+    if (!of(member).isSet()) {
+      BerNull(member).write(io, legacy);
+      return;
+    }
+    T value = of(member).value();
+    Leaf<T>::view(&value, row.bounds).write(io, legacy);
+  }
+  static constexpr FieldOps kOps{open, write, Wire::equal, Wire::less, Wire::greater, Wire::assign, nullptr};
+};
+
+// Single nested values: a record, or one of several.
+template <class Holder>
+struct SingleNest {
+  static Holder& of(void* member) { return *static_cast<Holder*>(member); }
+  static const Holder& of(const void* member) { return *static_cast<const Holder*>(member); }
+  static std::size_t count(const void* member) { return of(member) ? 1 : 0; }
+  static const BerValue* at(const void* member, std::size_t) { return of(member).base(); }
+  static BerValue* add(void* member, std::unique_ptr<BerValue> value) {
+    of(member) = Holder();
+    return of(member).slot() = value.release();
+  }
+  static BerValue*& last(void* member) { return of(member).slot(); }
+  static void dropLast(void* member) { of(member) = Holder(); }
+  static constexpr Nest kNest{nullptr, count, at, add, last, dropLast};
+};
+
+template <class T>
+struct Wire<Owned<T>> : SingleNest<Owned<T>> {
+  static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
+    if (tag != T::kSchema.tag.word(legacy)) {
+      refuseTag(T::kSchema.tag, tag, legacy);
+    }
+    return &Wire::of(row.in(owner)).emplace();
+  }
+  static constexpr FieldOps kOps{open, nullptr, nullptr, nullptr, nullptr, nullptr, &Wire::kNest};
+};
+
+template <class... Alternatives>
+struct Wire<OneOf<Alternatives...>> : SingleNest<OneOf<Alternatives...>> {
+  static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
+    std::unique_ptr<BerValue> made = OneOf<Alternatives...>::make(tag, legacy);
+    if (made == nullptr) {
+      refuseAlternative(owner, row, tag);
+    }
+    return Wire::add(row.in(owner), std::move(made));
+  }
+  static constexpr FieldOps kOps{open, nullptr, nullptr, nullptr, nullptr, nullptr, &Wire::kNest};
+};
+
+template <class L, class T = typename L::value_type>
+struct Elements;
+
+// Lists of primitives. < and > compare the size first, then the first elements that differ.
+template <class L, class T>
+struct Elements : Plain<L> {
+  using Plain<L>::of;
+  static BerValue* append(void* container, std::uint32_t tag, bool legacy, FieldSlot& slot) {
+    if (tag != Leaf<T>::kTag.word(legacy)) {
+      refuseTag(Leaf<T>::kTag, tag, legacy);
+    }
+    return Leaf<T>::open(slot, &of(container).emplace_back(), L::kBounds);
+  }
+  static void write(const void* container, BasicIo& io, bool legacy) {
+    writeTag(io, L::kTag.word(legacy));
+    writeIndefiniteLength(io);
+    for (const T& element : of(container)) {
+      Leaf<T>::view(const_cast<T*>(&element), L::kBounds).write(io, legacy);
+    }
+    writeEndOfContents(io);
+  }
+  static bool less(const void* a, const void* b) {
+    const L& left = of(a);
+    const L& right = of(b);
+    return left.size() != right.size() ? left.size() < right.size() : left < right;
+  }
+  static bool greater(const void* a, const void* b) { return less(b, a); }
+  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, write, Elements::equal, less};
+  static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
+    if (tag != L::kTag.word(legacy)) {
+      refuseTag(L::kTag, tag, legacy);
+    }
+    return new ListValue(row.in(owner), kAccess);  // the reader deletes it
+  }
+  static void writeField(const Field&, const void* member, BasicIo& io, bool legacy) {
+    write(member, io, legacy);
+  }
+  static constexpr FieldOps kOps{open, writeField, Elements::equal, less, greater, Elements::assign, nullptr};
+};
+
+bool equalLists(const Nest& nest, const void* left, const void* right);
+bool lessLists(const Nest& nest, const void* left, const void* right);
+void writeList(const Nest& nest, const void* container, BasicIo& io, bool legacy);
+
+// Lists of records.
+template <class L, class T>
+struct Elements<L, Owned<T>> {
+  static L& of(void* member) { return *static_cast<L*>(member); }
+  static const L& of(const void* member) { return *static_cast<const L*>(member); }
+  static std::size_t count(const void* member) { return of(member).size(); }
+  static const BerValue* at(const void* member, std::size_t index) { return of(member)[index].base(); }
+  static BerValue* add(void* member, std::unique_ptr<BerValue> value) {
+    BerValue*& slot = of(member).emplace_back().slot();
+    return slot = value.release();
+  }
+  static BerValue*& last(void* member) { return of(member).back().slot(); }
+  static void dropLast(void* member) { of(member).pop_back(); }
+  static constexpr Nest kNest{&L::kTag, count, at, add, last, dropLast};
+
+  static BerValue* append(void* container, std::uint32_t tag, bool legacy, FieldSlot&) {
+    if (tag != T::kSchema.tag.word(legacy)) {
+      refuseTag(T::kSchema.tag, tag, legacy);
+    }
+    return &of(container).emplace_back().emplace();
+  }
+  static bool equal(const void* a, const void* b) { return equalLists(kNest, a, b); }
+  static bool less(const void* a, const void* b) { return lessLists(kNest, a, b); }
+  static void write(const void* container, BasicIo& io, bool legacy) {
+    writeList(kNest, container, io, legacy);
+  }
+  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, write, equal, less};
+  static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
+    if (tag != L::kTag.word(legacy)) {
+      refuseTag(L::kTag, tag, legacy);
+    }
+    return new ListValue(row.in(owner), kAccess);  // the reader deletes it
+  }
+  static constexpr FieldOps kOps{open, nullptr, nullptr, nullptr, nullptr, nullptr, &kNest};
+};
+
+template <ListClass L>
+struct Wire<L> : Elements<L> {};
+
+// Where the member of a row lies.
+template <auto Member>
+struct Access;
+template <class R, class M, M R::*kMember>
+struct Access<kMember> {
+  using Type = M;
+  static void* in(const Record& record) { return const_cast<M*>(&(static_cast<const R&>(record).*kMember)); }
+};
+
+// A row of a record's table. A string without a limit does not compile.
+template <auto kMember>
+consteval Field field(std::string_view name, Bounds bounds = {}) {
+  using Type = typename Access<kMember>::Type;
+  if (std::is_same_v<Type, std::string> && !bounds.given) {
+    throw "a string needs its limit";
+  }
+  return {name, bounds, &Wire<Type>::kOps, &Access<kMember>::in};
+}
+
+}  // namespace protocol

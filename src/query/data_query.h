@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "protocol/messages/time_series.h"
+#include "session/request.h"
+
+// Requests on the time series of an object, addressed by the object's id and a table name. Each is one
+// request and one answer, and is used once.
+namespace dataquery {
+
+using Intervals = protocol::ListOfDataInterval;
+
+// Reads a span of time, in seconds since 1970.
+class GetData : public comquery::Request {
+ public:
+  GetData(std::string objectId, std::string tableName, std::int32_t start, std::int32_t end,
+          std::int32_t number1, std::int32_t number2, bool flag);
+
+  std::unique_ptr<protocol::BerValue> encode() override;
+  void decode(protocol::BerValue& response) override;
+  void finished(Connection& connection) override;
+  virtual void onSuccess() {}
+  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
+
+  std::int32_t dataType = -1;  // the kind of series, from the answer
+  Intervals intervals;         // the answer; empty after a refusal
+
+ protected:
+  ~GetData() override = default;
+
+ private:
+  std::string objectId_, tableName_;
+  std::int32_t start_, end_, number1_, number2_;
+  bool flag_;
+};
+
+// Reads the newest entry.
+class GetLastData : public comquery::Request {
+ public:
+  GetLastData(std::string objectId, std::string tableName);
+
+  std::unique_ptr<protocol::BerValue> encode() override;
+  void decode(protocol::BerValue& response) override;
+  void finished(Connection& connection) override;
+  virtual void onSuccess() {}
+  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
+
+  std::int32_t dataType = -1;
+  protocol::Owned<protocol::DataInterval> interval;  // null until answered, and after a refusal
+
+ protected:
+  ~GetLastData() override = default;
+
+ private:
+  std::string objectId_, tableName_;
+};
+
+// Stores entries of a kind that GetData reported for the object.
+class PutData : public comquery::Request {
+ public:
+  PutData(std::string objectId, std::string tableName, std::int32_t dataType, Intervals intervals);
+
+  std::unique_ptr<protocol::BerValue> encode() override;
+  void decode(protocol::BerValue& response) override;
+  void finished(Connection& connection) override;
+  virtual void onSuccess() {}
+  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
+
+ protected:
+  ~PutData() override = default;
+
+ private:
+  std::string objectId_, tableName_;
+  std::int32_t dataType_;
+  Intervals intervals_;  // until encode
+};
+
+}  // namespace dataquery

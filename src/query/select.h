@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "protocol/messages/object_tree.h"
+#include "query/result.h"
+#include "session/request.h"
+
+namespace tqlquery {
+
+// The read query on the object tree: a TQL expression, matched by the server from one start object.
+class Select : public virtual comquery::Request {
+ public:
+  // Parses the expression. Throws as tql::parse does.
+  Select(std::string startId, std::string expression, std::uint32_t options);
+
+  // The answer's tree below one start object; null if there is none. The tree lives as long as the query.
+  // Throws errors::selecterror before the answer has come.
+  Result* find_result_opt(const std::string& id) const;
+
+  std::string describe() const override;
+  std::unique_ptr<protocol::BerValue> encode() override;
+  void decode(protocol::BerValue& response) override;
+  void finished(Connection& connection) override;
+
+  virtual void onSuccess() {}
+  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
+
+ protected:
+  ~Select() override = default;
+
+ private:
+  std::map<std::string, std::unique_ptr<Result>> results_;
+  std::list<std::string> startIds_;
+  std::unique_ptr<protocol::PathPattern> pattern_;  // until encode
+  std::uint32_t options_;                           // bit 0: stay registered for further answers
+  std::string expression_;
+};
+
+}  // namespace tqlquery

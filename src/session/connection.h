@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "foundation/big_num.h"
+#include "protocol/ber_reader.h"
+#include "session/request.h"
+
+// The stream to a server, made by whoever knows how to reach it.
+struct IoFactory {
+  std::unique_ptr<old_protocol::BasicIo> (*open)(const std::string& host, std::uint32_t port);
+};
+
+// Major 2, minor 3.
+inline constexpr std::int32_t kProtocolVersion = 0x0203;
+
+// The next request number of each session of this process, so that numbers of a session never repeat, not
+// even over a second connection.
+extern std::map<BigNum, std::uint32_t> sessionRequestCounters;
+
+// An open session on one stream. Nothing happens on the stream but inside its functions. Requests may be
+// posted without waiting; answers are matched by number, in whatever order they come.
+class Connection {
+ public:
+  // Log-in, and the reopening of a session by its key. Both block without a time limit of their own. Throw
+  // errors::connect_error with the reason for a refusal, error::ESystemError for an unreachable server and
+  // protocol::EBer for a broken answer to the negotiation.
+  static std::unique_ptr<Connection> newSession(IoFactory factory, const std::string& server,
+                                                std::uint32_t port, const std::string& clientName,
+                                                const std::string& login, const std::string& password,
+                                                const std::string& domain);
+  static std::unique_ptr<Connection> reopenSession(IoFactory factory, const std::string& server,
+                                                   std::uint32_t port, const BigNum& key);
+
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  // Gives the request the session's next number and sends it. If that throws, the request is as if it had
+  // never been posted.
+  void post(comquery::Request& request);
+
+  // Handles answers until this request has been answered, and returns its error code; at once for a request
+  // that is not under way. Throws what the stream, the reader and the requests' decode throw.
+  std::uint32_t await(comquery::Request& request);
+
+  // Handles one message. Returns the request that it answered, null if nobody asked. The pointer is good for
+  // a comparison only.
+  const comquery::Request* pump();
+
+  // Takes the request off the books and gives up the connection's reference. For Request::finished.
+  void forget(comquery::Request& request);
+
+  // The object at which the server roots this log-in's view of the tree.
+  std::string rootObjectId() const { return rootObjectId_; }
+  const BigNum& sessionKey() const { return sessionKey_; }
+
+ private:
+  friend class Handshake;
+  Connection() = default;
+
+  std::unique_ptr<old_protocol::BerReader> reader_;
+  BigNum sessionKey_;
+  std::string text3_, text4_;  // from the server, for other clients than this
+  std::string rootObjectId_;
+  std::int32_t timeOffset_ = 0;  // the server's time minus ours at log-in, in seconds
+  std::map<std::int32_t, comquery::Request*> requestsById_;
+  std::map<comquery::Request*, std::int32_t> idsByRequest_;
+};
