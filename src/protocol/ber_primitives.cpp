@@ -9,12 +9,11 @@
 #include "foundation/assertion.h"
 #include "foundation/class_name.h"
 #include "foundation/text.h"
+#include "foundation/wipe.h"
 #include "protocol/ber_error.h"
 
 namespace protocol {
 namespace {
-
-bool sameClass(const BerValue& left, const BerValue& right) { return typeid(left) == typeid(right); }
 
 template <class T>
 T integerFrom(std::span<const std::uint8_t> content) {
@@ -128,17 +127,19 @@ std::uint8_t* BerShortValue::buffer() {
   return large_.get();
 }
 
+void BerShortValue::wipeCollected() noexcept {
+  if (received_ != 0 && (content_ == small_.data() || content_ == large_.get())) {
+    wipe(buffer(), received_);
+  }
+}
+
 bool BerShortValue::equals(const BerValue& other) const {
-  return sameClass(*this, other) &&
+  return sameClass(other) &&
          std::ranges::equal(content(), static_cast<const BerShortValue&>(other).content());
 }
 
 bool BerShortValue::less(const BerValue& other) const {
-  return sameClass(*this, other) && received_ < static_cast<const BerShortValue&>(other).received_;
-}
-
-bool BerShortValue::greater(const BerValue& other) const {
-  return sameClass(*this, other) && received_ > static_cast<const BerShortValue&>(other).received_;
+  return sameClass(other) && received_ < static_cast<const BerShortValue&>(other).received_;
 }
 
 // ---- The short values ----
@@ -164,6 +165,7 @@ void BerBigNum::write(BasicIo& io, bool legacy) const {
   std::size_t length = content.size();
   value().bn_get_data(content.data(), length);
   writePrimitive(io, tag(legacy), {content.data(), length});
+  wipe(content.data(), length);
 }
 
 void BerNull::write(BasicIo& io, bool legacy) const { writePrimitive(io, tag(legacy), {}); }
@@ -224,15 +226,11 @@ void BerString::addData(const std::uint8_t* bytes, std::size_t count) {
 }
 
 bool BerString::equals(const BerValue& other) const {
-  return sameClass(*this, other) && value() == static_cast<const BerString&>(other).value();
+  return sameClass(other) && value() == static_cast<const BerString&>(other).value();
 }
 
 bool BerString::less(const BerValue& other) const {
-  return sameClass(*this, other) && value() < static_cast<const BerString&>(other).value();
-}
-
-bool BerString::greater(const BerValue& other) const {
-  return sameClass(*this, other) && value() > static_cast<const BerString&>(other).value();
+  return sameClass(other) && value() < static_cast<const BerString&>(other).value();
 }
 
 void BerString::write(BasicIo& io, bool legacy) const {
@@ -242,7 +240,7 @@ void BerString::write(BasicIo& io, bool legacy) const {
 
 // ---- Skippers ----
 
-bool BerPrimitiveSkipper::equals(const BerValue& other) const { return sameClass(*this, other); }
+bool BerPrimitiveSkipper::equals(const BerValue& other) const { return sameClass(other); }
 
 bool BerPrimitiveSkipper::less(const BerValue&) const {
   assertionFailed("Cannot call operator< for BerPrimitiveSkipper");
@@ -260,7 +258,7 @@ BerValue* BerConstructedSkipper::makeField(std::uint32_t, std::uint32_t tag, boo
   return openSkipper(tag, slot);
 }
 
-bool BerConstructedSkipper::equals(const BerValue& other) const { return sameClass(*this, other); }
+bool BerConstructedSkipper::equals(const BerValue& other) const { return sameClass(other); }
 
 bool BerConstructedSkipper::less(const BerValue&) const {
   assertionFailed("Cannot call operator< for BerConstructedSkipper");

@@ -69,18 +69,6 @@ void writeUpTo(BasicIo& io, const std::array<std::uint8_t, kRoom>& bytes, const 
 
 }  // namespace
 
-void writeTag(BasicIo& io, std::uint32_t tagWord) {
-  std::array<std::uint8_t, kLongestHeader> bytes;
-  writeUpTo(io, bytes, putTag(bytes.data(), tagWord));
-}
-
-void writeLength(BasicIo& io, std::uint32_t length) {
-  std::array<std::uint8_t, kLongestHeader> bytes;
-  writeUpTo(io, bytes, putLength(bytes.data(), length));
-}
-
-void writeIndefiniteLength(BasicIo& io) { io.write(&kIndefinite, 1); }
-
 void writeEndOfContents(BasicIo& io) {
   static constexpr std::array<std::uint8_t, 2> kEndOfContents{0, 0};
   io.write(kEndOfContents.data(), kEndOfContents.size());

@@ -9,13 +9,10 @@
 // it gets; constructed values in the indefinite form, so that nothing is measured before it is written.
 namespace protocol {
 
-void writeTag(BasicIo& io, std::uint32_t tagWord);
-void writeLength(BasicIo& io, std::uint32_t length);
-void writeIndefiniteLength(BasicIo& io);
-void writeEndOfContents(BasicIo& io);
-
-// Tag and indefinite length: all that stands ahead of a constructed value's children.
+// What stands around the children of a constructed value: its tag with the indefinite length mark, and the
+// two zero bytes.
 void writeOpening(BasicIo& io, std::uint32_t tagWord);
+void writeEndOfContents(BasicIo& io);
 
 // Whole items: tag, length and content. What is short goes to the stream in one write.
 void writePrimitive(BasicIo& io, std::uint32_t tagWord, std::span<const std::uint8_t> content);
