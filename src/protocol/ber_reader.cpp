@@ -21,12 +21,25 @@ constexpr std::size_t kChunkSize = 0x10000;
 // key.
 constexpr std::array<std::uint8_t, 8> kLegacyHello{0x60, 0x80, 0x02, 0x02, 0x01, 0x00, 0x61, 0x80};
 
-constexpr std::uint8_t kLongTag = 0x1F;  // all low bits of the first byte set: the number follows
-constexpr std::uint32_t kEndTag = 0;     // ends an indefinite length; between messages it is padding
-constexpr std::uint32_t kPadTag = 200;   // the byte 0x19, padding everywhere
+constexpr std::uint32_t kLongTag = 0x1F;  // all low bits of the first byte set: the number follows
+constexpr std::uint32_t kEndTag = 0;      // ends an indefinite length; between messages it is padding
+constexpr std::uint32_t kPadTag = 200;    // the byte 0x19, padding everywhere
 
 constexpr std::uint8_t kIndefiniteByte = 0x80;
 constexpr std::uint8_t kMaxLengthBytes = 4;
+
+constexpr std::uint32_t shortTagWord(std::uint32_t byte) {
+  return (byte & kLongTag) << 3U | byte >> 5U;  // the number, over class and constructed bit
+}
+
+// A header of one byte tag and one byte length, both of them there. Nearly all are.
+inline bool isShortHeader(std::span<const std::uint8_t> chunk) {
+  if (chunk.size() < 2 || (chunk[0] & kLongTag) == kLongTag) {
+    return false;
+  }
+  const std::uint32_t tag = shortTagWord(chunk[0]);
+  return tag != kEndTag && tag != kPadTag && chunk[1] <= kIndefiniteByte;
+}
 
 }  // namespace
 
@@ -96,11 +109,22 @@ void BerReader::feed(std::span<const std::uint8_t> chunk) {
   while (!chunk.empty()) {
     if (state_ == State::content) {
       chunk = chunk.subspan(takeContent(chunk));
+    } else if (state_ == State::tag && isShortHeader(chunk)) {
+      takeShortHeader(chunk[0], chunk[1]);
+      chunk = chunk.subspan(2);
     } else {
       takeByte(chunk.front());
       chunk = chunk.subspan(1);
     }
   }
+}
+
+// What takeTag and takeLength do, without the state between them.
+void BerReader::takeShortHeader(std::uint8_t tag, std::uint8_t length) {
+  consume(2);
+  tag_ = shortTagWord(tag);
+  length_ = length == kIndefiniteByte ? kIndefinite : length;
+  startValue();
 }
 
 // A byte of a header, or of an end-of-contents: content of the value around it.
@@ -129,14 +153,12 @@ inline void BerReader::consume(std::uint64_t bytes) {
 }
 
 void BerReader::takeTag(std::uint8_t byte) {
-  const std::uint32_t form = byte >> 5U;  // class and constructed bit
-  const std::uint32_t number = byte & kLongTag;
-  if (number == kLongTag) {
-    tag_ = form;
+  if ((byte & kLongTag) == kLongTag) {
+    tag_ = byte >> 5U;
     state_ = State::longTag;
     return;
   }
-  tag_ = number << 3U | form;
+  tag_ = shortTagWord(byte);
   if (tag_ == kEndTag) {
     state_ = stack_.empty() ? State::tag : State::endOfContents;
   } else if (tag_ != kPadTag) {

@@ -72,6 +72,7 @@ class BerReader final : public GenericLayer {
   static constexpr std::uint64_t kIndefinite = ~std::uint64_t{0};
 
   void readOpening();
+  void takeShortHeader(std::uint8_t tag, std::uint8_t length);
   void takeByte(std::uint8_t byte);
   void takeTag(std::uint8_t byte);
   void takeLongTag(std::uint8_t byte);
