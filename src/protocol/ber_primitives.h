@@ -26,7 +26,6 @@ class BerShortValue : public BerPrimitive {
   // Two of these compare by the content that was received: == by its bytes, < and > by its length alone.
   bool equals(const BerValue& other) const final;
   bool less(const BerValue& other) const final;
-  bool greater(const BerValue& other) const final;
 
  protected:
   BerShortValue(bool isOwned, std::size_t maxLength) : BerPrimitive(isOwned), maxLength_(maxLength) {}
@@ -34,6 +33,8 @@ class BerShortValue : public BerPrimitive {
   BerShortValue& operator=(const BerShortValue&) = delete;
 
   std::span<const std::uint8_t> content() const { return {content_, received_}; }
+  // For secrets: clears what was collected here. The input is its owner's.
+  void wipeCollected() noexcept;
 
  private:
   static constexpr std::size_t kInlineSize = 16;
@@ -94,6 +95,8 @@ class BerBigNum final : public BerShortOf<BigNum> {
   static constexpr std::size_t kMaxLength = 1040;
 
   explicit BerBigNum(BigNum* member) : BerShortOf(member, kMaxLength) {}
+  BerBigNum(const BerBigNum&) = default;
+  ~BerBigNum() override { wipeCollected(); }  // session keys travel as these
   std::unique_ptr<BerValue> clone() const override { return std::make_unique<BerBigNum>(*this); }
   std::uint32_t tag(bool) const override { return BE_INTEGER.current; }
   void readDone() override;
@@ -125,7 +128,7 @@ class BerIntegerTemplate final : public BerShortOf<T> {
   void write(BasicIo& io, bool legacy) const override;
 
  private:
-  void checkBounds(const char* place) const;
+  void checkBounds(T value, const char* place) const;
 
   T low_ = std::numeric_limits<T>::min();
   T high_ = std::numeric_limits<T>::max();
@@ -171,7 +174,6 @@ class BerString final : public BerPrimitive {
   void addData(const std::uint8_t* bytes, std::size_t count) override;
   bool equals(const BerValue& other) const override;
   bool less(const BerValue& other) const override;
-  bool greater(const BerValue& other) const override;
   void write(BasicIo& io, bool legacy) const override;
 
  private:

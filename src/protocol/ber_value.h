@@ -5,6 +5,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <typeinfo>
 #include <utility>
 
 #include "protocol/basic_io.h"
@@ -32,7 +33,7 @@ class BerValue {
   // every field has to be less, or greater.
   virtual bool equals(const BerValue& other) const = 0;
   virtual bool less(const BerValue& other) const = 0;
-  virtual bool greater(const BerValue& other) const = 0;
+  virtual bool greater(const BerValue& other) const { return sameClass(other) && other.less(*this); }
 
   // Writes the whole item; the caller flushes. Throws EBer for a value beyond its bounds, and what the
   // stream throws.
@@ -46,6 +47,7 @@ class BerValue {
  protected:
   BerValue() = default;
   BerValue(const BerValue&) = default;
+  bool sameClass(const BerValue& other) const { return typeid(*this) == typeid(other); }
   BerValue& operator=(const BerValue&) = default;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "protocol/basic_io.h"
 
@@ -8,12 +9,15 @@
 // it gets; constructed values in the indefinite form, so that nothing is measured before it is written.
 namespace protocol {
 
-void writeTag(BasicIo& io, std::uint32_t tagWord);
-void writeLength(BasicIo& io, std::uint32_t length);
-void writeIndefiniteLength(BasicIo& io);
+// What stands around the children of a constructed value: its tag with the indefinite length mark, and the
+// two zero bytes.
+void writeOpening(BasicIo& io, std::uint32_t tagWord);
 void writeEndOfContents(BasicIo& io);
 
-// Whole items: tag, length and the shortest two's complement content.
+// Whole items: tag, length and content. What is short goes to the stream in one write.
+void writePrimitive(BasicIo& io, std::uint32_t tagWord, std::span<const std::uint8_t> content);
+
+// The content is the shortest two's complement; an unsigned value with its top bit set has a zero byte ahead.
 void writeSigned(BasicIo& io, std::uint32_t tagWord, std::int64_t value);
 void writeUnsigned(BasicIo& io, std::uint32_t tagWord, std::uint64_t value);
 

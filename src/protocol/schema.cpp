@@ -5,24 +5,12 @@
 namespace protocol {
 namespace {
 
-// Records of one class share one schema, and alternatives of a union differ in their class.
-bool sameClass(const BerValue& left, const BerValue& right) { return typeid(left) == typeid(right); }
-
 Record* asRecord(BerValue* value) { return value == nullptr ? nullptr : value->record(); }
 const Record* asRecord(const BerValue* value) { return asRecord(const_cast<BerValue*>(value)); }
 
-// One direction of comparison, carried through two trees side by side.
-struct Comparison {
-  Relation FieldOps::*leaf;
-  bool (BerValue::*whole)(const BerValue&) const;
-};
-constexpr Comparison kEqual{&FieldOps::equal, &BerValue::equals};
-constexpr Comparison kLess{&FieldOps::less, &BerValue::less};
-constexpr Comparison kGreater{&FieldOps::greater, &BerValue::greater};
-
 using Pair = std::pair<const BerValue*, const BerValue*>;
 
-// Queues the pairs of nested values that decide whether two nests are equal. False if none need be looked at.
+// Queues the pairs of nested values that decide whether two nests are equal. False if they are seen to differ.
 bool queueEqual(const Nest& nest, const void* left, const void* right, std::vector<Pair>& pairs) {
   const std::size_t count = nest.count(left);
   if (count != nest.count(right)) {
@@ -41,13 +29,12 @@ bool queueEqual(const Nest& nest, const void* left, const void* right, std::vect
   return true;
 }
 
-// The same for < (or > when greater is set): a size or one pair decides, the first that differs.
-bool queueOrdered(const Nest& nest, const void* left, const void* right, bool greater,
-                  std::vector<Pair>& pairs) {
+// The same for <: a size or one pair decides, the first that differs.
+bool queueOrdered(const Nest& nest, const void* left, const void* right, std::vector<Pair>& pairs) {
   const std::size_t leftCount = nest.count(left);
   const std::size_t rightCount = nest.count(right);
   if (nest.listTag != nullptr && leftCount != rightCount) {
-    return greater ? leftCount > rightCount : leftCount < rightCount;
+    return leftCount < rightCount;
   }
   for (std::size_t i = 0; i < std::min(leftCount, rightCount); ++i) {
     const Pair pair{nest.at(left, i), nest.at(right, i)};
@@ -63,10 +50,23 @@ bool queueOrdered(const Nest& nest, const void* left, const void* right, bool gr
   return false;
 }
 
-bool queue(const Nest& nest, const void* left, const void* right, const Comparison& by,
-           std::vector<Pair>& pairs) {
-  return &by == &kEqual ? queueEqual(nest, left, right, pairs)
-                        : queueOrdered(nest, left, right, &by == &kGreater, pairs);
+// A relation between two values, and how it is carried down to their leaves and their nested values.
+struct Comparison {
+  Relation FieldOps::*leaf;
+  bool (BerValue::*whole)(const BerValue&) const;
+  bool (*queue)(const Nest&, const void* left, const void* right, std::vector<Pair>&);
+};
+constexpr Comparison kEqual{&FieldOps::equal, &BerValue::equals, queueEqual};
+constexpr Comparison kLess{&FieldOps::less, &BerValue::less, queueOrdered};
+
+// Whether two records of one class fulfil a relation, apart from the nested values, which are queued.
+bool fieldsHold(const Record& left, const Record& right, const Comparison& by, std::vector<Pair>& pairs) {
+  return std::ranges::all_of(left.schema().fields, [&](const Field& row) {
+    const void* leftMember = row.in(left);
+    const void* rightMember = row.in(right);
+    return row.ops->nest != nullptr ? by.queue(*row.ops->nest, leftMember, rightMember, pairs)
+                                    : (row.ops->*by.leaf)(leftMember, rightMember);
+  });
 }
 
 // Every pair has to fulfil the relation, whatever the order in which they are looked at.
@@ -74,25 +74,12 @@ bool holds(std::vector<Pair> pairs, const Comparison& by) {
   while (!pairs.empty()) {
     const auto [left, right] = pairs.back();
     pairs.pop_back();
-    if (!sameClass(*left, *right)) {
+    const Record* record = asRecord(left);
+    const bool fulfilled = record == nullptr ? (left->*by.whole)(*right)
+                                             : typeid(*left) == typeid(*right) &&
+                                                   fieldsHold(*record, *asRecord(right), by, pairs);
+    if (!fulfilled) {
       return false;
-    }
-    const Record* leftRecord = asRecord(left);
-    if (leftRecord == nullptr) {
-      if (!(left->*by.whole)(*right)) {
-        return false;
-      }
-      continue;
-    }
-    for (const Field& row : leftRecord->schema().fields) {
-      const void* leftMember = row.in(*leftRecord);
-      const void* rightMember = row.in(static_cast<const Record&>(*right));
-      const bool fulfilled = row.ops->nest != nullptr
-                                 ? queue(*row.ops->nest, leftMember, rightMember, by, pairs)
-                                 : (row.ops->*by.leaf)(leftMember, rightMember);
-      if (!fulfilled) {
-        return false;
-      }
     }
   }
   return true;
@@ -109,14 +96,12 @@ class WriteWalk {
       value.write(io_, legacy_);
       return;
     }
-    writeTag(io_, record->tag(legacy_));
-    writeIndefiniteLength(io_);
+    writeOpening(io_, record->tag(legacy_));
     frames_.push_back({record, 0, nullptr, nullptr, 0});
   }
 
   void openList(const Nest& nest, const void* list) {
-    writeTag(io_, nest.listTag->word(legacy_));
-    writeIndefiniteLength(io_);
+    writeOpening(io_, nest.listTag->word(legacy_));
     frames_.push_back({nullptr, 0, &nest, list, 0});
   }
 
@@ -205,8 +190,8 @@ void copyNest(const Nest& nest, const void* from, void* to,
   }
 }
 
-// Fields through which records can nest without end. Others are of bounded depth.
-const Field* fullestBranch(const Record& record) {
+// The first list with records in it. Only through lists can records nest without end.
+const Field* firstList(const Record& record) {
   for (const Field& row : record.schema().fields) {
     const Nest* nest = row.ops->nest;
     if (nest != nullptr && nest->listTag != nullptr && nest->count(row.in(record)) != 0) {
@@ -237,7 +222,6 @@ std::unique_ptr<BerValue> Record::clone() const {
 
 bool Record::equals(const BerValue& other) const { return holds({{this, &other}}, kEqual); }
 bool Record::less(const BerValue& other) const { return holds({{this, &other}}, kLess); }
-bool Record::greater(const BerValue& other) const { return holds({{this, &other}}, kGreater); }
 
 void Record::write(BasicIo& io, bool legacy) const {
   WriteWalk walk(io, legacy);
@@ -260,7 +244,7 @@ bool equalLists(const Nest& nest, const void* left, const void* right) {
 
 bool lessLists(const Nest& nest, const void* left, const void* right) {
   std::vector<Pair> pairs;
-  return queueOrdered(nest, left, right, false, pairs) && holds(std::move(pairs), kLess);
+  return queueOrdered(nest, left, right, pairs) && holds(std::move(pairs), kLess);
 }
 
 void writeList(const Nest& nest, const void* container, BasicIo& io, bool legacy) {
@@ -278,10 +262,10 @@ void discard(BerValue* value) noexcept {
   }
   Record* above = nullptr;
   for (;;) {
-    if (const Field* row = fullestBranch(*node)) {
+    if (const Field* row = firstList(*node)) {
       void* list = row->in(*node);
       Record* inner = asRecord(row->ops->nest->last(list));
-      if (inner == nullptr || fullestBranch(*inner) == nullptr) {
+      if (inner == nullptr || firstList(*inner) == nullptr) {
         row->ops->nest->dropLast(list);
         continue;
       }
@@ -294,7 +278,7 @@ void discard(BerValue* value) noexcept {
     if (node == nullptr) {
       return;
     }
-    const Field* row = fullestBranch(*node);
+    const Field* row = firstList(*node);
     void* list = row->in(*node);
     above = static_cast<Record*>(std::exchange(row->ops->nest->last(list), nullptr));
     row->ops->nest->dropLast(list);
@@ -326,6 +310,13 @@ bool ListValue::less(const BerValue& other) const {
 
 BerValue* ListValue::makeField(std::uint32_t, std::uint32_t tag, bool legacy, FieldSlot& slot) {
   return access_->append(container_, tag, legacy, slot);
+}
+
+BerValue* openList(void* container, const ListAccess& access, std::uint32_t tag, bool legacy) {
+  if (tag != access.tag->word(legacy)) {
+    refuseTag(*access.tag, tag, legacy);
+  }
+  return new ListValue(container, access);  // the reader deletes it
 }
 
 std::string ListValue::name() const { return className(*access_->type); }

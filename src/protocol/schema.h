@@ -72,13 +72,12 @@ using Relation = bool (*)(const void* left, const void* right);
 struct FieldOps {
   // Returns the value that takes a child with this tag, or refuses it.
   BerValue* (*open)(const Field&, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&);
-  void (*write)(const Field&, const void* member, BasicIo&, bool legacy);
-  Relation equal;
-  Relation less;
-  Relation greater;
-  void (*assign)(void* to, const void* from);
-  // Set instead of the five above for members that hold records.
-  const Nest* nest;
+  // Members that hold records bring a nest instead of the four others, and the walks do the work.
+  void (*write)(const Field&, const void* member, BasicIo&, bool legacy) = nullptr;
+  Relation equal = nullptr;
+  Relation less = nullptr;
+  void (*assign)(void* to, const void* from) = nullptr;
+  const Nest* nest = nullptr;
 };
 
 struct Field {
@@ -105,7 +104,6 @@ class Record : public BerConstructed {
   std::uint32_t tag(bool legacy) const final { return schema().tag.word(legacy); }
   bool equals(const BerValue& other) const final;
   bool less(const BerValue& other) const final;
-  bool greater(const BerValue& other) const final;
   void write(BasicIo& io, bool legacy) const final;
   BerValue* makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) final;
   std::uint32_t minFields() const final { return static_cast<std::uint32_t>(schema().required); }
@@ -226,7 +224,6 @@ class ListValue final : public BerConstructed {
   std::uint32_t tag(bool legacy) const override { return access_->tag->word(legacy); }
   bool equals(const BerValue& other) const override;
   bool less(const BerValue& other) const override;
-  bool greater(const BerValue& other) const override { return other.less(*this); }
   void write(BasicIo& io, bool legacy) const override { access_->write(container_, io, legacy); }
   BerValue* makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) override;
   std::uint32_t minFields() const override { return 0; }
@@ -237,6 +234,9 @@ class ListValue final : public BerConstructed {
   void* container_;
   const ListAccess* access_;
 };
+
+// The wrapper for a list that the reader has met.
+BerValue* openList(void* container, const ListAccess& access, std::uint32_t tag, bool legacy);
 
 // ---- What each member type does. A Leaf says which view stands for a primitive member. ----
 
@@ -305,7 +305,6 @@ struct Plain {
   static T& of(void* member) { return *static_cast<T*>(member); }
   static bool equal(const void* a, const void* b) { return of(a) == of(b); }
   static bool less(const void* a, const void* b) { return of(a) < of(b); }
-  static bool greater(const void* a, const void* b) { return of(b) < of(a); }
   static void assign(void* to, const void* from) { of(to) = of(from); }
 };
 
@@ -323,7 +322,7 @@ struct Wire : Plain<T> {
   static void write(const Field& row, const void* member, BasicIo& io, bool legacy) {
     Leaf<T>::view(const_cast<T*>(&of(member)), row.bounds).write(io, legacy);
   }
-  static constexpr FieldOps kOps{open, write, Wire::equal, Wire::less, Wire::greater, Wire::assign, nullptr};
+  static constexpr FieldOps kOps{open, write, Wire::equal, Wire::less, Wire::assign};
 };
 
 template <class T>
@@ -348,7 +347,7 @@ struct Wire<Nullable<T>> : Plain<Nullable<T>> {
     T value = of(member).value();
     Leaf<T>::view(&value, row.bounds).write(io, legacy);
   }
-  static constexpr FieldOps kOps{open, write, Wire::equal, Wire::less, Wire::greater, Wire::assign, nullptr};
+  static constexpr FieldOps kOps{open, write, Wire::equal, Wire::less, Wire::assign};
 };
 
 // Single nested values: a record, or one of several.
@@ -375,7 +374,7 @@ struct Wire<Owned<T>> : SingleNest<Owned<T>> {
     }
     return &Wire::of(row.in(owner)).emplace();
   }
-  static constexpr FieldOps kOps{open, nullptr, nullptr, nullptr, nullptr, nullptr, &Wire::kNest};
+  static constexpr FieldOps kOps{.open = open, .nest = &Wire::kNest};
 };
 
 template <class... Alternatives>
@@ -387,7 +386,7 @@ struct Wire<OneOf<Alternatives...>> : SingleNest<OneOf<Alternatives...>> {
     }
     return Wire::add(row.in(owner), std::move(made));
   }
-  static constexpr FieldOps kOps{open, nullptr, nullptr, nullptr, nullptr, nullptr, &Wire::kNest};
+  static constexpr FieldOps kOps{.open = open, .nest = &Wire::kNest};
 };
 
 template <class L, class T = typename L::value_type>
@@ -396,6 +395,7 @@ struct Elements;
 // Lists of primitives. < and > compare the size first, then the first elements that differ.
 template <class L, class T>
 struct Elements : Plain<L> {
+  static_assert(!std::is_same_v<T, std::string> || L::kBounds.given, "strings need their limit");
   using Plain<L>::of;
   static BerValue* append(void* container, std::uint32_t tag, bool legacy, FieldSlot& slot) {
     if (tag != Leaf<T>::kTag.word(legacy)) {
@@ -404,8 +404,7 @@ struct Elements : Plain<L> {
     return Leaf<T>::open(slot, &of(container).emplace_back(), L::kBounds);
   }
   static void write(const void* container, BasicIo& io, bool legacy) {
-    writeTag(io, L::kTag.word(legacy));
-    writeIndefiniteLength(io);
+    writeOpening(io, L::kTag.word(legacy));
     for (const T& element : of(container)) {
       Leaf<T>::view(const_cast<T*>(&element), L::kBounds).write(io, legacy);
     }
@@ -416,18 +415,14 @@ struct Elements : Plain<L> {
     const L& right = of(b);
     return left.size() != right.size() ? left.size() < right.size() : left < right;
   }
-  static bool greater(const void* a, const void* b) { return less(b, a); }
   static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, write, Elements::equal, less};
   static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
-    if (tag != L::kTag.word(legacy)) {
-      refuseTag(L::kTag, tag, legacy);
-    }
-    return new ListValue(row.in(owner), kAccess);  // the reader deletes it
+    return openList(row.in(owner), kAccess, tag, legacy);
   }
   static void writeField(const Field&, const void* member, BasicIo& io, bool legacy) {
     write(member, io, legacy);
   }
-  static constexpr FieldOps kOps{open, writeField, Elements::equal, less, greater, Elements::assign, nullptr};
+  static constexpr FieldOps kOps{open, writeField, Elements::equal, less, Elements::assign};
 };
 
 bool equalLists(const Nest& nest, const void* left, const void* right);
@@ -462,12 +457,9 @@ struct Elements<L, Owned<T>> {
   }
   static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, write, equal, less};
   static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
-    if (tag != L::kTag.word(legacy)) {
-      refuseTag(L::kTag, tag, legacy);
-    }
-    return new ListValue(row.in(owner), kAccess);  // the reader deletes it
+    return openList(row.in(owner), kAccess, tag, legacy);
   }
-  static constexpr FieldOps kOps{open, nullptr, nullptr, nullptr, nullptr, nullptr, &kNest};
+  static constexpr FieldOps kOps{.open = open, .nest = &kNest};
 };
 
 template <ListClass L>

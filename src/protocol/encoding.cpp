@@ -1,0 +1,111 @@
+#include "protocol/encoding.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+
+#include "foundation/assertion.h"
+#include "protocol/tag.h"
+
+namespace protocol {
+namespace {
+
+constexpr std::uint32_t kFirstLongTag = 31 * 8;
+constexpr std::uint8_t kIndefinite = 0x80;
+constexpr std::size_t kLongestHeader = 6 + 5;
+
+// The put functions write at a place that has room and return the place behind what they wrote.
+
+std::uint8_t* putTag(std::uint8_t* at, std::uint32_t tagWord) {
+  const auto classBits = static_cast<std::uint8_t>((tagWord & 7U) << 5U);
+  const std::uint32_t number = tagWord >> 3U;
+  if (tagWord < kFirstLongTag) {
+    *at++ = static_cast<std::uint8_t>(classBits | number);
+    return at;
+  }
+  *at++ = classBits | 0x1FU;
+  int shift = (std::bit_width(number) - 1) / 7 * 7;
+  const std::uint32_t top = number >> shift;
+  assertThat(top >= 1 && top <= 127, "Tag encoding failed");
+  for (; shift > 0; shift -= 7) {
+    *at++ = static_cast<std::uint8_t>(0x80U | (number >> shift));
+  }
+  *at++ = static_cast<std::uint8_t>(number & 0x7FU);
+  return at;
+}
+
+// The lowest bytes of a number, most significant first. A ninth byte is the zero above 64 bits.
+std::uint8_t* putBytes(std::uint8_t* at, std::uint64_t bits, int count) {
+  for (int i = count - 1; i >= 0; --i) {
+    *at++ = i < 8 ? static_cast<std::uint8_t>(bits >> (8 * i)) : std::uint8_t{0};
+  }
+  return at;
+}
+
+std::uint8_t* putLength(std::uint8_t* at, std::uint32_t length) {
+  if (length < 0x80) {
+    *at++ = static_cast<std::uint8_t>(length);
+    return at;
+  }
+  const int count = (std::bit_width(length) + 7) / 8;
+  *at++ = static_cast<std::uint8_t>(0x80 | count);
+  return putBytes(at, length, count);
+}
+
+// How many bytes a number takes whose sign stands ahead of so many significant bits.
+int bytesFor(std::uint64_t magnitude) { return static_cast<int>(std::bit_width(magnitude)) / 8 + 1; }
+
+void writeInteger(BasicIo& io, std::uint32_t tagWord, std::uint64_t bits, int count) {
+  std::array<std::uint8_t, 9> content;
+  putBytes(content.data(), bits, count);
+  writePrimitive(io, tagWord, {content.data(), static_cast<std::size_t>(count)});
+}
+
+template <std::size_t kRoom>
+void writeUpTo(BasicIo& io, const std::array<std::uint8_t, kRoom>& bytes, const std::uint8_t* end) {
+  io.write(bytes.data(), static_cast<std::size_t>(end - bytes.data()));
+}
+
+}  // namespace
+
+void writeEndOfContents(BasicIo& io) {
+  static constexpr std::array<std::uint8_t, 2> kEndOfContents{0, 0};
+  io.write(kEndOfContents.data(), kEndOfContents.size());
+}
+
+void writeOpening(BasicIo& io, std::uint32_t tagWord) {
+  std::array<std::uint8_t, kLongestHeader> bytes;
+  std::uint8_t* end = putTag(bytes.data(), tagWord);
+  *end++ = kIndefinite;
+  writeUpTo(io, bytes, end);
+}
+
+void writePrimitive(BasicIo& io, std::uint32_t tagWord, std::span<const std::uint8_t> content) {
+  constexpr std::size_t kShort = 64;
+  std::array<std::uint8_t, kLongestHeader + kShort> item;
+  std::uint8_t* end = putLength(putTag(item.data(), tagWord), static_cast<std::uint32_t>(content.size()));
+  if (content.size() <= kShort) {
+    writeUpTo(io, item, std::copy(content.begin(), content.end(), end));
+    return;
+  }
+  writeUpTo(io, item, end);
+  io.write(content.data(), content.size());
+}
+
+void writeSigned(BasicIo& io, std::uint32_t tagWord, std::int64_t value) {
+  const auto bits = static_cast<std::uint64_t>(value);
+  writeInteger(io, tagWord, bits, bytesFor(value < 0 ? ~bits : bits));
+}
+
+void writeUnsigned(BasicIo& io, std::uint32_t tagWord, std::uint64_t value) {
+  writeInteger(io, tagWord, value, bytesFor(value));
+}
+
+void writeEnumerated(BasicIo& io, std::int32_t value) {
+  const auto bits = static_cast<std::uint32_t>(value);
+  const int count = value == 0 ? 0 : value < 0 ? 4 : bytesFor(bits);
+  writeInteger(io, BE_ENUMERATED.current, bits, count);
+}
+
+}  // namespace protocol
