@@ -12,7 +12,7 @@ class CommandOutput {
 
   Output& stream() { return file_ != nullptr ? *file_ : standardOutput(); }
 
-  // To be called when all is printed: reports what could not be written.
+  // To be called when all is printed: a failure to write it or to close the file is thrown as Output does.
   void finish();
 
  private:

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "foundation/output.h"
 #include "foundation/time_zone.h"
@@ -10,28 +12,33 @@
 
 // The CSV of stored data: a header line, then a line for each entry.
 
-// Formats times; keeps what neighbouring rows share.
+inline constexpr std::string_view kDefaultTimeFormat = "%Y-%m-%d %H:%M:%S";
+
+// Formats times; keeps what neighbouring rows share: a row usually begins where the one before it ended.
 class TimeText {
  public:
-  // format is strftime's; "%s" alone gives plain seconds.
+  // format is strftime's; "%s" alone gives plain seconds. A text of more than 255 bytes comes out empty.
   TimeText(std::string format, const TimeZone& zone);
 
-  // The text of a time, valid until the call after the next. Throws as breakDownTime does.
+  // The text of a time, valid until the call after the next. Throws as breakDownTime does, for any time
+  // before 1970.
   const std::string& of(std::int32_t time);
 
  private:
+  enum class Form { seconds, standard, custom };
   struct Memo {
     std::int32_t time = 0;
     bool filled = false;
     std::string text;
   };
 
-  void format(std::int32_t time, std::string& text);
+  void format(std::int32_t time, std::string& text) const;
 
   std::string format_;
+  Form form_ = Form::custom;
   TimeZone zone_;
   std::array<Memo, 2> memos_;
-  std::size_t oldest_ = 0;
+  std::size_t oldest_ = 0;  // the memo that gives way to the next new time
 };
 
 // The header of the entry's kind; nothing for a kind without a CSV form.

@@ -5,7 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "query/result.h"
 #include "query/select.h"
+#include "session/request.h"
 
 // Paths name objects: "Backbone.Routers,mainrouter,group^check". A backslash makes the next character
 // literal; commas are split first and dots or carets inside a part afterwards, so each stage takes away one
@@ -18,6 +20,9 @@ void splitEscaped(std::list<std::string>& list, std::string_view text, char deli
 // The inverse: every element with the delimiter in front of it.
 std::string joinEscaped(const std::list<std::string>& list, char delimiter);
 
+// Appends text with a backslash in front of each backslash and of each special character.
+void appendEscaped(std::string& to, std::string_view text, char special);
+
 // A TQL string literal.
 std::string quoteTqlString(std::string_view text);
 
@@ -27,6 +32,10 @@ std::string classListText(const std::vector<std::string>& classes);
 // The TQL expression for a path, or for an id. properties is empty, "*", or names joined by ", ".
 // Throws error::EFatal.
 std::string pathExpression(const std::string& path, bool byId, const std::string& properties);
+
+// Which part of a path an object's name belongs to.
+enum class PathPart { domain, node, check, none };
+PathPart pathPartOf(std::string_view className);
 
 // The sibling names on the way from the root down to an object, top first.
 struct ObjectChain {
@@ -40,7 +49,7 @@ struct ObjectChain {
 
 struct FoundObject {
   comquery::Held<tqlquery::Select> query;  // owns what object points into
-  tqlquery::Result* object;
+  const tqlquery::Result* object;
   ObjectChain chain;
 };
 

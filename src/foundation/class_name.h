@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 
 #include "foundation/assertion.h"
@@ -18,7 +19,8 @@ T checked_cast(From* pointer) {
   T narrowed = dynamic_cast<T>(pointer);
   if (narrowed == nullptr) [[unlikely]] {
     const std::string got = pointer == nullptr ? "(null)" : className(typeid(*pointer));
-    assertionFailed("checked_cast failed, " + got + " should have been " + className(typeid(*narrowed)));
+    const std::string wanted = className(typeid(std::remove_pointer_t<T>));
+    assertionFailed("checked_cast failed, " + got + " should have been " + wanted);
   }
   return narrowed;
 }

@@ -10,5 +10,6 @@ extern Connection* g_connection;
 extern std::string g_rootObjectId;
 
 // Opens the session that the global options describe, after asking for the password if -P was not given.
+// Afterwards the options hold neither the password nor the session key any more.
 // Throws error::EFatal, error::EParseError, and what Connection throws.
 void login();

@@ -71,7 +71,8 @@ class BerReader final : public GenericLayer {
 
   static constexpr std::uint64_t kIndefinite = ~std::uint64_t{0};
 
-  bool sniff(std::span<const std::uint8_t>& chunk);
+  void readOpening();
+  void takeShortHeader(std::uint8_t tag, std::uint8_t length);
   void takeByte(std::uint8_t byte);
   void takeTag(std::uint8_t byte);
   void takeLongTag(std::uint8_t byte);
@@ -80,23 +81,27 @@ class BerReader final : public GenericLayer {
   void takeEndOfContents(std::uint8_t byte);
   std::size_t takeContent(std::span<const std::uint8_t> chunk);
   void startValue();
-  protocol::BerValue* openValue();
-  void startPrimitive(protocol::BerPrimitive* value);
+  protocol::BerValue& openValue();
+  void checkTag(const protocol::BerValue& value) const;
+  void startConstructed(protocol::BerConstructed& value);
+  void startPrimitive(protocol::BerPrimitive& value);
   void finishPrimitive();
-  void closeFinished();
-  void closeTop(bool afterEndOfContents);
+  void dropPrimitive();
+  void closeComplete();
+  void closeTop();
   void consume(std::uint64_t bytes);
   std::string position() const;
 
   const protocol::BerProtocol& catalogue_;
   std::unique_ptr<BasicIo> stream_;
   State state_ = State::tag;
-  std::vector<StackEntry> stack_;  // outermost first; the outermost value is owned
+  std::unique_ptr<protocol::BerValue> message_;  // in progress
+  std::vector<StackEntry> stack_;                // from message_ inwards
   protocol::FieldSlot slot_;
-  protocol::BerPrimitive* primitive_ = nullptr;  // in progress; in slot_, or owned by its record
+  protocol::BerPrimitive* primitive_ = nullptr;  // in progress
   std::uint32_t tag_ = 0;
-  std::uint64_t length_ = 0;
-  std::uint64_t received_ = 0;
+  std::uint64_t length_ = 0;    // of the value whose tag is tag_, or kIndefinite
+  std::uint64_t received_ = 0;  // of the content of primitive_
   std::uint8_t lengthBytesLeft_ = 0;
   std::deque<std::unique_ptr<protocol::BerValue>> finished_;
   bool legacy_ = false;

@@ -13,6 +13,9 @@ namespace old_protocol {
 class BufferIo final : public BasicIo {
  public:
   explicit BufferIo(std::unique_ptr<BasicIo> lower);
+  ~BufferIo() override;
+  BufferIo(const BufferIo&) = delete;
+  BufferIo& operator=(const BufferIo&) = delete;
 
   void write(const std::uint8_t* bytes, std::size_t count) override;
   void flush() override;

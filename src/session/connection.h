@@ -35,16 +35,18 @@ class Connection {
   static std::unique_ptr<Connection> reopenSession(IoFactory factory, const std::string& server,
                                                    std::uint32_t port, const BigNum& key);
 
+  // Gives up its references to the requests under way, which will not be answered. Tells the server nothing.
   ~Connection();
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  // Gives the request the session's next number and sends it. If that throws, the request is as if it had
-  // never been posted.
+  // Gives the request, which must not be under way, the session's next number and sends it. If that throws,
+  // the request is as if it had never been posted; the number is spent, and part of the message may be out.
   void post(comquery::Request& request);
 
   // Handles answers until this request has been answered, and returns its error code; at once for a request
-  // that is not under way. Throws what the stream, the reader and the requests' decode throw.
+  // that is not under way. Throws what the stream, the reader and the requests' decode throw; a request whose
+  // decode has thrown stays under way, in state answered.
   std::uint32_t await(comquery::Request& request);
 
   // Handles one message. Returns the request that it answered, null if nobody asked. The pointer is good for
@@ -61,6 +63,9 @@ class Connection {
  private:
   friend class Handshake;
   Connection() = default;
+
+  std::int32_t takeNumber();
+  void strike(comquery::Request& request, std::int32_t id);
 
   std::unique_ptr<old_protocol::BerReader> reader_;
   BigNum sessionKey_;

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace tql {
 
@@ -13,7 +15,7 @@ class Lexer {
 
   // Reads the next token into token and returns it; empty at the end of the input.
   // Throws error::EParseError for a string without its end.
-  std::string next();
+  const std::string& next();
 
   const std::string input;
   std::size_t position = 0;
@@ -24,6 +26,11 @@ class Lexer {
   void takeString();
   void takeNumber();
   void takeSymbol();
+  void takeRun(bool (*belongs)(char));
+  void takeOneOf(std::string_view characters);
 };
+
+// Refuses a token: throws error::EParseError with the token in quotes between the two texts.
+[[noreturn]] void unexpected(const char* expected, std::string_view token, const char* place = "");
 
 }  // namespace tql

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "protocol/messages/object_tree.h"
-#include "query/tql/lexer.h"
 
 // TQL names a set of objects: a chain of steps, each with a class, modifiers, a number, wanted properties and
 // a filter. The client only translates it; the server does the matching.
@@ -13,11 +12,9 @@
 //   following  := step | "(" step { "|" step } [ ":" step { "|" step } ] ")"
 namespace tql {
 
+// Steps and groups may follow and nest without end: neither costs stack.
 // Throws error::EParseError, or error::ERange for a number beyond 64 bits, with ": parsing " and the
 // expression at the end of the text.
 std::unique_ptr<protocol::PathPattern> parse(const std::string& expression);
-
-// One step with all that follows it. Entered on the step's first token, left on the first one behind it.
-std::unique_ptr<protocol::PathPattern> parsePattern(Lexer& lexer);
 
 }  // namespace tql

@@ -59,6 +59,8 @@ void encode(Property& property, const std::string& name, std::uint32_t typeWord,
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, const BigNum& value);
 void encode(Property& property, const std::string& name, std::uint32_t typeWord,
             const std::vector<std::uint8_t>& value);
+// A literal would rather become a bool than a string.
+void encode(Property& property, const std::string& name, std::uint32_t typeWord, const char* value) = delete;
 
 // Read the value of a property that should be of the wanted type. Throw errors::tql, code 9, for another type
 // and for null; result is then unchanged. A wanted type that the overload does not serve is a defect.

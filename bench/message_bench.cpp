@@ -1,0 +1,55 @@
+#include <benchmark/benchmark.h>
+
+#include <span>
+
+#include "allocations.h"
+#include "protocol/ber_reader.h"
+#include "samples.h"
+
+namespace {
+
+constexpr std::size_t kRows = 10'000;
+
+std::string encoded(const protocol::BerValue& message) {
+  MemoryIo io;
+  message.write(io, false);
+  return io.text;
+}
+
+// state.range(0): how many bytes the reader gets at a time.
+void decodeSeries(benchmark::State& state) {
+  const std::string bytes = encoded(sampleSeries(kRows));
+  const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
+  const auto step = static_cast<std::size_t>(state.range(0));
+  std::uint64_t allocations = 0;
+  for (auto _ : state) {
+    const std::uint64_t before = allocationCount();
+    old_protocol::BerReader reader(protocol::guiProtocol::instance(), nullptr);
+    for (std::size_t at = 0; at < bytes.size(); at += step) {
+      reader.feed({data + at, std::min(step, bytes.size() - at)});
+    }
+    auto message = reader.nextMessage();
+    allocations += allocationCount() - before;
+    benchmark::DoNotOptimize(message);
+  }
+  const auto rows = static_cast<double>(kRows) * static_cast<double>(state.iterations());
+  state.SetBytesProcessed(static_cast<std::int64_t>(bytes.size()) * state.iterations());
+  state.counters["allocs/row"] = static_cast<double>(allocations) / rows;
+  state.counters["rows/s"] = benchmark::Counter(rows, benchmark::Counter::kIsRate);
+}
+BENCHMARK(decodeSeries)->Arg(1)->Arg(1460)->Arg(65536)->Unit(benchmark::kMillisecond);
+
+void writeSeries(benchmark::State& state) {
+  const protocol::Response response = sampleSeries(kRows);
+  MemoryIo io;
+  std::size_t size = 0;
+  for (auto _ : state) {
+    io.text.clear();
+    response.write(io, false);
+    size = io.text.size();
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(size) * state.iterations());
+}
+BENCHMARK(writeSeries)->Unit(benchmark::kMillisecond);
+
+}  // namespace

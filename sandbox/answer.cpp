@@ -1,0 +1,52 @@
+#include "sandbox/answer.h"
+
+#include "protocol/encoding.h"
+#include "protocol/messages/envelope.h"
+
+namespace sandbox {
+
+bool MessageAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
+  message_->write(io, legacy);
+  return true;
+}
+
+std::unique_ptr<Answer> makeRefusal(std::int32_t requestId, const Refusal& refusal) {
+  auto response = std::make_unique<protocol::Response>();
+  response->requestId = requestId;
+  auto& error = response->resp.emplace<protocol::ErrorResp>();
+  error.code = static_cast<std::int32_t>(refusal.code);
+  if (!refusal.text.empty()) {
+    error.args.push_back(refusal.text);
+  }
+  return std::make_unique<MessageAnswer>(std::move(response));
+}
+
+void ItemWriter::open(const protocol::Tag& tag) {
+  protocol::writeTag(io_, tag.word(legacy_));
+  protocol::writeIndefiniteLength(io_);
+}
+
+void ItemWriter::close() { protocol::writeEndOfContents(io_); }
+
+void ItemWriter::text(const std::string& value) {
+  protocol::writeTag(io_, protocol::BE_STRING.word(legacy_));
+  protocol::writeLength(io_, static_cast<std::uint32_t>(value.size()));
+  io_.write(reinterpret_cast<const std::uint8_t*>(value.data()), value.size());
+}
+
+void ItemWriter::number(std::uint32_t value) {
+  protocol::writeUnsigned(io_, protocol::BE_INTEGER.word(legacy_), value);
+}
+
+void ItemWriter::openResponse(std::int32_t requestId, const protocol::Tag& payload) {
+  open(protocol::Response::kSchema.tag);
+  number(static_cast<std::uint32_t>(requestId));
+  open(payload);
+}
+
+void ItemWriter::closeResponse() {
+  close();
+  close();
+}
+
+}  // namespace sandbox

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "foundation/big_num.h"
+#include "protocol/ber_reader.h"
+#include "protocol/messages/handshake.h"
+#include "sandbox/answer.h"
+#include "sandbox/handler.h"
+#include "sandbox/network.h"
+#include "sandbox/options.h"
+
+namespace sandbox {
+
+using Time = std::chrono::steady_clock::time_point;
+
+// The sessions of this run, which can be reopened as long as it lasts.
+class Sessions {
+ public:
+  BigNum issue();
+  bool isIssued(const BigNum& key) const;
+
+ private:
+  std::uint32_t count_ = 0;
+};
+
+// What the clients share.
+struct Service {
+  const Options& options;
+  const Handler& handler;
+  Sessions sessions;
+};
+
+// The stream under a client's reader: input straight from the connection, output into a buffer.
+class ClientStream final : public old_protocol::BasicIo {
+ public:
+  explicit ClientStream(Peer peer) : peer_(std::move(peer)) {}
+
+  // Returns 0 if nothing has come, or nothing ever will; the latter sets ended.
+  std::size_t read(std::uint8_t* bytes, std::size_t capacity) override;
+  void write(const std::uint8_t* bytes, std::size_t count) override;
+  void flush() override {}
+  bool hasData() override { return true; }
+
+  // Sends what the connection takes at the moment. False if it has failed.
+  bool drain();
+
+  std::size_t buffered() const { return buffer_.size() - sent_; }
+  bool ended() const { return ended_; }
+  int number() const { return peer_.number(); }
+
+ private:
+  Peer peer_;
+  std::vector<std::uint8_t> buffer_;
+  std::size_t sent_ = 0;
+  bool ended_ = false;
+};
+
+// One client: the handshake, then its requests, answered in their order.
+class Client {
+ public:
+  // service must outlive the client.
+  Client(Peer peer, Service& service);
+
+  // Takes what has come. Broken or unexpected input ends the client.
+  void takeInput(Time now);
+
+  // Writes and sends what is due.
+  void giveOutput(Time now);
+
+  void drop() { state_ = State::gone; }
+
+  int number() const { return stream_->number(); }
+  bool wantsInput() const { return state_ < State::ending; }
+  bool wantsOutput(Time now) const { return stream_->buffered() > 0 || isDue(now); }
+  // When the next answer may leave.
+  std::optional<Time> nextDue() const;
+  bool isGone() const { return state_ == State::gone; }
+
+ private:
+  // ending: nothing more is read, and what is queued goes out.
+  enum class State { negotiating, acknowledging, loggingIn, open, ending, gone };
+
+  struct Queued {
+    std::unique_ptr<Answer> answer;
+    Time due;
+  };
+
+  Client(std::unique_ptr<ClientStream> stream, Service& service);
+
+  bool isDue(Time now) const { return !queue_.empty() && queue_.front().due <= now; }
+  void take(protocol::BerValue& message, Time now);
+  void negotiate(const protocol::ClientWants& wants, Time now);
+  void logIn(const protocol::BerValue& message, Time now);
+  void serve(protocol::BerValue& message, Time now);
+  void queue(std::unique_ptr<Answer> answer, Time due) { queue_.push_back({std::move(answer), due}); }
+  template <class Message>
+  void queueMessage(Message message, Time due) {
+    queue(std::make_unique<MessageAnswer>(std::make_unique<Message>(std::move(message))), due);
+  }
+  void openSession(const BigNum& key, Time now);
+
+  Service& service_;
+  ClientStream* stream_;  // owned by the reader
+  old_protocol::BerReader reader_;
+  State state_ = State::negotiating;
+  std::deque<Queued> queue_;
+};
+
+}  // namespace sandbox

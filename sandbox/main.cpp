@@ -1,0 +1,45 @@
+#include <string>
+
+#include "foundation/errors.h"
+#include "foundation/output.h"
+#include "foundation/process.h"
+#include "sandbox/handler.h"
+#include "sandbox/network.h"
+#include "sandbox/options.h"
+#include "sandbox/sample_tree.h"
+#include "sandbox/server.h"
+
+namespace {
+
+void run(const sandbox::Options& options) {
+  sandbox::catchStopSignals();
+  sandbox::Listener listener(options.port);
+  const sandbox::Tree tree = sandbox::makeSampleTree(options.nodes, options.rows);
+  const sandbox::Handler handler(tree);
+  sandbox::Service service{options, handler, {}};
+
+  standardOutput().write("Listening on 127.0.0.1:" + std::to_string(listener.port()) + "\n");
+  standardOutput().flush();
+  sandbox::Server(listener, service).run();
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+  prepareProcess();
+  try {
+    const sandbox::Options options = sandbox::parseOptions(argumentCount, arguments);
+    if (options.help) {
+      standardOutput().write(sandbox::kUsage);
+      standardOutput().flush();
+      return 0;
+    }
+    run(options);
+    return 0;
+  } catch (const error::Exception& failure) {
+    printError("morvex-sandbox: " + failure.text() + "\n");
+  } catch (const OutputAbandoned&) {
+    // Nobody reads the port number, so nobody will come.
+  }
+  return 1;
+}

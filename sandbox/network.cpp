@@ -1,0 +1,148 @@
+#include "sandbox/network.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "foundation/errors.h"
+
+namespace sandbox {
+namespace {
+
+constexpr int kBacklog = 512;
+
+volatile std::sig_atomic_t g_stopRequested = 0;
+sigset_t g_signalsWhileWaiting;
+
+void requestStop(int) { g_stopRequested = 1; }
+
+[[noreturn]] void fail(const std::string& what) {
+  throwSystemError(what + ": " + std::generic_category().message(errno));
+}
+
+bool isTemporary() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
+
+sockaddr_in loopback(std::uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  return address;
+}
+
+}  // namespace
+
+Descriptor::Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+  std::swap(number_, other.number_);
+  return *this;
+}
+
+Descriptor::~Descriptor() {
+  if (number_ >= 0) {
+    ::close(number_);
+  }
+}
+
+std::optional<std::size_t> Peer::receive(std::span<std::uint8_t> buffer) {
+  const ssize_t received = ::recv(number(), buffer.data(), buffer.size(), 0);
+  if (received > 0) {
+    return static_cast<std::size_t>(received);
+  }
+  return received < 0 && isTemporary() ? std::optional<std::size_t>(0) : std::nullopt;
+}
+
+std::optional<std::size_t> Peer::send(std::span<const std::uint8_t> bytes) {
+  const ssize_t sent = ::send(number(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  if (sent >= 0) {
+    return static_cast<std::size_t>(sent);
+  }
+  return isTemporary() ? std::optional<std::size_t>(0) : std::nullopt;
+}
+
+Listener::Listener(std::uint16_t port)
+    : descriptor_(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+  if (number() < 0) {
+    fail("Cannot create a socket");
+  }
+  const int on = 1;
+  sockaddr_in address = loopback(port);
+  socklen_t length = sizeof address;
+  auto* const generic = reinterpret_cast<sockaddr*>(&address);
+  if (::setsockopt(number(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
+      ::bind(number(), generic, length) != 0 || ::listen(number(), kBacklog) != 0 ||
+      ::getsockname(number(), generic, &length) != 0) {
+    fail("Cannot listen on 127.0.0.1:" + std::to_string(port));
+  }
+  port_ = ntohs(address.sin_port);
+}
+
+std::optional<Peer> Listener::accept(bool& exhausted) {
+  exhausted = false;
+  Descriptor accepted(::accept4(number(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  if (accepted.number() < 0) {
+    exhausted = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
+    return std::nullopt;
+  }
+  // An answer leaves at once. Without it the client still works, only later.
+  const int on = 1;
+  (void)::setsockopt(accepted.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  return Peer(std::move(accepted));
+}
+
+void catchStopSignals() {
+  sigset_t stopSignals;
+  sigemptyset(&stopSignals);
+  sigaddset(&stopSignals, SIGINT);
+  sigaddset(&stopSignals, SIGTERM);
+  // Delivered while waiting and at no other moment, so that none is missed between a check and a wait.
+  ::sigprocmask(SIG_BLOCK, &stopSignals, &g_signalsWhileWaiting);
+  sigdelset(&g_signalsWhileWaiting, SIGINT);
+  sigdelset(&g_signalsWhileWaiting, SIGTERM);
+
+  struct sigaction action {};
+  action.sa_handler = requestStop;
+  ::sigaction(SIGINT, &action, nullptr);
+  ::sigaction(SIGTERM, &action, nullptr);
+}
+
+bool stopRequested() { return g_stopRequested != 0; }
+
+void waitFor(std::span<Watch> watches, std::optional<std::chrono::milliseconds> time) {
+  std::vector<pollfd> polled;
+  polled.reserve(watches.size());
+  for (const Watch& watch : watches) {
+    const int events = (watch.input ? POLLIN : 0) | (watch.output ? POLLOUT : 0);
+    polled.push_back({watch.number, static_cast<short>(events), 0});
+  }
+  timespec limit{};
+  if (time) {
+    const auto count = time->count();
+    limit.tv_sec = static_cast<time_t>(count / 1000);
+    limit.tv_nsec = static_cast<decltype(limit.tv_nsec)>(count % 1000 * 1'000'000);
+  }
+  if (::ppoll(polled.data(), polled.size(), time ? &limit : nullptr, &g_signalsWhileWaiting) < 0 &&
+      errno != EINTR) {
+    fail("Cannot wait for clients");
+  }
+  for (std::size_t i = 0; i < watches.size(); ++i) {
+    watches[i].input = (polled[i].revents & POLLIN) != 0;
+    watches[i].output = (polled[i].revents & POLLOUT) != 0;
+    const int gone = watches[i].input ? POLLERR | POLLNVAL : POLLERR | POLLNVAL | POLLHUP;
+    watches[i].failed = (polled[i].revents & gone) != 0;
+  }
+}
+
+}  // namespace sandbox

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace sandbox {
+
+// What the command line asks for.
+struct Options {
+  std::uint16_t port = 3241;  // 0: any free one
+  std::string login = "admin";
+  std::string password = "secret";
+  std::string domain = ".";
+  std::uint32_t nodes = 0;  // generated nodes beside the sample tree
+  std::uint32_t rows = 0;   // of each check of the "scale" node; 0: no such node
+  std::chrono::milliseconds delay{0};
+  bool help = false;
+};
+
+extern const char* const kUsage;
+
+// Throws error::EParseError with a message for the user.
+Options parseOptions(int count, const char* const* arguments);
+
+}  // namespace sandbox

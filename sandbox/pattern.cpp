@@ -1,0 +1,195 @@
+#include "sandbox/pattern.h"
+
+#include <algorithm>
+#include <bit>
+#include <set>
+#include <utility>
+
+#include "query/tql/property_codec.h"
+#include "sandbox/comparison.h"
+#include "sandbox/refusal.h"
+
+namespace sandbox {
+namespace {
+
+using protocol::PathPattern;
+using protocol::RelOperator;
+
+constexpr std::uint32_t kRecursive = 1;
+constexpr std::uint32_t kAllProperties = 2;
+constexpr std::uint32_t kKept = 4;
+constexpr std::uint32_t kKnownFlags = kRecursive | kAllProperties | kKept;
+
+Pattern::Steps bit(std::size_t step) { return Pattern::Steps{1} << step; }
+
+template <class Function>
+void forEachStep(Pattern::Steps steps, Function&& function) {
+  for (; steps != 0; steps &= steps - 1) {
+    function(static_cast<std::size_t>(std::countr_zero(steps)));
+  }
+}
+
+std::optional<ObjectClass> classNamed(const std::string& name) {
+  for (const ObjectClass candidate :
+       {ObjectClass::domain, ObjectClass::node, ObjectClass::checkGroup, ObjectClass::check,
+        ObjectClass::checkAccumulation, ObjectClass::domainExport}) {
+    if (classNameOf(candidate) == name) {
+      return candidate;
+    }
+  }
+  return std::nullopt;
+}
+
+bool isIdentity(const protocol::RelativeExpr& term) {
+  return term.prop->name == "id" && (term.prop->typeWord & tql::kBaseMask) == tql::kId &&
+         term.prop->data.as<protocol::StringProp>() != nullptr &&
+         (term.op == RelOperator::equal || term.op == RelOperator::notEqual);
+}
+
+}  // namespace
+
+Pattern::Pattern(protocol::Owned<PathPattern> source, const Tree& tree) : source_(std::move(source)) {
+  collect();
+  for (Step& step : steps_) {
+    Step compiled = compile(*step.source, tree);
+    compiled.required = std::move(step.required);
+    compiled.optional = std::move(step.optional);
+    step = std::move(compiled);
+  }
+  connect();
+}
+
+// Lists the steps without recursion, so that the depth of what a client sends does no harm.
+void Pattern::collect() {
+  steps_.emplace_back().source = source_.get();
+  for (std::size_t at = 0; at < steps_.size(); ++at) {
+    const PathPattern& source = *steps_[at].source;
+    const auto append = [this](const PathPattern& step) {
+      if (steps_.size() == kMaxSteps) {
+        throw Refusal(ErrorCode::notImplemented,
+                      "A pattern may have " + std::to_string(kMaxSteps) + " steps at most");
+      }
+      steps_.emplace_back().source = &step;
+      return steps_.size() - 1;
+    };
+    for (const auto& following : source.children) {
+      const std::size_t index = append(*following);
+      steps_[at].required.push_back(index);
+    }
+    for (const auto& following : source.colonChildren) {
+      const std::size_t index = append(*following);
+      steps_[at].optional.push_back(index);
+    }
+  }
+}
+
+Pattern::Step Pattern::compile(const PathPattern& source, const Tree& tree) const {
+  if ((source.flags & ~kKnownFlags) != 0) {
+    throw Refusal(ErrorCode::notImplemented, "The modifiers # and - are not implemented");
+  }
+  Step step;
+  step.source = &source;
+  step.flags = source.flags;
+  step.objectClass = classNamed(source.className);
+  step.impossible = !step.objectClass && source.className != ".";
+  if (source.number.isSet()) {
+    step.limit = source.number.value();
+    step.impossible = step.impossible || step.limit == 0U;
+  }
+  for (const auto& term : source.filter) {
+    const protocol::Property& constant = *term->prop;
+    Term compiled{constant.name, term->op, &constant, isIdentity(*term), std::nullopt};
+    if (compiled.isIdentity) {
+      compiled.target = tree.find(constant.data.as<protocol::StringProp>()->value);
+    }
+    step.filter.push_back(compiled);
+  }
+  return step;
+}
+
+// From the last step to the first: what may be entered instead of a recursive step is then known.
+void Pattern::connect() {
+  std::vector<Steps> entry(steps_.size());        // the steps that may match where this one may
+  std::vector<Steps> neededEntry(steps_.size());  // without those behind a colon
+  for (std::size_t i = steps_.size(); i-- > 0;) {
+    Step& step = steps_[i];
+    Steps followers = 0;
+    for (const std::size_t next : step.required) {
+      followers |= entry[next];
+      step.needed |= neededEntry[next];
+    }
+    for (const std::size_t next : step.optional) {
+      followers |= entry[next];
+    }
+    const bool recursive = (step.flags & kRecursive) != 0;
+    entry[i] = bit(i) | (recursive ? followers : 0);
+    neededEntry[i] = bit(i) | (recursive ? step.needed : 0);
+    step.behind = followers | (recursive ? bit(i) : 0);
+    if (step.needed != 0 && recursive) {
+      step.needed |= bit(i);
+    }
+    limited_ |= step.limit ? bit(i) : 0;
+  }
+  first_ = entry[0];
+}
+
+Pattern::Steps Pattern::matching(const Tree& tree, ObjectIndex index, Steps candidates) {
+  Steps matched = 0;
+  forEachStep(candidates, [&](std::size_t i) {
+    const Step& step = steps_[i];
+    if (!step.impossible && (!step.objectClass || *step.objectClass == tree[index].objectClass) &&
+        holdsAll(tree, index, step.filter)) {
+      matched |= bit(i);
+    }
+  });
+  return matched;
+}
+
+bool Pattern::holdsAll(const Tree& tree, ObjectIndex index, const std::vector<Term>& filter) {
+  return std::all_of(filter.begin(), filter.end(), [&](const Term& term) {
+    if (term.isIdentity) {
+      return (term.target == index) == (term.op == RelOperator::equal);
+    }
+    const protocol::Property* const value = tree.property(index, term.name, scratch_);
+    return value != nullptr && holds(*value, term.op, *term.constant);
+  });
+}
+
+Pattern::Steps Pattern::behind(Steps steps) const {
+  Steps result = 0;
+  forEachStep(steps, [&](std::size_t i) { result |= steps_[i].behind; });
+  return result;
+}
+
+Pattern::Steps Pattern::fulfilled(Steps matched, Steps below) const {
+  Steps result = 0;
+  forEachStep(matched, [&](std::size_t i) {
+    const Step& step = steps_[i];
+    if (step.needed == 0 || (step.flags & kKept) != 0 || (step.needed & below) != 0) {
+      result |= bit(i);
+    }
+  });
+  return result;
+}
+
+const std::vector<std::string_view>& Pattern::wanted(Steps steps, bool& all) {
+  auto found =
+      std::find_if(wanted_.begin(), wanted_.end(), [&](const Wanted& one) { return one.steps == steps; });
+  if (found == wanted_.end()) {
+    Wanted entry{steps, false, {}};
+    std::set<std::string_view> taken{"id"};
+    forEachStep(steps, [&](std::size_t i) {
+      entry.all = entry.all || (steps_[i].flags & kAllProperties) != 0;
+      for (const std::string& name : steps_[i].source->properties) {
+        if (taken.insert(name).second) {
+          entry.names.push_back(name);
+        }
+      }
+    });
+    found = wanted_.insert(wanted_.end(), std::move(entry));
+  }
+  all = found->all;
+  return found->names;
+}
+
+}  // namespace sandbox

@@ -1,0 +1,101 @@
+#include "sandbox/sample_properties.h"
+
+#include <cstdint>
+#include <list>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "foundation/big_num.h"
+#include "query/tql/property_codec.h"
+
+namespace sandbox {
+namespace {
+
+// Enumerations that the query language has names for.
+constexpr std::uint32_t kStatusEnumeration = tql::kEnumeration | 0x5;
+constexpr std::uint32_t kReportEnumeration = tql::kEnumeration | 0x9;
+constexpr std::uint32_t kNotifyEnumeration = tql::kEnumeration | 0xE;
+constexpr std::uint32_t kNodeTypeEnumeration = tql::kEnumeration | 0x15;
+
+constexpr std::uint32_t kStatusWarning = 12;
+constexpr std::uint32_t kNotifyAsAlert = 2;
+constexpr std::uint32_t kReportGraph = 4;
+constexpr std::uint32_t kNodeTypeCheck = 3;
+
+std::vector<std::uint8_t> bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+template <class Value>
+void add(PropertyList& properties, const std::string& name, std::uint32_t typeWord, Value&& value) {
+  tql::encode(properties.emplace_back(), name, typeWord, std::forward<Value>(value));
+}
+
+void addNull(PropertyList& properties, const std::string& name, std::uint32_t typeWord) {
+  tql::encodeNull(properties.emplace_back(), name, typeWord);
+}
+
+// The codec leaves the two 64-bit types to the server.
+template <class Prop, class Value>
+void add64(PropertyList& properties, const std::string& name, std::uint32_t typeWord, Value value) {
+  protocol::Property& property = properties.emplace_back();
+  property.name = name;
+  property.typeWord = typeWord;
+  property.data.emplace<Prop>().value = value;
+}
+
+void addNumbers(PropertyList& to) {
+  BigNum big;
+  big.fromHex("0123456789abcdef0123456789abcdef");
+  add(to, "retries", tql::kUnsignedInteger, std::uint32_t{4294967295U});
+  add(to, "offset", tql::kSignedInteger | tql::kComputed | tql::kReadOnly, std::int32_t{-42});
+  add(to, "threshold", tql::kReal | tql::kNullAllowed, 0.75);
+  add(to, "created", tql::kDate | tql::kReadOnly, std::int32_t{1048548303});
+  add(to, "seriesIndex", tql::kIndex | tql::kConst, std::uint32_t{1017});
+  add(to, "gid", tql::kGid, std::uint32_t{0x0A0B0C0D});
+  add64<protocol::UnsignedInt64Prop>(to, "octets", tql::kUnsigned64 | tql::kComputed, ~std::uint64_t{0});
+  add64<protocol::SignedInt64Prop>(to, "balance", tql::kSigned64, std::int64_t{-9007199254740993});
+  add(to, "serialNumber", tql::kBigNum | tql::kConst | tql::kPrimaryKey, big);
+  add(to, "status", kStatusEnumeration | tql::kComputed, kStatusWarning);
+  add(to, "notify", kNotifyEnumeration, kNotifyAsAlert);
+  add(to, "reportFormat", kReportEnumeration | tql::kNullAllowed, kReportGraph);
+  add(to, "nodeReportType", kNodeTypeEnumeration | tql::kConst, kNodeTypeCheck);
+}
+
+void addTexts(PropertyList& to) {
+  using Texts = std::list<std::string>;
+  add(to, "comment", tql::kString | tql::kNullAllowed,
+      std::string("First line\nsecond \"quoted\" line\twith a tab and a \\ and Größe"));
+  add(to, "contactId", tql::kId | tql::kNullAllowed, std::string("2A"));
+  add(to, "dependencies", tql::kIdSet, Texts{"2", "A", "1F"});
+  add(to, "noDependencies", tql::kIdSet, Texts{});
+  add(to, "aliases", tql::kStringList, Texts{"alpha", "be\"ta", "gamma, delta", "Ωmega"});
+  add(to, "noAliases", tql::kStringList, Texts{});
+  add(to, "oid", tql::kSnmpOid, std::string("1.3.6.1.2.1.1.3.0"));
+  add(to, "icon", tql::kBlob, bytes({"\x89PNG\r\n\x1a\n\0\xff", 10}));
+  add(to, "picture", tql::kLob, bytes(std::string(5000, 'p')));
+  add(to, "gidList", tql::kGidList, std::vector<std::uint32_t>{0x7F000001, 0, 0xFFFFFFFF});
+  addNull(to, "reset", tql::kAction);
+}
+
+}  // namespace
+
+PropertyList named(const std::string& siblingName, const std::string& longLabel) {
+  PropertyList properties;
+  add(properties, "siblingName", tql::kString, siblingName);
+  add(properties, "longLabel", tql::kString, longLabel);
+  add(properties, "active", tql::kBoolean, true);
+  return properties;
+}
+
+void addEveryType(PropertyList& properties) {
+  addNumbers(properties);
+  addTexts(properties);
+  add(properties, "monitored", tql::kBoolean | tql::kNullAllowed, false);
+  for (std::uint32_t type = tql::kBoolean; type <= tql::kLob; ++type) {
+    addNull(properties, "null" + std::to_string(type), type | tql::kNullAllowed);
+  }
+  addNull(properties, "nullStatus", kStatusEnumeration | tql::kNullAllowed);
+  addNull(properties, "inherited", tql::kString | tql::kNullAllowed | tql::kInherited);
+}
+
+}  // namespace sandbox

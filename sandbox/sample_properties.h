@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+#include "sandbox/tree.h"
+
+namespace sandbox {
+
+// What every object has: the name among its siblings, and a label.
+PropertyList named(const std::string& siblingName, const std::string& longLabel);
+
+// Adds one property of every type, as enumerations too, with all kinds of flags; and a null of every type.
+void addEveryType(PropertyList& properties);
+
+}  // namespace sandbox

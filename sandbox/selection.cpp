@@ -1,0 +1,116 @@
+#include "sandbox/selection.h"
+
+#include <bit>
+#include <map>
+
+#include "sandbox/refusal.h"
+
+namespace sandbox {
+namespace {
+
+// Walks down the tree and collects what may be in the answer: each object whose steps are fulfilled by what
+// was collected below it. An object is entered ahead of its children, and taken back if it comes to nothing.
+class Walk {
+ public:
+  Walk(const Tree& tree, Pattern& pattern) : tree_(tree), pattern_(pattern) { frames_.emplace_back(); }
+
+  void from(ObjectIndex start) {
+    enter(start, pattern_.first());
+    while (frames_.size() > 1) {
+      Frame& frame = frames_.back();
+      const ObjectIndex child = frame.nextChild;
+      if (child == kNoObject) {
+        leave();
+        continue;
+      }
+      frame.nextChild = tree_[child].nextSibling;
+      enter(child, frame.candidates);
+    }
+  }
+
+  std::vector<Match> take() { return std::move(matches_); }
+
+ private:
+  struct Frame {
+    std::size_t match = 0;
+    ObjectIndex nextChild = kNoObject;
+    Pattern::Steps candidates = 0;  // for the children
+    Pattern::Steps below = 0;       // what the children were found for
+    std::map<std::size_t, std::uint32_t> counts;
+  };
+
+  void enter(ObjectIndex object, Pattern::Steps candidates) {
+    const Pattern::Steps matched = pattern_.matching(tree_, object, candidates);
+    if (matched == 0) {
+      return;
+    }
+    const auto depth = static_cast<std::uint32_t>(frames_.size() - 1);
+    matches_.push_back({object, depth, matched});
+    const Pattern::Steps behind = pattern_.behind(matched);
+    Frame& frame = frames_.emplace_back();
+    frame.match = matches_.size() - 1;
+    frame.candidates = behind;
+    frame.nextChild = behind == 0 ? kNoObject : tree_[object].firstChild;
+  }
+
+  void leave() {
+    const Frame& frame = frames_.back();
+    const std::size_t match = frame.match;
+    const Pattern::Steps matched = pattern_.fulfilled(matches_[match].steps, frame.below);
+    frames_.pop_back();
+    const Pattern::Steps found = withinLimits(matched, frames_.back());
+    if (found == 0) {
+      matches_.resize(match);
+      return;
+    }
+    matches_[match].steps = found;
+    frames_.back().below |= found;
+  }
+
+  Pattern::Steps withinLimits(Pattern::Steps found, Frame& above) const {
+    for (Pattern::Steps left = found & pattern_.limited(); left != 0; left &= left - 1) {
+      const auto step = static_cast<std::size_t>(std::countr_zero(left));
+      if (++above.counts[step] > pattern_.limit(step)) {
+        found &= ~(Pattern::Steps{1} << step);
+      }
+    }
+    return found;
+  }
+
+  const Tree& tree_;
+  Pattern& pattern_;
+  std::vector<Match> matches_;
+  std::vector<Frame> frames_;  // the first one is above the start objects
+};
+
+// What fulfilled a step is in the answer only if the object above it is, for the step in front of it.
+void keepReachable(const Pattern& pattern, std::vector<Match>& matches) {
+  std::vector<Pattern::Steps> allowed{pattern.first()};  // by depth
+  std::size_t kept = 0;
+  for (Match match : matches) {
+    match.steps &= allowed[match.depth];
+    allowed.resize(match.depth + 2);
+    allowed[match.depth + 1] = pattern.behind(match.steps);
+    if (match.steps != 0) {
+      matches[kept++] = match;
+    }
+  }
+  matches.resize(kept);
+}
+
+}  // namespace
+
+std::vector<Match> select(const Tree& tree, Pattern& pattern, const std::vector<ObjectIndex>& start) {
+  Walk walk(tree, pattern);
+  for (const ObjectIndex index : start) {
+    walk.from(index);
+  }
+  std::vector<Match> matches = walk.take();
+  keepReachable(pattern, matches);
+  if (matches.empty()) {
+    throw Refusal(ErrorCode::nothingMatched);
+  }
+  return matches;
+}
+
+}  // namespace sandbox

@@ -1,0 +1,126 @@
+#include "sandbox/tree.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "query/tql/property_codec.h"
+
+namespace sandbox {
+namespace {
+
+using protocol::Property;
+
+constexpr std::string_view kGeneratedNames[] = {"siblingName", "longLabel", "active", "number"};
+
+std::string upperHex(std::uint32_t value) {
+  char digits[8];
+  const auto [end, fault] = std::to_chars(digits, digits + sizeof digits, value, 16);
+  std::transform(digits, end, digits, [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
+  return {digits, end};
+}
+
+// "node000042", "block000042"
+std::string generatedName(const Tree::Object& object) {
+  std::string name = object.objectClass == ObjectClass::node ? "node000000" : "block000000";
+  const std::string digits = std::to_string(object.number);
+  if (digits.size() > 6) {
+    name.resize(name.size() - 6);
+    return name + digits;
+  }
+  return name.replace(name.size() - digits.size(), digits.size(), digits);
+}
+
+const Property* generatedProperty(const Tree::Object& object, std::string_view name, Property& scratch) {
+  if (name == "siblingName") {
+    tql::encode(scratch, "siblingName", tql::kString, generatedName(object));
+  } else if (name == "longLabel") {
+    tql::encode(scratch, "longLabel", tql::kString,
+                classNameOf(object.objectClass) + " No. " + std::to_string(object.number));
+  } else if (name == "active") {
+    tql::encode(scratch, "active", tql::kBoolean, object.number % 10 != 0);
+  } else if (name == "number") {
+    tql::encode(scratch, "number", tql::kUnsignedInteger | tql::kConst, object.number);
+  } else {
+    return nullptr;
+  }
+  return &scratch;
+}
+
+}  // namespace
+
+const std::string& classNameOf(ObjectClass objectClass) {
+  static const std::string kNames[] = {"Domain",      "Node", "CheckGroup", "Check", "CheckAccumulation",
+                                       "DomainExport"};
+  return kNames[static_cast<std::size_t>(objectClass)];
+}
+
+ObjectIndex Tree::add(ObjectIndex parent, ObjectClass objectClass, PropertyList properties,
+                      SeriesPlan series) {
+  const ObjectIndex index = link(parent, {.objectClass = objectClass, .parent = parent, .series = series});
+  stored_.emplace(index, std::move(properties));
+  return index;
+}
+
+ObjectIndex Tree::addGenerated(ObjectIndex parent, ObjectClass objectClass, std::uint32_t number,
+                               SeriesPlan series) {
+  return link(
+      parent,
+      {.objectClass = objectClass, .parent = parent, .number = number, .generated = true, .series = series});
+}
+
+ObjectIndex Tree::link(ObjectIndex parent, Object object) {
+  const auto index = static_cast<ObjectIndex>(objects_.size());
+  objects_.push_back(object);
+  if (parent != kNoObject) {
+    Object& above = objects_[parent];
+    (above.lastChild == kNoObject ? above.firstChild : objects_[above.lastChild].nextSibling) = index;
+    above.lastChild = index;
+  }
+  return index;
+}
+
+std::optional<ObjectIndex> Tree::find(std::string_view id) const {
+  std::uint32_t number = 0;
+  const char* const end = id.data() + id.size();
+  const auto [stopped, fault] = std::from_chars(id.data(), end, number, 16);
+  // Only the very text that id() gives names an object.
+  if (fault != std::errc() || stopped != end || number == 0 || number > objects_.size() ||
+      upperHex(number) != id) {
+    return std::nullopt;
+  }
+  return number - 1;
+}
+
+std::string Tree::id(ObjectIndex index) const { return upperHex(index + 1); }
+
+std::string Tree::version(ObjectIndex index) const {
+  return id(index) + "-" + std::to_string(objects_[index].changes + 1);
+}
+
+const Property* Tree::property(ObjectIndex index, std::string_view name, Property& scratch) const {
+  if (name == "id") {
+    tql::encode(scratch, "id", tql::kId | tql::kConst | tql::kPrimaryKey, id(index));
+    return &scratch;
+  }
+  if (objects_[index].generated) {
+    return generatedProperty(objects_[index], name, scratch);
+  }
+  const PropertyList& list = stored_.find(index)->second;
+  const auto found =
+      std::find_if(list.begin(), list.end(), [&](const Property& one) { return one.name == name; });
+  return found == list.end() ? nullptr : &*found;
+}
+
+std::vector<std::string_view> Tree::propertyNames(ObjectIndex index) const {
+  if (objects_[index].generated) {
+    return {std::begin(kGeneratedNames), std::end(kGeneratedNames)};
+  }
+  std::vector<std::string_view> names;
+  for (const Property& property : stored_.find(index)->second) {
+    names.push_back(property.name);
+  }
+  return names;
+}
+
+}  // namespace sandbox

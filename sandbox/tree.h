@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "protocol/messages/object_tree.h"
+#include "sandbox/series.h"
+
+namespace sandbox {
+
+// Where an object stands in the tree. Its id is this number plus one, in hexadecimal.
+using ObjectIndex = std::uint32_t;
+
+inline constexpr ObjectIndex kNoObject = 0xFFFFFFFF;
+
+enum class ObjectClass : std::uint8_t { domain, node, checkGroup, check, checkAccumulation, domainExport };
+
+const std::string& classNameOf(ObjectClass objectClass);
+
+using PropertyList = std::vector<protocol::Property>;
+
+// The objects that the server holds. Children stand in the order in which they were added. Most objects of a
+// large tree are generated: these have a number instead of stored properties.
+class Tree {
+ public:
+  struct Object {
+    ObjectClass objectClass;
+    std::uint32_t changes = 0;  // how often it has been updated
+    ObjectIndex parent = kNoObject;
+    ObjectIndex firstChild = kNoObject;
+    ObjectIndex lastChild = kNoObject;
+    ObjectIndex nextSibling = kNoObject;
+    std::uint32_t number = 0;  // of a generated object
+    bool generated = false;
+    SeriesPlan series;
+  };
+
+  static constexpr ObjectIndex kRoot = 0;
+
+  // parent is kNoObject for the root, which comes first.
+  ObjectIndex add(ObjectIndex parent, ObjectClass objectClass, PropertyList properties,
+                  SeriesPlan series = {});
+  ObjectIndex addGenerated(ObjectIndex parent, ObjectClass objectClass, std::uint32_t number,
+                           SeriesPlan series = {});
+
+  const Object& operator[](ObjectIndex index) const { return objects_[index]; }
+  std::size_t size() const { return objects_.size(); }
+
+  std::optional<ObjectIndex> find(std::string_view id) const;
+  std::string id(ObjectIndex index) const;
+  std::string version(ObjectIndex index) const;
+
+  // The value of a property, null if the object lacks it. "id" is one that every object has. scratch takes
+  // values that are not stored; the result is good until it changes.
+  const protocol::Property* property(ObjectIndex index, std::string_view name,
+                                     protocol::Property& scratch) const;
+
+  // The names of an object's properties but for the id, in a fixed order.
+  std::vector<std::string_view> propertyNames(ObjectIndex index) const;
+
+ private:
+  ObjectIndex link(ObjectIndex parent, Object object);
+
+  std::vector<Object> objects_;
+  std::map<ObjectIndex, PropertyList> stored_;
+};
+
+}  // namespace sandbox

@@ -1,0 +1,55 @@
+# What the scripts of this folder share. To be sourced.
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
+
+# need PACKAGE...: installs those of Debian's packages that are missing.
+need() {
+  local missing=() package as_root=()
+  for package in "$@"; do
+    dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return
+  if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+      echo "These packages are missing: ${missing[*]}" >&2
+      echo "Installing them takes root, or sudo, and neither is there. Run as root:" >&2
+      echo "  apt-get update && apt-get install ${missing[*]}" >&2
+      exit 1
+    fi
+    as_root=(sudo)
+  fi
+  echo "Installing ${missing[*]}"
+  "${as_root[@]}" apt-get update -qq
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -qq -y --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# build PRESET [TARGET...]: configures and builds, quietly when all is well.
+build() {
+  local preset=$1 log
+  shift
+  log=$(mktemp)
+  echo "Building $preset"
+  if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } >"$log" 2>&1; then
+    cat "$log" >&2
+    rm -f "$log"
+    exit 1
+  fi
+  rm -f "$log"
+}
+
+# start_sandbox PRESET [OPTION...]: starts the sandbox server on a free port; sets sandbox_port. It is stopped
+# when the script ends.
+start_sandbox() {
+  local preset=$1 first_line
+  shift
+  coproc SANDBOX { exec "build/$preset/bin/morvex-sandbox" --port 0 "$@"; }
+  sandbox_pid=$SANDBOX_PID
+  trap 'kill "$sandbox_pid" 2>/dev/null; wait "$sandbox_pid" 2>/dev/null' EXIT
+  read -r first_line <&"${SANDBOX[0]}" || { echo "The sandbox server did not start" >&2; exit 1; }
+  sandbox_port=${first_line##*:}
+}
+
+build_packages=(g++ cmake ninja-build)
+test_packages=("${build_packages[@]}" ccache clang clang-format libgtest-dev libgmock-dev libbenchmark-dev
+  python3 python3-pytest tzdata valgrind)

@@ -1,0 +1,180 @@
+#include "commands/object_path.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "foundation/errors.h"
+#include "frontend/login.h"
+
+namespace {
+
+constexpr std::string_view kNamesOnly = "[siblingName]";
+
+std::list<std::string> splitPart(const std::string& part, char delimiter) {
+  std::list<std::string> pieces;
+  splitEscaped(pieces, delimiter + part, delimiter);
+  return pieces;
+}
+
+// What the step of the object itself asks for. The steps above it only ask for their names.
+std::string projection(const std::string& properties) {
+  if (properties == "*") {
+    return "!";
+  }
+  return properties.empty() ? std::string(kNamesOnly) : "[siblingName, " + properties + "]";
+}
+
+// One step down for each name; the last one carries the projection of the object, if this part names it.
+void appendSteps(std::string& expression, std::string_view className, const std::list<std::string>& names,
+                 std::string_view lastProjection) {
+  for (const std::string& name : names) {
+    expression += " > ";
+    expression += className;
+    expression += &name == &names.back() ? lastProjection : kNamesOnly;
+    expression += " { siblingName = ";
+    expression += quoteTqlString(name);
+    expression += " }";
+  }
+}
+
+}  // namespace
+
+void splitEscaped(std::list<std::string>& list, std::string_view text, char delimiter) {
+  if (text.empty()) {
+    return;
+  }
+  if (text.front() != delimiter) {
+    throw error::EParseError("String does not contain delimiter as first character");
+  }
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == delimiter) {
+      list.emplace_back();
+    } else if (text[i] != '\\') {
+      list.back() += text[i];
+    } else if (++i < text.size()) {  // a backslash at the end escapes nothing
+      list.back() += text[i];
+    }
+  }
+}
+
+std::string joinEscaped(const std::list<std::string>& list, char delimiter) {
+  std::string text;
+  for (const std::string& element : list) {
+    text += delimiter;
+    appendEscaped(text, element, delimiter);
+  }
+  return text;
+}
+
+void appendEscaped(std::string& to, std::string_view text, char special) {
+  for (const char character : text) {
+    if (character == special || character == '\\') {
+      to += '\\';
+    }
+    to += character;
+  }
+}
+
+std::string quoteTqlString(std::string_view text) {
+  std::string literal = "\"";
+  appendEscaped(literal, text, '"');
+  literal += '"';
+  return literal;
+}
+
+std::string classListText(const std::vector<std::string>& classes) {
+  if (classes.empty()) {
+    return "object";
+  }
+  std::string text = classes.front();
+  for (std::size_t i = 1; i < classes.size(); ++i) {
+    text += " or " + classes[i];
+  }
+  return text;
+}
+
+std::string pathExpression(const std::string& path, bool byId, const std::string& properties) {
+  const std::string wanted = projection(properties);
+  if (byId) {
+    return ".*[siblingName] > ." + wanted + " { id = \"" + path + "\" }";
+  }
+  const std::list<std::string> list = splitPart(path, ',');
+  const std::vector<std::string> parts(list.begin(), list.end());
+  if (parts.size() > 3) {
+    throw error::EFatal("Too many ,'s in path specification");
+  }
+  if (parts[0].empty()) {
+    throw error::EFatal("path invalid or not specified");
+  }
+  const auto projectionOf = [&](std::size_t part) {
+    return part + 1 == parts.size() ? std::string_view(wanted) : kNamesOnly;
+  };
+  std::string expression = "Domain";
+  if (parts[0] == ".") {
+    expression += wanted;  // also when it is not the root that is looked for
+  } else {
+    expression += kNamesOnly;
+    appendSteps(expression, "Domain", splitPart(parts[0], '.'), projectionOf(0));
+  }
+  if (parts.size() > 1) {
+    appendSteps(expression, "Node", {parts[1]}, projectionOf(1));
+  }
+  if (parts.size() > 2) {
+    appendSteps(expression, ".", splitPart(parts[2], '^'), projectionOf(2));
+  }
+  return expression;
+}
+
+PathPart pathPartOf(std::string_view className) {
+  static constexpr std::array<std::pair<std::string_view, PathPart>, 5> kParts{{
+      {"Domain", PathPart::domain},
+      {"Node", PathPart::node},
+      {"Check", PathPart::check},
+      {"CheckGroup", PathPart::check},
+      {"CheckAccumulation", PathPart::check},
+  }};
+  const auto* found = std::find_if(kParts.begin(), kParts.end(),
+                                   [className](const auto& row) { return row.first == className; });
+  return found == kParts.end() ? PathPart::none : found->second;
+}
+
+void ObjectChain::add(const tqlquery::Result& object) {
+  switch (pathPartOf(object.className)) {
+    case PathPart::domain:
+      domains.push_back(object.getStringProperty("siblingName"));
+      break;
+    case PathPart::node:
+      node = object.getStringProperty("siblingName");
+      break;
+    case PathPart::check:
+      checks.push_back(object.getStringProperty("siblingName"));
+      break;
+    case PathPart::none:
+      break;
+  }
+}
+
+FoundObject findObject(const std::string& path, bool byId, const std::vector<std::string>& acceptedClasses,
+                       const std::string& properties) {
+  auto query = comquery::make<tqlquery::Select>(g_rootObjectId, pathExpression(path, byId, properties), 0U);
+  g_connection->post(*query);
+  g_connection->await(*query);  // a refused query leaves no result, which says enough
+  const tqlquery::Result* object = query->find_result_opt(g_rootObjectId);
+  if (object == nullptr) {
+    throw error::EFatal("No " + classListText(acceptedClasses) + " found that matches \"" + path + "\"");
+  }
+  ObjectChain chain;
+  while (object->children.size() == 1) {
+    object = object->children.front().get();
+    chain.add(*object);
+  }
+  if (!object->children.empty()) {
+    throw error::EFatal("Path is ambiguous.");
+  }
+  if (!acceptedClasses.empty() &&
+      std::find(acceptedClasses.begin(), acceptedClasses.end(), object->className) == acceptedClasses.end()) {
+    throw error::EFatal("Path does not specify a " + classListText(acceptedClasses) + ", as it should.");
+  }
+  return {std::move(query), object, std::move(chain)};
+}

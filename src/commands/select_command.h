@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "foundation/output.h"
+#include "foundation/time_zone.h"
+#include "query/data_query.h"
+#include "query/result.h"
+
+// The export of stored data. Times are in seconds since 1970-01-01 00:00 GMT.
+
+// What a row limit lets through, out of a whole answer. At most one of the two is not 0.
+struct RowLimit {
+  std::int32_t first = 0;
+  std::int32_t last = 0;
+};
+
+// Seconds, if the text is nothing but digits, else an ISO time; 0 for one that is out of range.
+// Throws as parseIsoTime does.
+std::int64_t parseTimeArgument(const std::string& text, const TimeZone& zone);
+
+// The server's table in which an object's data are stored.
+std::string dataTableName(const tqlquery::Result& object);
+
+// Prints the entries that the limit lets through, behind the header of the first of them.
+void printEntries(Output& output, const std::string& format, const dataquery::Intervals& entries,
+                  const RowLimit& limit, const TimeZone& zone);

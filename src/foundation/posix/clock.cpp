@@ -1,0 +1,30 @@
+#include "foundation/clock.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+
+std::int64_t currentSeconds() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return now.tv_sec;
+}
+
+void sleepSeconds(std::int64_t seconds) {
+  if (seconds < 1) {
+    return;
+  }
+  timespec left{.tv_sec = seconds, .tv_nsec = 0};
+  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
+
+bool platform_set_zone(const char* zone) {
+  const int result = zone == nullptr ? unsetenv("TZ") : setenv("TZ", zone, 1);
+  tzset();
+  return result == 0;
+}
+
+bool platform_break_down(std::int64_t time, tm& result) { return localtime_r(&time, &result) != nullptr; }
+
+std::int64_t platform_compose(tm& fields) { return mktime(&fields); }

@@ -1,0 +1,99 @@
+#include "foundation/time_zone.h"
+
+#include <cstdlib>
+#include <limits>
+#include <optional>
+
+#include "foundation/clock.h"
+#include "foundation/errors.h"
+#include "foundation/text.h"
+
+namespace {
+
+// TZ as it was when the program started; nothing if it was not set.
+const std::optional<std::string>& startZone() {
+  static const std::optional<std::string> recorded = [] {
+    const char* zone = std::getenv("TZ");
+    return zone == nullptr ? std::nullopt : std::optional<std::string>(zone);
+  }();
+  return recorded;
+}
+
+// The notation of TZ counts hours west of Greenwich, so the sign is the opposite one.
+std::string zoneText(std::int32_t offset) {
+  const std::uint32_t seconds =
+      offset < 0 ? 0 - static_cast<std::uint32_t>(offset) : static_cast<std::uint32_t>(offset);
+  std::string text = offset < 0 ? "GMT" : "GMT-";
+  text += uintToString(seconds / 3600);
+  if (seconds % 3600 != 0) {
+    text += ':' + uintToString(seconds / 60 % 60, true);
+  }
+  if (seconds % 60 != 0) {
+    text += ':' + uintToString(seconds % 60, true);
+  }
+  return text;
+}
+
+// Puts the zone in force for the C library, unless it is already.
+void applyZone(const TimeZone& zone) {
+  static std::optional<std::int32_t> inForce;
+  if (inForce == zone.offset) {
+    return;
+  }
+  const bool local = zone.offset == TimeZone::localMarker;
+  const std::optional<std::string> text = local ? startZone() : zoneText(zone.offset);
+  inForce.reset();
+  if (!platform_set_zone(text ? text->c_str() : nullptr)) {
+    throwSystemError("Couldn't set TZ environment variable");
+  }
+  inForce = zone.offset;
+}
+
+bool within(int value, int first, int last) { return value >= first && value <= last; }
+
+}  // namespace
+
+TimeZone::TimeZone(std::int32_t offsetOrMarker) : offset(offsetOrMarker) { startZone(); }
+
+void breakDownTime(const TimeZone& zone, std::tm& result, std::uint64_t time) {
+  applyZone(zone);
+  if (time > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) ||
+      !platform_break_down(static_cast<std::int64_t>(time), result)) {
+    throwSystemError("Couldn't get localtime for time " + uint64ToString(time));
+  }
+}
+
+std::int64_t composeTime(const TimeZone& zone, std::tm& fields) {
+  applyZone(zone);
+  const std::int64_t time = platform_compose(fields);
+  if (time == -1) {
+    throwSystemError("Couldn't compose time from tm: (s:" + intToString(fields.tm_sec) +
+                     "m:" + intToString(fields.tm_min) + "h:" + intToString(fields.tm_hour) +
+                     "md:" + intToString(fields.tm_mday) + "mo:" + intToString(fields.tm_mon) +
+                     "yr:" + intToString(fields.tm_year) + "wd:" + intToString(fields.tm_wday) +
+                     "yd:" + intToString(fields.tm_yday) + "i:" + intToString(fields.tm_isdst));
+  }
+  return time;
+}
+
+std::int64_t parseIsoTime(const std::string& text, const TimeZone& zone) {
+  if (text.size() != 20) {
+    throw error::EParseError("string not in iso_format");
+  }
+  const auto piece = [&text](std::size_t begin, std::size_t count) {
+    return stringToInt(text.substr(begin, count));
+  };
+  const std::int32_t year = piece(0, 4);
+  std::tm fields{};
+  fields.tm_mon = piece(5, 2) - 1;
+  fields.tm_mday = piece(8, 2);
+  fields.tm_hour = piece(12, 2);
+  fields.tm_min = piece(15, 2);
+  fields.tm_sec = piece(18, 2);
+  fields.tm_year = year - 1900;
+  fields.tm_isdst = -1;
+  const bool inRange = fields.tm_year >= 0 && within(fields.tm_mon, 0, 11) && within(fields.tm_mday, 1, 31) &&
+                       within(fields.tm_hour, 0, 23) && within(fields.tm_min, 0, 59) &&
+                       within(fields.tm_sec, 0, 61);
+  return inRange ? composeTime(zone, fields) : 0;
+}

@@ -1,0 +1,64 @@
+#include "query/select.h"
+
+#include <utility>
+
+#include "foundation/errors.h"
+#include "query/answer.h"
+#include "query/tql/parser.h"
+#include "session/connection.h"
+
+namespace tqlquery {
+namespace {
+
+constexpr std::uint32_t kStayRegistered = 1;
+
+}  // namespace
+
+Select::Select(std::string startId, std::string expression, std::uint32_t options)
+    : pattern_(tql::parse(expression)), options_(options), expression_(std::move(expression)) {
+  startIds_.push_back(std::move(startId));
+}
+
+Result* Select::find_result_opt(const std::string& id) const {
+  if (state() != State::answered) {
+    throw errors::selecterror("find_result_opt() invoked before await() for query \"" + expression_ + "\"");
+  }
+  const auto found = results_.find(id);
+  return found == results_.end() ? nullptr : found->second.get();
+}
+
+std::string Select::describe() const {
+  std::string text = "[";
+  for (const std::string& id : startIds_) {
+    text.append(text.size() > 1 ? ", \"" : "\"").append(id).append("\"");
+  }
+  return text + "] " + expression_;
+}
+
+std::unique_ptr<protocol::BerValue> Select::encode() {
+  auto request = std::make_unique<protocol::SelectReq>();
+  request->startIds.assign(startIds_.begin(), startIds_.end());
+  request->pattern = std::move(pattern_);
+  request->options = options_;
+  return request;
+}
+
+void Select::decode(protocol::BerValue& response) {
+  const auto take = [this](protocol::SelectResp& answer) {
+    results_.clear();
+    for (protocol::Owned<protocol::Object>& object : answer.objects) {
+      std::unique_ptr<Result> result = Result::take(*object);
+      const std::string& id = result->id;
+      results_.insert_or_assign(id, std::move(result));
+    }
+  };
+  comquery::decodeAnswer<protocol::SelectResp>(*this, response, "Wrong type in Select::decode.", take);
+}
+
+void Select::finished(Connection& connection) {
+  if ((options_ & kStayRegistered) == 0) {
+    connection.forget(*this);
+  }
+}
+
+}  // namespace tqlquery

@@ -1,0 +1,95 @@
+#include "foundation/big_num.h"
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <vector>
+
+#include "foundation/errors.h"
+#include "foundation/text_of.h"
+
+namespace {
+
+std::size_t g_released = 0, g_unwiped = 0;  // buffers given back, and those that still held something
+
+BigNum hex(std::string_view text) {
+  BigNum number;
+  number.fromHex(text);
+  return number;
+}
+
+}  // namespace
+
+void* operator new[](std::size_t size) { return std::calloc(size, 1); }
+void operator delete[](void* memory) noexcept {
+  const auto* bytes = static_cast<const char*>(memory);
+  ++g_released;
+  g_unwiped += std::any_of(bytes, bytes + malloc_usable_size(memory), [](char c) { return c != 0; });
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept { operator delete[](memory); }
+
+TEST(BigNum, TextAndArithmetic) {
+  EXPECT_EQ(hex("").size() + hex("0000000000").size() + BigNum(0).size(), 0u);
+  EXPECT_EQ(hex("00fEDCba9876543210").toUint64(), 0xfedcba9876543210u);
+  for (const char* text : {"0x", "-1", "12 ", "g", "@", "`"}) {
+    EXPECT_EQ(textOf<error::EParseError>([&] { hex(text); }), "Could not parse hexstring") << text;
+  }
+  EXPECT_EQ(textOf<error::ERange>([] { hex("10000000000000000").toUint64(); }),
+            "Cannot fit 65 bits in uint64_t");
+  const BigNum ones = hex("ffffffffffffffff"),
+               ascending[] = {0, 1, 0xffffffff, hex("1ffffffff"), hex("200000000")};
+  EXPECT_EQ(BigNum::add(ones, 1), hex("10000000000000000"));
+  EXPECT_EQ(BigNum::add(7, hex("ffffffff00000000ffffffff")), hex("ffffffff0000000100000006"));
+  EXPECT_EQ(BigNum::multiply(ones, ones), hex("fffffffffffffffe0000000000000001"));
+  for (const int bits : {-3, 1, 31, 32, 33, 100}) {
+    BigNum shifted = hex("80000000ffffffff"), expected = shifted;
+    shifted.shiftLeft(bits);
+    for (int i = 0; i < bits; ++i) {
+      expected = BigNum::multiply(expected, 2);
+    }
+    EXPECT_EQ(shifted, expected) << bits;
+  }
+  for (std::size_t i = 0; i < 25; ++i) {
+    EXPECT_EQ(ascending[i / 5] <=> ascending[i % 5], i / 5 <=> i % 5) << i;
+  }
+}
+
+TEST(BigNum, BytesAreBigEndianWithoutLeadingZeros) {
+  using Bytes = std::vector<std::uint8_t>;
+  for (const auto& [in, out] : {std::pair<Bytes, Bytes>{{}, {}},
+                                {{0, 0, 0, 0, 0}, {}},
+                                {{1, 0}, {1, 0}},
+                                {{0, 128, 0, 0, 0, 1}, {128, 0, 0, 0, 1}}}) {
+    BigNum number;
+    number.bn_set_data(in.data(), in.size());
+    Bytes buffer(12, 0xee);
+    std::size_t length = buffer.size();
+    number.bn_get_data(buffer.data(), length);
+    EXPECT_EQ(length, out.size());
+    Bytes expected = out;  // with zeros behind it
+    expected.resize(buffer.size());
+    EXPECT_EQ(buffer, expected);
+  }
+  std::size_t length = 7;
+  EXPECT_DEATH(hex("100000000").bn_get_data(nullptr, length),
+               "^Assertion failed: Buffer given to bn_get_data is too small \\(wanted 8\\)\n$");
+}
+
+TEST(BigNum, CopiesAreIndependentAndWipedBehindTheLast) {
+  g_released = g_unwiped = 0;
+  {
+    BigNum key = hex("123456789abcdef0123456789abcdef0"), assigned;
+    const BigNum copy = key;
+    assigned = key;
+    key.shiftLeft(1);   // parts from the copies
+    key.shiftLeft(64);  // outgrows its buffer
+    EXPECT_EQ(key, hex("2468acf13579bde02468acf13579bde00000000000000000"));
+    EXPECT_TRUE(copy == assigned && copy == hex("123456789abcdef0123456789abcdef0"));
+  }
+  EXPECT_GE(g_released, 6u);
+  EXPECT_EQ(g_unwiped, 0u);
+}

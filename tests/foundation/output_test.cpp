@@ -1,0 +1,97 @@
+#include "foundation/output.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <thread>
+#include <vector>
+
+#include "foundation/errors.h"
+#include "foundation/process.h"
+#include "foundation/text_of.h"
+
+namespace {
+
+struct MemoryOutput : Output {
+  explicit MemoryOutput(bool interactive) { interactive_ = interactive; }
+  void drain(std::string_view block) override {
+    blocks.emplace_back(block);
+    if (broken) {
+      throwSystemError("broken");
+    }
+  }
+  std::vector<std::string> blocks;
+  bool broken = false;
+};
+
+// Prints with one of the standard streams closed; standard error is what is looked at.
+[[noreturn]] void printWithout(int descriptor) {
+  close(descriptor);
+  prepareProcess();
+  dup2(2, descriptor == 0 ? 1 : 3);
+  standardOutput().write("one ");
+  printError("two ");
+  standardOutput().write("three");
+  printError(textOf<error::ESystemError>([] { standardOutput().flush(); }));
+  _exit(open("/dev/null", O_RDONLY) > 2 ? 0 : 1);
+}
+
+}  // namespace
+
+TEST(Output, TravelsInBlocksUnlessInteractive) {
+  MemoryOutput file(false), terminal(true);
+  for (MemoryOutput* output : {&file, &terminal}) {
+    output->write("one");
+    output->endLine();
+    output->write(std::string(65533, 'x'));
+  }
+  EXPECT_EQ(file.blocks, std::vector{"one\n" + std::string(65533, 'x')});
+  EXPECT_EQ(terminal.blocks, std::vector<std::string>{"one\n"});
+  terminal.broken = true;
+  EXPECT_EQ(textOf<error::ESystemError>([&] { terminal.flush(); }), "broken");
+  terminal.flush();  // what failed is not written again
+  EXPECT_EQ(terminal.blocks.size(), 2u);
+}
+
+TEST(OutputFile, ReplacesAndCloses) {
+  const std::string name = testing::TempDir() + "output_test.txt";
+  std::ofstream(name) << "a longer text that was there before";
+  const auto file = OutputFile::create(name), full = OutputFile::create("/dev/full");
+  file->write("new");
+  file->close();
+  std::ifstream written(name);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(written), {}), "new");
+  unlink(name.c_str());
+  full->write("x");
+  EXPECT_EQ(textOf<error::ESystemError>([&] { full->close(); }),
+            "Error writing output: No space left on device");
+  EXPECT_EQ(OutputFile::create("/nowhere/at/all"), nullptr);
+}
+
+TEST(OutputFile, WaitsForASlowReaderAndNoticesThatItWentAway) {
+  prepareProcess();
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const auto output = OutputFile::create("/proc/self/fd/" + std::to_string(ends[1]));
+  fcntl(ends[1] + 1, F_SETFL, O_NONBLOCK);  // the file's own descriptor
+  std::size_t received = 0;
+  std::thread reader([&] {
+    for (char block[1000]; received < 500000;) {
+      received += static_cast<std::size_t>(read(ends[0], block, sizeof block));
+    }
+  });
+  output->write(std::string(500000, 'x'));
+  reader.join();
+  close(ends[0]);
+  output->write("x");
+  EXPECT_THROW(output->flush(), OutputAbandoned);
+  close(ends[1]);
+}
+
+TEST(StandardOutput, KeepsItsOrderAndNeverLosesAFailure) {
+  EXPECT_EXIT(printWithout(0), testing::ExitedWithCode(0), "^one two threenothing thrown$");
+  EXPECT_EXIT(printWithout(1), testing::ExitedWithCode(0), "^two Error writing output: Bad file descriptor$");
+}

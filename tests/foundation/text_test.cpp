@@ -1,0 +1,115 @@
+#include "foundation/text.h"
+
+#include <gmock/gmock.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <random>
+
+#include "foundation/errors.h"
+#include "foundation/text_of.h"
+
+using error::EParseError;
+using testing::ElementsAre;
+using namespace std::string_literals;
+
+TEST(Text, NumbersAreWrittenAsByPrintf) {
+  EXPECT_EQ(uintToString(4294967295) + intToString(-5, true) + uintToString(7, true), "4294967295-507");
+  EXPECT_EQ(hexToString(0xbeef, 6) + hexToString(0xffffffff, 2), "00beefffffffff");
+  EXPECT_EQ(realToString(-0.25, 8, 1) + realToString(std::nan(""), 9, 9), "    -0.2nan");
+  EXPECT_EQ(realToString(-HUGE_VAL, -1, -1), "-inf");
+  std::mt19937_64 random(1);
+  for (int i = 0; i < 100000; ++i) {  // any bit pattern, and the short decimals that checks measure
+    const double value = i % 2 == 0 ? std::bit_cast<double>(random())
+                                    : static_cast<double>(static_cast<std::int32_t>(random())) / 1000;
+    char expected[400];
+    std::snprintf(expected, sizeof expected, "%g", value);
+    std::string text;
+    appendReal(text, value);
+    ASSERT_EQ(text, expected);
+    std::snprintf(expected, sizeof expected, "%f", value);
+    ASSERT_TRUE(!std::isfinite(value) || realToString(value, -1, -1) == expected) << expected;
+  }
+  std::string special;
+  for (const double value : {HUGE_VAL, -HUGE_VAL, std::nan(""), -std::nan(""), -0.0}) {
+    appendReal(special += ' ', value);
+  }
+  EXPECT_EQ(special, " inf -inf nan -nan -0");
+}
+
+TEST(Text, RealsAreReadAsByStrtod) {
+  for (const char* text : {"", "-0", " \t\n\v\f\r1.5", "+1.5", "1E-3", ".5", "5.", "0x1.8p3", "infinity",
+                           "-inf", "nan", "1e999", "-1e-999", "4.9e-324", "9007199254740993"}) {
+    const double expected = std::strtod(text, nullptr), value = stringToReal(text);
+    EXPECT_TRUE(std::isnan(expected) ? std::isnan(value) : value == expected) << text;
+    EXPECT_EQ(std::signbit(value), std::signbit(expected)) << text;
+  }
+  for (const auto& text : {"1,5"s, " "s, "1 "s, "1e"s, "0x"s, "1\0"s, "a\tb"s}) {
+    EXPECT_EQ(textOf<EParseError>([&] { stringToReal(text); }), "Error parsing: \"" + text + "\"");
+  }
+}
+
+TEST(Text, IntegersAreReadAsWhereALongHas32Bits) {
+  const std::tuple<const char*, std::int64_t, std::uint32_t> rows[] = {
+      {" \t+012", 12, 12},
+      {"-1", -1, 4294967295},
+      {"2147483648", 2147483647, 2147483648},
+      {"-2147483649", -2147483648, 2147483647},
+      {"-4294967295", -2147483648, 1},
+      {"-4294967296", -2147483648, 4294967295},
+      {"-18446744073709551615", -2147483648, 4294967295},
+      {"18446744073709551617", 2147483647, 4294967295}};
+  for (const auto& [text, asInt, asUint] : rows) {
+    EXPECT_EQ(stringToInt(text), asInt) << text;
+    EXPECT_EQ(stringToUint(text), asUint) << text;
+  }
+  for (const auto& text : {"12x"s, "1\t"s, "1\0"s, "-"s, " "s, "99999999999-"s}) {
+    EXPECT_EQ(textOf<EParseError>([&] { stringToInt(text); }), "Error parsing: " + quotedString(text));
+    EXPECT_EQ(textOf<EParseError>([&] { stringToUint(text); }), "Error parsing: " + quotedString(text));
+  }
+}
+
+TEST(Text, HexadecimalRefusesWhatIsOutOfRange) {
+  EXPECT_EQ(stringToInt("") + hexStringToUint(" 0xFFFFffff"), stringToUint("") + hexStringToUint("-1"));
+  for (const auto& [text, message] : {std::pair{"fffffffff z"s, R"(Value "fffffffff z" out of range)"},
+                                      {"1-2"s, R"(Unexpected character: "-" in hex string "1-2")"},
+                                      {"0x"s, R"(Unexpected character: "x" in hex string "0x")"},
+                                      {"1\0"s, R"(Unexpected character: "\000" in hex string "1\000")"}}) {
+    EXPECT_EQ(textOf<EParseError>([&] { hexStringToUint(text); }), message);
+  }
+  EXPECT_EQ(gidToString(stringToGid("1::200:3:4:")), "03:00:03:04");  // a part above ff carries
+  EXPECT_EQ(textOf<EParseError>([] { stringToGid("1:2:3"); }), R"(Malformed GID: "1:2:3")");
+  EXPECT_EQ(textOf<EParseError>([] { stringToGid("1:2:3:zz"); }),
+            R"(Malformed GID component: Unexpected character: "z" in hex string "zz")");
+}
+
+TEST(Text, QuotingCaseAndNaturalOrder) {
+  EXPECT_EQ(quotedString("\a\b\t\n\v\f\r\"'\\"), R"("\a\b\t\n\v\f\r\"\'\\")");
+  EXPECT_EQ(quotedString("\0\1\x1f\x7f\xe9 a"s), "\"\\000\\001\\037\x7f\xe9 a\"");
+  EXPECT_EQ(toLower("aZ@[\xc4"), "az@[\xc4");
+  const char* ascending[] = {"", "\xe9", "a", "a2", "a9b", "a10", "a11", "a010", "aa", "ab", "ab1", "ab1c"};
+  for (int i = 0; i < 144; ++i) {
+    const int left = i / 12, right = i % 12;
+    EXPECT_EQ(naturalCompare(ascending[left], ascending[right]), left < right ? -1 : left > right) << i;
+  }
+}
+
+TEST(Text, Base64AndSplitting) {
+  for (const auto& [bytes, text] :
+       {std::pair{""s, ""s}, {"M"s, "TQ=="}, {"Ma"s, "TWE="}, {"\xff\xef\xbeM"s, "/+++TQ=="}}) {
+    EXPECT_EQ(base64Encode({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}), text);
+  }
+  std::vector<std::uint8_t> bytes{1, 2, 3};
+  base64Decode("TW\nF\xff-u/T", bytes);
+  EXPECT_THAT(bytes, ElementsAre('M', 'a', 'n', 0xfd));
+  base64Decode("TQ=TWFu", bytes);
+  EXPECT_THAT(bytes, ElementsAre('M'));
+  std::vector<std::string> fields{"old", "content", "of", "four"};
+  splitFields(fields, ",a,,b,", ',', true);
+  EXPECT_THAT(fields, ElementsAre("", "a", "", "b", ""));
+  splitFields(fields, ",a,,b,", ',', false);
+  EXPECT_THAT(fields, ElementsAre("a", "b"));
+  EXPECT_THAT(splitToList("", ';', true), ElementsAre(""));
+  EXPECT_THAT(splitToList("", ';', false), ElementsAre());
+}

@@ -1,0 +1,66 @@
+#include "foundation/time_zone.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <tuple>
+
+#include "foundation/errors.h"
+#include "foundation/text_of.h"
+
+namespace {
+
+// Before anything can make a TimeZone: Central European Time, spelt out, as no zone files may be installed.
+const bool g_zoneSet = setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1) == 0;
+const TimeZone kLocal(TimeZone::localMarker), kUtc(0);
+
+std::string brokenDown(const TimeZone& zone, std::uint64_t time) {
+  std::tm fields{};
+  breakDownTime(zone, fields, time);
+  char text[64];
+  return {text, std::strftime(text, sizeof text, "%F %T", &fields)};
+}
+
+}  // namespace
+
+TEST(TimeZone, OffsetsCountEastwardsAndLocalIsTheZoneOfTheStart) {
+  ASSERT_TRUE(g_zoneSet);
+  setenv("TZ", "EST5", 1);
+  for (const auto& [offset, zone, text] :
+       {std::tuple(0, "GMT-0", "2003-07-01 00:00:00"),
+        {3600, "GMT-1", "2003-07-01 01:00:00"},
+        {-19800, "GMT5:30", "2003-06-30 18:30:00"},
+        {3605, "GMT-1:00:05", "2003-07-01 01:00:05"},
+        {TimeZone::localMarker, "CET-1CEST,M3.5.0,M10.5.0/3", "2003-07-01 02:00:00"}}) {
+    EXPECT_EQ(brokenDown(TimeZone(offset), 1057017600), text);
+    EXPECT_STREQ(std::getenv("TZ"), zone);
+  }
+  setenv("TZ", "untouched", 1);  // the zone in force is the wanted one already
+  EXPECT_EQ(brokenDown(kLocal, 0), "1970-01-01 01:00:00");
+  EXPECT_STREQ(std::getenv("TZ"), "untouched");
+  for (const std::uint64_t time : {9223372036854775807u, 18446744073709551615u}) {
+    EXPECT_EQ(textOf<error::ESystemError>([&] { brokenDown(kLocal, time); }),
+              "Couldn't get localtime for time " + std::to_string(time));
+  }
+}
+
+TEST(TimeZone, ReadsIsoTimes) {
+  for (const auto& [text, utc, local] : {std::tuple("2003/03 25xx00.25,03", 1048551903, 1048548303),
+                                         {"2003-07-01-T02:00:00", 1057024800, 1057017600},     // summer time
+                                         {"2003-02-31-T00:25:61", 1046651161, 1046647561}}) {  // 3 March
+    EXPECT_EQ(parseIsoTime(text, kUtc), utc) << text;
+    EXPECT_EQ(parseIsoTime(text, kLocal), local) << text;
+  }
+  for (const char* text : {"2003-03-25-T00:25:62", "2003-03-25-T00:60:03", "2003-03-25-T24:25:03",
+                           "2003-03-00-T00:25:03", "2003-03-32-T00:25:03", "2003-13-25-T00:25:03",
+                           "2003-00-25-T00:25:03", "1899-12-31-T00:00:00", "2003-03-25-T00:-1:03"}) {
+    EXPECT_EQ(parseIsoTime(text, kUtc), 0) << text;
+  }
+  EXPECT_THAT(parseIsoTime("2003-03-30-T02:30:00", kLocal), testing::AnyOf(1048984200, 1048987800));  // a gap
+  EXPECT_EQ(textOf<error::EParseError>([] { parseIsoTime("2003-03-25T00:25:03", kUtc); }),
+            "string not in iso_format");
+  EXPECT_EQ(textOf<error::EParseError>([] { parseIsoTime("2003-xx-25-T00:yy:03", kUtc); }),
+            "Error parsing: \"xx\"");
+  EXPECT_EQ(textOf<error::ESystemError>([] { parseIsoTime("1969-12-31-T23:59:59", kUtc); }),
+            "Couldn't compose time from tm: (s:59m:59h:23md:31mo:11yr:69wd:3yd:364i:0");
+}
