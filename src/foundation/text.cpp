@@ -60,6 +60,12 @@ Unsigned32 readUnsigned32(const std::string& text, int base) {
   return {static_cast<std::uint32_t>(wide), false, length};
 }
 
+// A whole number below a million, which is what most checks measure, has an integer's digits. Not so -0.
+bool isShortWhole(double value) {
+  return value > -1e6 && value < 1e6 && value == static_cast<std::int32_t>(value) &&
+         (value != 0 || !std::signbit(value));
+}
+
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 template <class Value>
@@ -162,6 +168,11 @@ std::string realToString(double value, int width, int precision) {
 
 void appendReal(std::string& text, double value) {
   std::array<char, 24> digits;
+  if (isShortWhole(value)) {
+    const auto whole = static_cast<std::int32_t>(value);
+    text.append(digits.begin(), std::to_chars(digits.begin(), digits.end(), whole).ptr);
+    return;
+  }
   const auto end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::general, 6).ptr;
   text.append(digits.begin(), end);
 }

@@ -56,7 +56,7 @@ TEST(Output, TravelsInBlocksUnlessInteractive) {
   EXPECT_EQ(terminal.blocks.size(), 2u);
 }
 
-TEST(OutputFile, ReplacesAndCloses) {
+TEST(OutputFile, ReplacesWhatWasThereAndReportsAFullDisk) {
   const std::string name = testing::TempDir() + "output_test.txt";
   std::ofstream(name) << "a longer text that was there before";
   const auto file = OutputFile::create(name), full = OutputFile::create("/dev/full");

@@ -19,10 +19,12 @@ TEST(Text, NumbersAreWrittenAsByPrintf) {
   EXPECT_EQ(hexToString(0xbeef, 6) + hexToString(0xffffffff, 2), "00beefffffffff");
   EXPECT_EQ(realToString(-0.25, 8, 1) + realToString(std::nan(""), 9, 9), "    -0.2nan");
   EXPECT_EQ(realToString(-HUGE_VAL, -1, -1), "-inf");
+  const double special[] = {HUGE_VAL, -HUGE_VAL, std::nan(""), -std::nan(""), -0.0, 0, 999999, -1e6};
   std::mt19937_64 random(1);
-  for (int i = 0; i < 100000; ++i) {  // any bit pattern, and the short decimals that checks measure
-    const double value = i % 2 == 0 ? std::bit_cast<double>(random())
-                                    : static_cast<double>(static_cast<std::int32_t>(random())) / 1000;
+  for (std::size_t i = 0; i < 100000; ++i) {  // any bit pattern, whole numbers, and short decimals
+    const auto whole = static_cast<double>(static_cast<std::int32_t>(random()) >> 10);
+    const double values[] = {std::bit_cast<double>(random()), whole, whole / 1000};
+    const double value = i < std::size(special) ? special[i] : values[i % 3];
     char expected[400];
     std::snprintf(expected, sizeof expected, "%g", value);
     std::string text;
@@ -31,11 +33,6 @@ TEST(Text, NumbersAreWrittenAsByPrintf) {
     std::snprintf(expected, sizeof expected, "%f", value);
     ASSERT_TRUE(!std::isfinite(value) || realToString(value, -1, -1) == expected) << expected;
   }
-  std::string special;
-  for (const double value : {HUGE_VAL, -HUGE_VAL, std::nan(""), -std::nan(""), -0.0}) {
-    appendReal(special += ' ', value);
-  }
-  EXPECT_EQ(special, " inf -inf nan -nan -0");
 }
 
 TEST(Text, RealsAreReadAsByStrtod) {
@@ -52,6 +49,7 @@ TEST(Text, RealsAreReadAsByStrtod) {
 
 TEST(Text, IntegersAreReadAsWhereALongHas32Bits) {
   const std::tuple<const char*, std::int64_t, std::uint32_t> rows[] = {
+      {"", 0, 0},
       {" \t+012", 12, 12},
       {"-1", -1, 4294967295},
       {"2147483648", 2147483647, 2147483648},
@@ -71,12 +69,12 @@ TEST(Text, IntegersAreReadAsWhereALongHas32Bits) {
 }
 
 TEST(Text, HexadecimalRefusesWhatIsOutOfRange) {
-  EXPECT_EQ(stringToInt("") + hexStringToUint(" 0xFFFFffff"), stringToUint("") + hexStringToUint("-1"));
-  for (const auto& [text, message] : {std::pair{"fffffffff z"s, R"(Value "fffffffff z" out of range)"},
-                                      {"1-2"s, R"(Unexpected character: "-" in hex string "1-2")"},
-                                      {"0x"s, R"(Unexpected character: "x" in hex string "0x")"},
-                                      {"1\0"s, R"(Unexpected character: "\000" in hex string "1\000")"}}) {
-    EXPECT_EQ(textOf<EParseError>([&] { hexStringToUint(text); }), message);
+  EXPECT_EQ(hexStringToUint(" 0xFFFFffff") + hexStringToUint(""), hexStringToUint("-1"));
+  for (const auto& row : {std::pair{"fffffffff z"s, R"(Value "fffffffff z" out of range)"},
+                          {"1-2"s, R"(Unexpected character: "-" in hex string "1-2")"},
+                          {"0x"s, R"(Unexpected character: "x" in hex string "0x")"},
+                          {"1\0"s, R"(Unexpected character: "\000" in hex string "1\000")"}}) {
+    EXPECT_EQ(textOf<EParseError>([&] { hexStringToUint(row.first); }), row.second);
   }
   EXPECT_EQ(gidToString(stringToGid("1::200:3:4:")), "03:00:03:04");  // a part above ff carries
   EXPECT_EQ(textOf<EParseError>([] { stringToGid("1:2:3"); }), R"(Malformed GID: "1:2:3")");
@@ -96,11 +94,9 @@ TEST(Text, QuotingCaseAndNaturalOrder) {
 }
 
 TEST(Text, Base64AndSplitting) {
-  for (const auto& [bytes, text] :
-       {std::pair{""s, ""s}, {"M"s, "TQ=="}, {"Ma"s, "TWE="}, {"\xff\xef\xbeM"s, "/+++TQ=="}}) {
-    EXPECT_EQ(base64Encode({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}), text);
-  }
-  std::vector<std::uint8_t> bytes{1, 2, 3};
+  std::vector<std::uint8_t> bytes{0xff, 0xef, 0xbe, 'M', 'a'};
+  EXPECT_EQ(base64Encode(bytes), "/+++TWE=");
+  EXPECT_EQ(base64Encode(std::span(bytes).first(4)), "/+++TQ==");
   base64Decode("TW\nF\xff-u/T", bytes);
   EXPECT_THAT(bytes, ElementsAre('M', 'a', 'n', 0xfd));
   base64Decode("TQ=TWFu", bytes);
@@ -110,6 +106,5 @@ TEST(Text, Base64AndSplitting) {
   EXPECT_THAT(fields, ElementsAre("", "a", "", "b", ""));
   splitFields(fields, ",a,,b,", ',', false);
   EXPECT_THAT(fields, ElementsAre("a", "b"));
-  EXPECT_THAT(splitToList("", ';', true), ElementsAre(""));
-  EXPECT_THAT(splitToList("", ';', false), ElementsAre());
+  EXPECT_EQ(splitToList("", ';', true).size() + splitToList("", ';', false).size(), 1u);
 }
