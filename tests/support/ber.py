@@ -37,7 +37,7 @@ def real(text):
 
 
 def dump(data):
-    """One line an item, indented by depth; never fails, as it is there to show what is wrong."""
+    """One line an item, indented by depth up to 20; never fails, as it is there to show what is wrong."""
     lines, depth, at = [], 0, 0
     while at < len(data):
         tag, size = data[at], data[at + 1] if at + 1 < len(data) else 0
@@ -46,7 +46,7 @@ def dump(data):
         length = int.from_bytes(data[at + 2:at + 2 + long], "big") if long else 0 if opens else size
         item = data[at:at + 2 + long + length]
         depth -= tag == 0 and depth > 0
-        lines.append("  " * depth + item[:40].hex(" ") + (f"  {item[2:]}" if tag == 4 and len(item) < 40 else ""))
+        lines.append("  " * min(depth, 20) + item[:40].hex(" ") + (f"  {item[2:]}" if tag == 4 and len(item) < 40 else ""))
         depth += bool(opens)
         at += 2 + long + length
     return lines

@@ -1,7 +1,6 @@
 """A server that plays a script for one connection. The functions make, or are, its steps."""
 
 import contextlib
-import difflib
 import socket
 import struct
 import threading
@@ -20,8 +19,7 @@ def expects(data):
                 got += more
         except TimeoutError as error:
             ending = str(error)
-        lines = difflib.unified_diff(dump(data), dump(got), "expected", "received", lineterm="")
-        assert got == data, "\n".join([ending, *lines])
+        assert got == data, f"{ending}\n{difference(data, got)}"
     return step
 
 
@@ -29,7 +27,7 @@ def sends(data, piece=None):
     """Sends the bytes, whole or in pieces of the given size. A client that has gone will say why by itself."""
     def step(peer, client):
         with contextlib.suppress(ConnectionError):
-            for start in range(0, len(data), piece or len(data)):
+            for start in range(0, len(data), piece or len(data) or 1):
                 client.sendall(data[start:start + (piece or len(data))])
     return step
 
@@ -41,6 +39,14 @@ def closes(peer, client):
 def resets(peer, client):
     client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
     client.close()
+
+
+def difference(expected, received):
+    """The first item that differs, with its surroundings."""
+    both = [dump(expected), dump(received)]
+    first = next((at for at, pair in enumerate(zip(*both)) if pair[0] != pair[1]), min(map(len, both)))
+    around = slice(max(0, first - 8), first + 4)
+    return "\n".join(["expected:", *both[0][around], "received:", *both[1][around]])
 
 
 class Peer:
@@ -77,8 +83,8 @@ class Peer:
                 assert connected == (self.script is not None), f"connected: {connected}"
                 if connected:
                     self.play(client)
-            except (AssertionError, TimeoutError) as error:
-                self.failure = f"{error}\nall that came:\n" + "\n".join(dump(bytes(self.received)))
+            except Exception as error:
+                self.failure = f"{error}\nall that came:\n" + "\n".join(dump(bytes(self.received))[:100])
 
     def play(self, client):
         client.settimeout(PATIENCE)
