@@ -21,17 +21,13 @@ std::unique_ptr<Answer> makeRefusal(std::int32_t requestId, const Refusal& refus
   return std::make_unique<MessageAnswer>(std::move(response));
 }
 
-void ItemWriter::open(const protocol::Tag& tag) {
-  protocol::writeTag(io_, tag.word(legacy_));
-  protocol::writeIndefiniteLength(io_);
-}
+void ItemWriter::open(const protocol::Tag& tag) { protocol::writeOpening(io_, tag.word(legacy_)); }
 
 void ItemWriter::close() { protocol::writeEndOfContents(io_); }
 
 void ItemWriter::text(const std::string& value) {
-  protocol::writeTag(io_, protocol::BE_STRING.word(legacy_));
-  protocol::writeLength(io_, static_cast<std::uint32_t>(value.size()));
-  io_.write(reinterpret_cast<const std::uint8_t*>(value.data()), value.size());
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(value.data());
+  protocol::writePrimitive(io_, protocol::BE_STRING.word(legacy_), {bytes, value.size()});
 }
 
 void ItemWriter::number(std::uint32_t value) {

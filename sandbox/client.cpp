@@ -17,6 +17,9 @@ constexpr std::int32_t kMajorMask = 0xFF00;
 // As much is written ahead of what a client takes.
 constexpr std::size_t kBufferTarget = 256 * 1024;
 
+// So that a client that sends many requests at once does not keep the others waiting.
+constexpr int kMessagesPerTurn = 16;
+
 // "Morvex", above the number of the session.
 constexpr const char* kKeyPrefix = "4d6f7276657800000000";
 
@@ -81,32 +84,46 @@ Client::Client(std::unique_ptr<ClientStream> stream, Service& service)
       stream_(stream.get()),
       reader_(protocol::guiProtocol::instance(), std::move(stream)) {}
 
-std::optional<Time> Client::nextDue() const {
-  return queue_.empty() ? std::nullopt : std::optional<Time>(queue_.front().due);
+std::optional<Time> Client::nextTurn(Time now) const {
+  if (hasBacklog()) {
+    return now;
+  }
+  return queue_.empty() || isDue(now) ? std::nullopt : std::optional(queue_.front().due);
+}
+
+// A fault in what a client sent, or more than there is memory for, ends that client alone.
+template <class Action>
+void Client::guard(Action&& action) {
+  try {
+    action();
+  } catch (const error::Exception&) {
+    drop();
+  } catch (const std::exception&) {
+    drop();
+  }
 }
 
 void Client::takeInput(Time now) {
-  try {
-    reader_.read();
-    while (state_ < State::ending) {
-      const std::unique_ptr<protocol::BerValue> message = reader_.nextMessage();
-      if (message == nullptr) {
-        break;
-      }
-      take(*message, now);
+  guard([&] {
+    if (!backlog_) {
+      reader_.read();
+      backlog_ = true;
     }
-  } catch (const error::Exception&) {
-    drop();  // not this protocol
-  } catch (const std::exception&) {
-    drop();  // more than there is memory for
-  }
-  if (state_ < State::ending && stream_->ended()) {
+    for (int count = 0; count < kMessagesPerTurn && hasBacklog(); ++count) {
+      if (const std::unique_ptr<protocol::BerValue> message = reader_.nextMessage()) {
+        take(*message, now);
+      } else {
+        backlog_ = false;
+      }
+    }
+  });
+  if (wantsInput() && !backlog_ && stream_->ended()) {
     state_ = State::ending;
   }
 }
 
 void Client::giveOutput(Time now) {
-  try {
+  guard([&] {
     while (stream_->buffered() < kBufferTarget && isDue(now)) {
       if (queue_.front().answer->writePortion(*stream_, reader_.legacy())) {
         queue_.pop_front();
@@ -115,9 +132,7 @@ void Client::giveOutput(Time now) {
     if (!stream_->drain()) {
       drop();
     }
-  } catch (const std::exception&) {
-    drop();
-  }
+  });
   if (state_ == State::ending && queue_.empty() && stream_->buffered() == 0) {
     drop();
   }

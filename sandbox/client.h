@@ -67,7 +67,7 @@ class Client {
   // service must outlive the client.
   Client(Peer peer, Service& service);
 
-  // Takes what has come. Broken or unexpected input ends the client.
+  // Takes what has come, or goes on with a backlog. Broken or unexpected input ends the client.
   void takeInput(Time now);
 
   // Writes and sends what is due.
@@ -77,9 +77,11 @@ class Client {
 
   int number() const { return stream_->number(); }
   bool wantsInput() const { return state_ < State::ending; }
+  // Whether messages are left from an earlier turn.
+  bool hasBacklog() const { return backlog_ && wantsInput(); }
   bool wantsOutput(Time now) const { return stream_->buffered() > 0 || isDue(now); }
-  // When the next answer may leave.
-  std::optional<Time> nextDue() const;
+  // When the client needs a turn though nothing can be read or written before; empty if it doesn't.
+  std::optional<Time> nextTurn(Time now) const;
   bool isGone() const { return state_ == State::gone; }
 
  private:
@@ -93,6 +95,8 @@ class Client {
 
   Client(std::unique_ptr<ClientStream> stream, Service& service);
 
+  template <class Action>
+  void guard(Action&& action);
   bool isDue(Time now) const { return !queue_.empty() && queue_.front().due <= now; }
   void take(protocol::BerValue& message, Time now);
   void negotiate(const protocol::ClientWants& wants, Time now);
@@ -109,6 +113,7 @@ class Client {
   ClientStream* stream_;  // owned by the reader
   old_protocol::BerReader reader_;
   State state_ = State::negotiating;
+  bool backlog_ = false;
   std::deque<Queued> queue_;
 };
 

@@ -28,9 +28,8 @@ void Server::wait() {
   watches_.clear();
   for (const auto& client : clients_) {
     watches_.push_back({client->number(), client->wantsInput(), client->wantsOutput(now)});
-    const auto next = client->nextDue();
-    if (next && *next > now && (!due || *next < *due)) {
-      due = next;
+    if (const auto turn = client->nextTurn(now); turn && (!due || *turn < *due)) {
+      due = turn;
     }
   }
   watches_.push_back({listener_.number(), !exhausted_, false});
@@ -45,7 +44,7 @@ void Server::serveClients() {
       client.drop();
       continue;
     }
-    if (watches_[i].input) {
+    if (watches_[i].input || client.hasBacklog()) {
       client.takeInput(now);
     }
     if (!client.isGone()) {

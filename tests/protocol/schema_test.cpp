@@ -90,8 +90,7 @@ TEST(Schema, ComparesFieldByField) {
       {"ordered unions", interval("A0 80 30 80 00 00 00 00"),
        interval(("A0 80 30 80" + low + "00 00 00 00").c_str()), false, true},
       {"one union missing", interval(nullptr), interval("A0 80 30 80 00 00 00 00"), false, false},
-      {"both unions missing", interval(nullptr), interval(nullptr), true, false},
-  };
+      {"both unions missing", interval(nullptr), interval(nullptr), true, false}};
   for (const auto& row : rows) {
     EXPECT_EQ(*row.left == *row.right, row.equal) << row.name;
     EXPECT_EQ(*row.right == *row.left, row.equal) << row.name;

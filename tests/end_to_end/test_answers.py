@@ -1,0 +1,263 @@
+"""Requests to the byte, canned answers to them, and what the program prints, whatever it is sent."""
+
+import os
+import subprocess
+
+import pytest
+from ber import constructed, integer, integers, real, string, wire
+from peer import closes, expects, resets, sends
+from server import (BOTH, CHECK_42, END_OF_STREAM, GET_DATA, GET_LAST, LIST_DOMAINS, LOOKUP_42, LOOKUP_ROOT, NAME, NODE_42, RESET, ROOT,
+                    caught, data, misused, refusal, response, select, selected, session, step, thing)
+from tool import SANITIZED, Run, environment, run
+
+LOOKUP_BACKBONE = wire("""74( 020100 A0( 31( 'root' )
+    30( 'Domain' 020100 0500
+        30( 30( 'Domain' 020100 0500 30( ) 30( )
+                30( 30( 30( 'siblingName' 020106 A0( 'Back\\bone' ) ) 0A00 ) ) 31( 'siblingName' ) ) )
+        30( ) 30( ) 31( 'siblingName' ) )
+    020100 ) )""")
+BACKBONE = selected(0, thing("Domain", "root", "", thing("Domain", "7", "Back\\bone")))
+LIST_NODES = select(1, "7", step("Domain", 0, NAME, below=step("Node", 0, BOTH)))
+NODES = selected(1, thing("Domain", "7", "Back\\bone", thing("Node", "8", "a,1", label="Main \u00e9"), thing("Node", "9", "b.2", label="")))
+ACTIVE = "30( 30( 'active' 020101 A5( 010101 ) ) 0A00 )"
+CHECK_TAIL = step("Node", 0, NAME, below=step("CheckGroup", 1, NAME, below=step(
+    "Check", 4, BOTH, ACTIVE, below=step("CheckAccumulation", 0, BOTH))))
+LIST_CHECKS = select(1, "root", step("Domain", 1, NAME, below=CHECK_TAIL))
+LIST_NODE_CHECKS = select(1, "42", CHECK_TAIL)
+CHECKS = selected(1, thing("Domain", "root", "", thing("Domain", "2", "a.b", thing("Node", "3", "n,1", thing("CheckGroup", "4", "g^", thing(
+    "Check", "9", "c\\d", thing("CheckAccumulation", "10", "sum", label="Sum"), label="Ping"))))))
+CHECKS_OF_NODE = selected(1, thing("Node", "42", "box", thing("Check", "9", "http", label="Web")))
+LIST_ALL_DOMAINS = select(1, "root", step(".", 0, "", below=step("Domain", 1, BOTH)))
+DOMAINS = selected(1, thing("Domain", "root", "", thing("Domain", "2", "a", thing("Domain", "3", "b.", label="B"), label="A"),
+                            thing("Domain", "4", "c", label="C")))
+
+
+@pytest.mark.parametrize("piece", [None, 1])
+@pytest.mark.parametrize("args, lookup, found, query, answer, out", [
+    ("listnodes Back\\\\\\\\bone", LOOKUP_BACKBONE, BACKBONE, LIST_NODES, NODES,
+     "Main \u00e9\t8\tBack\\\\\\\\bone,a\\,1\n\t9\tBack\\\\\\\\bone,b.2\n"),
+    ("listchecks -r -o Nipdnc .", LOOKUP_ROOT, ROOT, LIST_CHECKS, CHECKS,
+     "Ping\t9\ta\\\\.b,n\\,1,g\\\\^^c\\\\\\\\d\ta\\.b\tn,1\t^g\\^^c\\\\d\n"
+     "Sum\t10\ta\\\\.b,n\\,1,g\\\\^^c\\\\\\\\d^sum\ta\\.b\tn,1\t^g\\^^c\\\\d^sum\n"),
+    ("listchecks /r -o cdp -i 42 . -x", LOOKUP_42, NODE_42, LIST_NODE_CHECKS, CHECKS_OF_NODE, "^http\t.\t.,box,http\n"),
+    ("LISTdomains /r /o d -o pp .", LOOKUP_ROOT, ROOT, LIST_ALL_DOMAINS, DOMAINS, "a\ta\na.b\\\\.\ta.b\\\\.\nc\tc\n"),
+    ("listdomains -o  .", LOOKUP_ROOT, ROOT, LIST_DOMAINS, DOMAINS, "\n\n\n"),
+    ("listdomains .", LOOKUP_ROOT, ROOT, LIST_DOMAINS, refusal(1, 15), ""), ("listdomains .", LOOKUP_ROOT, ROOT, LIST_DOMAINS, selected(1), ""),
+])
+def test_listing(piece, args, lookup, found, query, answer, out):
+    steps = [expects(lookup), sends(found, piece), expects(query), sends(answer, piece)]
+    assert session(args.split(" "), *steps) == Run(0, out, "")
+
+
+@pytest.mark.parametrize("command, answer, message", [
+    ("listdomains", refusal(0, 2), 'No Domain found that matches "."'), ("listnodes", selected(0), 'No Domain found that matches "."'),
+    ("listchecks", selected(0, thing("Domain", "other", "")), 'No Domain or Node found that matches "."'),
+    ("select", refusal(0, 99), 'No Check or Node or DomainExport or CheckAccumulation found that matches "."'),
+    ("listnodes", selected(0, thing("Node", "root", "")), "Path does not specify a Domain, as it should."),
+    ("listchecks", selected(0, thing("Check", "root", "")), "Path does not specify a Domain or Node, as it should."),
+    ("select", ROOT, "Path does not specify a Check or Node or DomainExport or CheckAccumulation, as it should."),
+    ("listdomains", selected(0, thing("Domain", "root", "", thing("Node", "1", "a"), thing("Node", "1", "a"))), "Path is ambiguous."),
+    ("listdomains", selected(0, thing("Domain", "root", "", constructed(0x30, wire("'Node' 0200 '5' '' 30( ) 30( ) 31( )")))),
+     'Property "siblingName" not found in 5'),
+    ("listdomains", data(0), "Wrong type in Select::decode."),
+])
+def test_lookup_fails(command, answer, message):
+    assert session([command, "."], expects(LOOKUP_ROOT), sends(answer)) == caught(message)
+
+
+@pytest.mark.parametrize("args, message", [
+    (["listdomains", ""], "path invalid or not specified"), (["listnodes", ",box"], "path invalid or not specified"),
+    (["select", "a,b,c,d"], "Too many ,'s in path specification"),
+    (["select", "-i", 'a"'], 'Unterminated string literal: parsing .*[siblingName] > .[siblingName] { id = "a"" }'),
+    (["listnodes", "n" * 1025], "String exceeds allowed length 1025 > 1024"),
+])
+def test_paths_that_are_not_sent(args, message):
+    assert session(args) == caught(message)
+
+
+def test_very_long_path():
+    count, path = 60000, "a" + ".a" * 59999
+    named = "30( 30( 'siblingName' 020106 A0( 'a' ) ) 0A00 )"
+    (head, tail), (front, back) = [map(wire, step("Domain", 0, NAME, terms, below="|").split("|")) for terms in ("", named)]
+    request = wire("74( 020100 A0( 31( 'root' )") + head + front * count + back * count + tail + wire("020100 ) )")
+    result = session(["listdomains", path], expects(request), sends(refusal(0, 2)))
+    assert result == caught(f'No Domain found that matches "{path}"')
+
+
+def interval(kind, *fields):
+    return constructed(0x30, constructed(kind, *fields))
+
+
+def incident(time, severity, text):
+    return interval(0xA1, integer(time), wire(severity), string(text))
+
+
+RAW = interval(0xA0, wire("30( 30( 020101 020102 0900 ) )"))
+OLD_CONTINUOUS = interval(0xA2, integers(1, 2), real("1"), real("2"), wire("30( 0900 )"))
+SAWTOOTH = interval(0xA3, integers(100, 200), real("3.5"), real("1234567"), real("-0.25"), integers(4294967295, 0))
+ENUM = interval(0xA4, integers(300, 400, 4294967295, 7, 8))
+CONTINUOUS = interval(0xA5, integers(500, 600), real("1e-05"), real("0.0001"), wire("0900"), integers(60, 1))
+SHORT = interval(0xA5, integers(-1, -2147483648), wire("0900"))
+SPECIAL = interval(0xA3, integers(1, 2), wire("090140"), wire("090141"), real("nan"), integers(1, 2))
+WRITTEN_NAN = interval(0xA3, integers(1, 2), wire("090160"), real("inf"), real("-inf"))
+NOTE = incident(5, "0A00", "a")
+SERIES, ENUMS, INCIDENTS = "Begin,End,Min,Avg,Max,ngood,nbad\n", "Begin,End,Mask,ngood,nbad\n", "Time,Severity,Text\n"
+UNKNOWN = "Data of unknown type\n"
+ENUM_ROW = "300,400,4294967295,7,8\n"
+
+
+@pytest.mark.parametrize("piece", [None, 1])
+@pytest.mark.parametrize("options, intervals, out, err", [
+    ("-u", [SAWTOOTH, ENUM, CONTINUOUS, NOTE],
+     f'{SERIES}100,200,-0.25,1.23457e+06,3.5,4294967295,0\n{ENUM_ROW}500,600,0,0.0001,1e-05,60,1\n5,0,"a"\n', ""),
+    ("-u", [SHORT, SPECIAL, WRITTEN_NAN], SERIES + "4294967295,2147483648,0,0,0,0,0\n1,2,nan,-inf,inf,1,2\n1,2,-inf,inf,0,0,0\n", ""),
+    ("-n 3", [CONTINUOUS, SHORT], SERIES + "1970-01-01 00:08:20,1970-01-01 00:10:00,0,0.0001,1e-05,60,1\n",
+     "Caught error: Couldn't get localtime for time 18446744073709551615\n"),
+    ("-m 3", [incident(0, "0A00", 'a "quoted", text\nof two lines'), incident(86399, "0A01FF", "\u00e9")],
+     INCIDENTS + '1970-01-01 00:00:00,0,"a "quoted", text\nof two lines"\n1970-01-01 23:59:59,-1,"\u00e9"\n', ""),
+    ("-u", [RAW, OLD_CONTINUOUS], "", UNKNOWN * 2), ("-u", [RAW, ENUM], ENUM_ROW, UNKNOWN), ("-u", [], "", ""),
+    ("-u -m 1", [ENUM, NOTE], INCIDENTS + '5,0,"a"\n', ""), ("-u -n 1", [ENUM, RAW], ENUMS + ENUM_ROW, ""),
+    ("-t %s", [NOTE], INCIDENTS + '5,0,"a"\n', ""), ("-t %A,%d%%", [NOTE], INCIDENTS + 'Thursday,01%,0,"a"\n', ""),
+    ("-t " + "x" * 255, [NOTE], INCIDENTS + "x" * 255 + ',0,"a"\n', ""), ("-t " + "x" * 256, [NOTE], INCIDENTS + ',0,"a"\n', ""),
+    ("-t ", [NOTE], INCIDENTS + ',0,"a"\n', ""), ("-u", [incident(5, "0A00", "x" * 65536)], f'{INCIDENTS}5,0,"{"x" * 65536}"\n', ""),
+])
+def test_select(piece, options, intervals, out, err):
+    args = ["select", "-b", "100", "-e", "1000", *options.split(" "), "-i", "42"]
+    steps = [expects(LOOKUP_42), sends(CHECK_42, piece), expects(GET_DATA), sends(data(1, *intervals), piece)]
+    assert session(args, *steps) == Run(int(err.startswith("Caught")), out, err)
+
+
+@pytest.mark.parametrize("options, found, query, answer, result", [
+    ("-m 1", CHECK_42, GET_LAST, wire("75( 020101 A9( 020103 30( A4( 020107 020108 020109 ) ) ) )"), Run(0, ENUMS + "7,8,9,0,0\n", "")),
+    ("-b 5 -m 1", CHECK_42, GET_LAST, wire("75( 020101 A9( 020100 ") + RAW + bytes(4), Run(0, "", UNKNOWN)),
+    ("-m 1", CHECK_42, GET_LAST, refusal(1, 1), caught("Error retrieving result")),
+    ("-m 1", CHECK_42, GET_LAST, data(1), caught("Wrong type in GetLastData::decode.")),
+    ("-b 100 -e 1000", NODE_42, GET_DATA.replace(wire("'tsdbIndex'"), wire("'tsdbIncident'")), refusal(1, 14), Run(0, "", "")),
+])
+def test_other_requests(options, found, query, answer, result):
+    steps = [expects(LOOKUP_42), sends(found), expects(query), sends(answer)]
+    assert session(["select", "-u", *options.split(), "-i", "42"], *steps) == result
+
+
+SELECT = "select -u -b 100 -e 1000 -i 42".split()
+SELECT_STEPS = [expects(LOOKUP_42), sends(CHECK_42), expects(GET_DATA)]
+LIST_STEPS = [expects(LOOKUP_ROOT), sends(ROOT), expects(LIST_DOMAINS)]
+
+
+def date(zone, *args):
+    return subprocess.run(["date", *args], env=environment(zone), stdout=subprocess.PIPE, text=True, check=True).stdout
+
+
+@pytest.mark.parametrize("zone", ["UTC", "Europe/Copenhagen", "America/St_Johns", ":Asia/Kolkata", "GMT5:30", "", None])
+def test_time_zones(zone):
+    times = [0, 954032399, 954032400, 1000000000, 1100000000, 2147483647]
+    start = integer(int(date(zone, "-d", "2003-03-25 00:25:03", "+%s")))
+    request = GET_DATA.replace(integer(100), start).replace(integer(1000), integer(2147483647))
+    steps = [*SELECT_STEPS[:2], expects(request), sends(data(1, *[incident(time, "0A00", "") for time in times]))]
+    lines = [date(zone, "-d", f"@{time}", '+%Y-%m-%d %H:%M:%S,0,""') for time in times]
+    result = session("select -b 2003-03-25-T00:25:03 -e 2147483647 -i 42".split(), *steps, zone=zone)
+    assert result == Run(0, INCIDENTS + "".join(lines), "")
+
+
+TO_LIST = "75( 020101 A6( 020103 30( "
+IN_LIST = ", BerReader: Response:2, GetDataResp:2, ListOfDataInterval:1"
+TO_NOTE, IN_NOTE = TO_LIST + "30( A1( ", IN_LIST + ", DataInterval:1, DataIntervalIncident:"
+TO_REAL = TO_LIST + "30( A5( 020100 020100 "
+RANGE = "data out of range in BerIntegerTemplate"
+
+
+@pytest.mark.skipif(SANITIZED, reason="a sanitizer needs more address space than the limit")
+@pytest.mark.parametrize("answer, message", [
+    ("74( 020101 A5( 020100 ) )", "Wrong type. Expected Response"), ("62( )", "Wrong type. Expected Response"),
+    ("75( 020101 AA( 30( ) 30( ) ) )", "Wrong type in GetData::decode."), ("A880", "Unknown tag 69, BerReader: "),
+    ("75( 020101 A480", "Unexpected tag 37 received in Union Response.this->resp, BerReader: Response:2"),
+    ("75( 02014D 3080", "Unexpected tag 129 received in Union Response.this->resp, BerReader: Response:2"),
+    ("75( 0500", "Tag mismatch, got 40 expected BE_INTEGER, BerReader: Response:1"),
+    ("75( 0201FF", RANGE + "<int>::readDone 0 <= -1 <= 2147483647"), ("75( 020101 )", "Got to few fields of constructed value"),
+    ("75( 020101 A6( 020112", RANGE + "<int>::readDone 0 <= 18 <= 17"),
+    ("75( 020101 A6( 020100 0400", "Tag mismatch, got 32 expected BE_SEQ_CURRENT, BerReader: Response:2, GetDataResp:2"),
+    (TO_LIST + "0400", "Tag mismatch, got 32 expected BE_DATA_INTERVAL_CURRENT" + IN_LIST),
+    (TO_LIST + "30( A680", "Unexpected tag 53 received in Union DataInterval.this->data" + IN_LIST + ", DataInterval:1"),
+    (TO_NOTE + "0900", "Tag mismatch, got 72 expected BE_INTEGER" + IN_NOTE + "1"),
+    (TO_NOTE + "020100 020100", "Tag mismatch, got 16 expected BE_ENUMERATED" + IN_NOTE + "2"),
+    (TO_NOTE + "020100 0A00 1600", "Tag mismatch, got 176 expected BE_STRING_CURRENT" + IN_NOTE + "3"),
+    (TO_NOTE + "020100 0A05", "Data value exceeds maximum allowed length 5 > 4"),
+    (TO_NOTE + "020100 0A00 0484FFFFFFFF", "String exceeds allowed length 4294967295 > 65536"),
+    (TO_NOTE + "020100 0A00 0483010001", "String exceeds allowed length 65537 > 65536"),
+    (TO_NOTE + "020100 0A00 0485", "Length field too long"), (TO_LIST + "30( A4( 020100 020100 02050100000000", RANGE),
+    (TO_REAL + "09020078", "Parse error in real number"), (TO_REAL + "090142", "Unsupported real number format revceived"),
+    (TO_REAL + "093D", "Data value exceeds maximum allowed length 61 > 60"),
+])
+def test_hostile_answers(answer, message):
+    limited = 'ulimit -v 524288; exec "$0" "$@"'  # KiB; an announced length must not become an allocation
+    assert session(SELECT, *SELECT_STEPS, sends(wire(answer)), shell=limited) == caught(message)
+
+
+def test_responses_that_nobody_awaits():
+    strangers = refusal(77, 15) + bytes(3) + response(2147483647, wire("A7( )")) + b"\x19"
+    steps = [expects(LOOKUP_42), sends(strangers + response(1, wire("A2( )")) + CHECK_42 + strangers), expects(GET_DATA)]
+    assert session(SELECT, *steps, sends(refusal(0, 1) + data(1, ENUM))) == Run(0, ENUMS + ENUM_ROW, "")
+
+
+@pytest.mark.parametrize("cut", range(0, len(NODES), 7))
+def test_cut_answer(cut):
+    steps = [expects(LOOKUP_BACKBONE), sends(BACKBONE), expects(LIST_NODES), sends(NODES[:cut]), closes]
+    assert session(["listnodes", "Back\\\\\\\\bone"], *steps) == caught(END_OF_STREAM)
+
+
+@pytest.mark.parametrize("ending, message", [(closes, END_OF_STREAM), (resets, RESET)])
+def test_connection_lost(ending, message):
+    assert session(SELECT, expects(LOOKUP_42), ending) == caught(message)
+    assert session(SELECT, *SELECT_STEPS, ending) == caught(message)
+
+
+def test_deep_answers():
+    depth, level = 200000, wire("30( 'Domain' 020100 '8' '' 30( 30( 'siblingName' 020106 A0( 'a' ) ) ) 30(")
+    root = wire("A0( 30( 30( 'Domain' 020100 'root' '' 30( ) 30(")
+    deep = [response(number, root + level * depth + wire(") 31( ) )") * (depth + 1) + bytes(4)) for number in (0, 1)]
+    request = LIST_DOMAINS.replace(wire("'root'"), wire("'8'"))
+    found = session(["listdomains", "."], expects(LOOKUP_ROOT), sends(deep[0]), expects(request), sends(refusal(1, 2)))
+    assert found == Run(0, "", "")
+    assert session(["listdomains", "-o", "i", "."], *LIST_STEPS, sends(deep[1])) == Run(0, "8\n" * depth, "")
+
+
+FULL = caught("Error writing output: No space left on device")
+
+
+@pytest.mark.parametrize("args, steps", [
+    (["listdomains", "."], [*LIST_STEPS, sends(DOMAINS)]), (SELECT, [*SELECT_STEPS, sends(data(1, ENUM))])])
+@pytest.mark.parametrize("options, redirection, result", [
+    (["-f", "/dev/full"], "", FULL), (["-f", "-"], ">/dev/full", FULL), (["-f", ""], ">/dev/full", FULL),
+    ([], ">&-", caught("Error writing output: Bad file descriptor")), ([], "<&- >&- 2>&-", Run(1, "", "")),
+])
+def test_output_refused(options, redirection, result, args, steps):
+    assert session([*options, *args], *steps, shell=f'exec "$0" "$@" {redirection}') == result
+
+
+def test_file_that_cannot_be_opened():
+    assert session(["-f", "/", *SELECT], *SELECT_STEPS[:2]) == misused('Cannot open file "/"')
+    assert session(["-f", "/no/x", "listdomains", "."], *LIST_STEPS, sends(DOMAINS)) == misused('Cannot open file "/no/x"')
+
+
+def test_reader_that_went_away():
+    reader, writer = os.pipe()
+    os.close(reader)
+    assert session(SELECT, *SELECT_STEPS, sends(data(1, ENUM)), stdout=writer) == Run(1, "", "")
+    assert run("-h", stdout=writer) == Run(1, "", "")
+    os.close(writer)
+    assert run("-h", shell='exec "$0" "$@" >/dev/full') == FULL
+
+
+def test_order_of_both_streams():
+    steps = [*SELECT_STEPS, sends(data(1, ENUM, RAW, ENUM))]
+    assert session(SELECT, *steps, stderr=subprocess.STDOUT) == Run(0, ENUMS + ENUM_ROW + UNKNOWN + ENUM_ROW, "")
+    unlabelled = selected(1, thing("Domain", "root", "", thing("Domain", "2", "a", label="A"), thing("Domain", "3", "b")))
+    result = session(["listdomains", "."], *LIST_STEPS, sends(unlabelled), stderr=subprocess.STDOUT)
+    assert result == Run(1, 'A\t2\ta\nCaught error: Property "longLabel" not found in 3\n', "")
+
+
+def test_output_file(tmp_path):
+    file = tmp_path / "out"
+    for answer, text in [(DOMAINS, "A\t2\ta\nB\t3\ta.b\\\\.\nC\t4\tc\n"), (refusal(1, 1), "")]:
+        assert session(["-f", str(file), "listdomains", "."], *LIST_STEPS, sends(answer)) == Run(0, "", "")
+        assert file.read_text() == text

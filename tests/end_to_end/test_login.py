@@ -1,0 +1,104 @@
+"""The opening of a session, to the byte, with all its refusals, and the password prompt."""
+
+import socket
+
+import pytest
+from ber import constructed, string, wire
+from peer import Peer, closes, expects, resets, sends
+from server import (ACK, CLIENT_WANTS, END_OF_STREAM, LOGIN, NEW_SESSION, NEW_SESSION_RESP, OFFERS, RESET, caught, converse)
+from tool import run, run_on_terminal
+
+REFUSED, EXPIRED, WRONG_TYPE = "Wrong username / password", "Session expired", "Protocol error: Wrong type"
+OTHER_VERSION = "Server does not support our version of the protocol"
+OUT_OF_RANGE = "data out of range in BerIntegerTemplate<int>::readDone 0 <= {} <= 65535"
+LIST = ["listdomains", "."]
+NEGOTIATION = [expects(CLIENT_WANTS), sends(OFFERS)]
+
+
+def new_session(domain, login, password):
+    return constructed(0x70, string(domain), string(login), string("Morvex Tool"), string(password))
+
+
+@pytest.mark.parametrize("options, message", [
+    (LOGIN, NEW_SESSION),
+    (["-l", "anna", "-P", ""], wire("70( '.' 'anna' 'Morvex Tool' 0400 )")),
+    (["-l", "x", "/P", "-x", "-l", "b\\c d", "-d", ""], wire("70( '' 'b\\c d' 'Morvex Tool' '-x' )")),
+    (["-l", "\u00e5", "-P", "1", "-d", "ops.east"], wire("70( 'ops.east' 0402C3A5 'Morvex Tool' '1' )")),
+    (["-l", "n" * 128, "-P", "p" * 128, "-d", "d" * 1024], new_session("d" * 1024, "n" * 128, "p" * 128)),
+    (["-l", "n" * 129, "-P", "p"], b""), (["-l", "n", "-P", "p" * 129], b""), ([*LOGIN, "-d", "d" * 1025], b""),
+    (["-S", "1a2B"], wire("72( 02021A2B )")), (["-S", "00FF", *LOGIN], wire("72( 0201FF )")),
+    (["-S", "abc", "-l", "x"], wire("72( 02020ABC )")), (["-S", "0"], wire("72( 0200 )")),
+    (["-S", "e" * 2080], constructed(0x72, wire("02820410") + b"\xee" * 1040)), (["-S", "e" * 2081], b""),
+])
+def test_login_message(options, message):
+    result = converse([*options, *LIST], *NEGOTIATION, expects(ACK + message), *([closes] if message else []))
+    assert result == caught(EXPIRED if "-S" in options else REFUSED)
+
+
+@pytest.mark.parametrize("answer, message", [
+    (closes, END_OF_STREAM), (resets, RESET),
+    ("63( 'not today' )", "Server rejected us: not today"), ("63( '' )", "Server rejected us: "),
+    ("62( )", WRONG_TYPE), ("60( 02020203 A0( ) )", WRONG_TYPE), ("71( 0200 0200 '' '' '' )", WRONG_TYPE),
+    ("60( 02020100 61( 1600 1600 1600 010100 ) )", WRONG_TYPE),  # the opening that switches to the other tag set
+    ("61( 02020100 A0( ) )", OTHER_VERSION), ("61( 02020300 A0( ) )", OTHER_VERSION), ("61( 020103 A0( ) )", OTHER_VERSION),
+    ("61( 02020203 A1( 010100 ) )", OTHER_VERSION), ("61( 02020203 A2( ) )", OTHER_VERSION),
+    ("61( 0203010000", OUT_OF_RANGE.format(65536)), ("61( 0201FF", OUT_OF_RANGE.format(-1)),
+    ("61( 02020203 )", "Got to few fields of constructed value"),
+    ("61( 02020203 A480", "Unexpected tag 37 received in Union ServerOffers.this->authentication, BerReader: ServerOffers:2"),
+    ("61( 0402", "Tag mismatch, got 32 expected BE_INTEGER, BerReader: ServerOffers:1"),
+    ("61( 0280", "Indefinite length on tag 16"), ("61( 0005", "Length field nonzero after zero tag 5"),
+    ("61( 0284FFFFFFFF", "Data value exceeds maximum allowed length 4294967295 > 4"), ("6185", "Length field too long"),
+    ("63( 0484FFFFFFFF", "String exceeds allowed length 4294967295 > 1024"),
+    (b"HTTP/1.1 400 Bad Request\r\n\r\n".hex(), "Unknown tag 66, BerReader: "), ("6E80", "Unknown tag 115, BerReader: "),
+    ("7F2280", "Unknown tag 275, BerReader: "), ("A880", "Unknown tag 69, BerReader: "),
+])
+def test_first_answer_refused(answer, message):
+    answer = sends(wire(answer)) if isinstance(answer, str) else answer
+    assert converse([*LOGIN, *LIST], expects(CLIENT_WANTS), answer) == caught(message)
+
+
+@pytest.mark.parametrize("answer", [
+    closes, resets, "63( 'why' )", "62( )", "61( 02020203 A0( ) )", "71( 02021234 020100 'root' '' )", "71( 0401",
+    "71( 02021234 020100 0421", "6E80", "75( 020100 A0( 30( ) ) )", "8585"])
+@pytest.mark.parametrize("options, message, text", [
+    (LOGIN, NEW_SESSION, REFUSED), (["-S", "7"], wire("72( 020107 )"), EXPIRED)])
+def test_second_answer_refused(options, message, text, answer):
+    answer = sends(wire(answer)) if isinstance(answer, str) else answer
+    assert converse([*options, *LIST], *NEGOTIATION, expects(ACK + message), answer) == caught(text)
+
+
+@pytest.mark.parametrize("piece", [None, 1, 7919])
+@pytest.mark.parametrize("offers", [
+    OFFERS, wire("61( 02020200 A0( ) )"), wire("61( 020202FF A0( ) )"),
+    wire("00 00 19 61( 19 02020203 A0( 020101 30( 0500 ) ) 'more' 30( 30( ) ) )"),  # what a newer server might add
+    wire("6108 02020203 A0( )"), wire("618108 02820002 0203 A000"),                 # definite lengths
+    wire("61( 02020203 A0( )") + wire("3080") * 200000 + bytes(400002),              # deep in what is skipped
+])
+def test_offers_accepted(offers, piece):
+    steps = [expects(CLIENT_WANTS), sends(offers, piece if len(offers) < 100 else 7919), expects(ACK + NEW_SESSION), closes]
+    assert converse([*LOGIN, *LIST], *steps) == caught(REFUSED)
+
+
+def test_key_of_the_answer_may_differ():
+    steps = [*NEGOTIATION, expects(ACK + wire("72( 020107 )")), sends(NEW_SESSION_RESP)]
+    assert converse(["-S", "7", "listdomains", ""], *steps) == caught("path invalid or not specified")
+
+
+def test_unreachable():
+    with socket.create_server(("127.0.0.1", 0)) as listener:
+        port = str(listener.getsockname()[1])
+    assert run("-s", "127.0.0.1", "-p", port, *LOGIN, *LIST) == caught("Error connecting: Connection refused (111)")
+    code, out, err = run("-s", "no such host", *LOGIN, *LIST)
+    assert (code, out) == (1, "") and err.startswith('Caught error: Error resolving "no such host": ')
+
+
+@pytest.mark.parametrize("typed, password", [
+    ("s3cret\r", "s3cret"), ("\r", ""), ("two words\n", "two words"), ("p" * 63 + "\r", "p" * 63), ("ab\x7fc\r", "ac"),
+    ("p" * 64 + "\r", None), ("p" * 200 + "\r", None), ("abc\x03", None), ("\x03", None), ("\x04", None),
+])
+def test_password_prompt(typed, password):
+    steps = None if password is None else [*NEGOTIATION, expects(ACK + new_session(".", "anna", password)), closes]
+    with Peer(steps) as peer:
+        result, screen, echo, left = run_on_terminal(typed, "-s", "127.0.0.1", "-p", str(peer.port), "-l", "anna", *LIST)
+    assert result == caught(REFUSED if steps else "Error getting password")
+    assert (screen.rstrip("\r\n"), echo, left) == ("Password: ", [False, True], 0)

@@ -1,0 +1,103 @@
+"""A server that plays a script for one connection. The functions make, or are, its steps."""
+
+import contextlib
+import socket
+import struct
+import threading
+
+from ber import dump
+
+PATIENCE = 30  # seconds without a byte from the client; running out of it is a failure, never an expectation
+
+
+def expects(data):
+    """The client must send exactly these bytes now."""
+    def step(peer, client):
+        got, ending = bytearray(), "the bytes differ"
+        try:
+            while len(got) < len(data) and data.startswith(got) and (more := peer.take(client, len(data) - len(got))):
+                got += more
+        except TimeoutError as error:
+            ending = str(error)
+        assert got == data, f"{ending}\n{difference(data, got)}"
+    return step
+
+
+def sends(data, piece=None):
+    """Sends the bytes, whole or in pieces of the given size. A client that has gone will say why by itself."""
+    def step(peer, client):
+        with contextlib.suppress(ConnectionError):
+            for start in range(0, len(data), piece or len(data) or 1):
+                client.sendall(data[start:start + (piece or len(data))])
+    return step
+
+
+def closes(peer, client):
+    client.close()
+
+
+def resets(peer, client):
+    client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+    client.close()
+
+
+def difference(expected, received):
+    """The first item that differs, with its surroundings."""
+    both = [dump(expected), dump(received)]
+    first = next((at for at, pair in enumerate(zip(*both)) if pair[0] != pair[1]), min(map(len, both)))
+    around = slice(max(0, first - 8), first + 4)
+    return "\n".join(["expected:", *both[0][around], "received:", *both[1][around]])
+
+
+class Peer:
+    """Behind its last step it stays silent, and the client must end without another byte.
+
+    Leaving the context raises what went wrong in the script. A script of None stands for: nobody connects.
+    """
+
+    def __init__(self, script):
+        self.script = script
+        self.received = bytearray()
+        self.failure = None
+        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.port = self.listener.getsockname()[1]
+        self.waker = socket.socket()  # connects last, so that accept returns if nobody else came
+        self.waker.bind(("127.0.0.1", 0))
+        self.thread = threading.Thread(target=self.serve)
+
+    def __enter__(self):
+        self.thread.start()
+        return self
+
+    def __exit__(self, kind, error, trace):
+        with self.listener, self.waker:
+            self.waker.connect(("127.0.0.1", self.port))
+            self.thread.join()
+        assert kind or self.failure is None, self.failure
+
+    def serve(self):
+        client, address = self.listener.accept()
+        with client:
+            try:
+                connected = address != self.waker.getsockname()
+                assert connected == (self.script is not None), f"connected: {connected}"
+                if connected:
+                    self.play(client)
+            except Exception as error:
+                self.failure = f"{error}\nall that came:\n" + "\n".join(dump(bytes(self.received))[:100])
+
+    def play(self, client):
+        client.settimeout(PATIENCE)
+        client.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+        for step in self.script:
+            step(self, client)
+        if client.fileno() >= 0:
+            assert not self.take(client, 65536), "bytes behind the end of the script"
+
+    def take(self, client, count):
+        try:
+            data = client.recv(count)
+        except ConnectionError:
+            data = b""  # the end of a client that had not read everything
+        self.received += data
+        return data

@@ -1,0 +1,63 @@
+"""Runs the real program: on pipes, behind a line of shell, or with a terminal of its own."""
+
+import fcntl
+import os
+import pty
+import select
+import struct
+import subprocess
+import termios
+from typing import NamedTuple
+
+TOOL = os.environ["MORVEX_TOOL"]
+SANITIZED = os.environ.get("MORVEX_SANITIZED") == "1"
+PATIENCE = 300 if SANITIZED else 90  # seconds; a run that takes longer has failed
+
+
+class Run(NamedTuple):
+    code: int  # negative: the number of the signal that ended the run
+    out: str
+    err: str
+
+
+def environment(zone):
+    """This process's, in the given time zone; None takes TZ out."""
+    env = {name: value for name, value in os.environ.items() if name != "TZ"}
+    return env if zone is None else env | {"TZ": zone}
+
+
+def run(*args, zone="UTC", shell='exec "$0" "$@"', **streams):
+    """The program has no terminal, so that nothing can ask the person who runs the tests."""
+    streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | streams
+    done = subprocess.run(["/bin/sh", "-c", shell, TOOL, *args], env=environment(zone), timeout=PATIENCE,
+                          start_new_session=True, check=False, **streams)
+    return Run(done.returncode, *[(text or b"").decode(errors="surrogateescape") for text in (done.stdout, done.stderr)])
+
+
+def run_on_terminal(typed, *args):
+    """Types the text as soon as the prompt stands; the standard streams lead elsewhere. Returns the run, what the
+    terminal showed, whether it had its echo at the prompt and at the end, and how many typed bytes nobody read."""
+    keyboard, terminal = pty.openpty()
+    has_echo = lambda: bool(termios.tcgetattr(terminal)[3] & termios.ECHO)
+    process = subprocess.Popen([TOOL, *args], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                               start_new_session=True, preexec_fn=lambda: fcntl.ioctl(terminal, termios.TIOCSCTTY, 0))
+    try:
+        screen = b""
+        while not screen.endswith(b": "):
+            assert select.select([keyboard], [], [], PATIENCE)[0], f"no prompt, only {screen}"
+            screen += os.read(keyboard, 1024)
+        echo = [has_echo()]
+        os.write(keyboard, typed.encode())
+        out, err = process.communicate(timeout=PATIENCE)
+    finally:
+        process.kill()
+        process.wait()
+    echo.append(has_echo())
+    left = struct.unpack("i", fcntl.ioctl(terminal, termios.FIONREAD, bytes(4)))[0]
+    os.close(terminal)
+    try:
+        while more := os.read(keyboard, 1024):
+            screen += more
+    except OSError:
+        os.close(keyboard)  # the failure is how a terminal ends
+    return Run(process.returncode, out.decode(), err.decode()), screen.decode(), echo, left
