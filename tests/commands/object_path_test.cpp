@@ -1,0 +1,86 @@
+#include "commands/object_path.h"
+
+#include <gmock/gmock.h>
+
+#include <random>
+
+#include "commands/support.h"
+#include "foundation/errors.h"
+
+namespace {
+
+using testing::ElementsAre;
+using Names = std::list<std::string>;
+
+Names split(std::string_view text, char delimiter) {
+  Names names{"kept"};
+  splitEscaped(names, text, delimiter);
+  names.pop_front();
+  return names;
+}
+
+TEST(ObjectPath, SplitsAtUnescapedDelimiters) {
+  EXPECT_EQ(split("", ','), Names{});
+  EXPECT_THAT(split(",", ','), ElementsAre(""));
+  EXPECT_THAT(split(",a,,b,", ','), ElementsAre("a", "", "b", ""));
+  EXPECT_THAT(split(R"(.a\.b.\x\\.c\)", '.'), ElementsAre("a.b", "x\\", "c"));
+  EXPECT_EQ(textOf<error::EParseError>([] { split("a,b", ','); }),
+            "String does not contain delimiter as first character");
+}
+
+TEST(ObjectPath, JoinsAndQuotes) {
+  EXPECT_EQ(joinEscaped({}, '^'), "");
+  EXPECT_EQ(joinEscaped({"a^b", R"(c\)", "", "d.e"}, '^'), R"(^a\^b^c\\^^d.e)");
+  EXPECT_EQ(quoteTqlString("a\"b\\c'\n"), "\"a\\\"b\\\\c'\n\"");
+  EXPECT_EQ(classListText({}), "object");
+  EXPECT_EQ(classListText({"Domain", "Node", "Check"}), "Domain or Node or Check");
+}
+
+TEST(ObjectPath, TwoLevelsOfJoiningAreTakenAwayByTwoSplits) {
+  std::mt19937 random(20030325);
+  const auto randomNames = [&random] {
+    Names names(1 + random() % 4);
+    for (std::string& name : names) {
+      for (auto length = random() % 8; length > 0; --length) {
+        name += R"(.,^\ab)"[random() % 6];
+      }
+    }
+    return names;
+  };
+  for (int trial = 0; trial < 2000; ++trial) {
+    const Names domains = randomNames(), checks = randomNames();
+    const std::string path =
+        joinEscaped({joinEscaped(domains, '.').substr(1), joinEscaped(checks, '^').substr(1)}, ',');
+    const Names parts = split(path, ',');
+    ASSERT_EQ(parts.size(), 2U) << path;
+    ASSERT_EQ(split('.' + parts.front(), '.'), domains) << path;
+    ASSERT_EQ(split('^' + parts.back(), '^'), checks) << path;
+  }
+}
+
+TEST(ObjectPath, ExpressionNamesEachStep) {
+  const auto path = [](const char* text, const char* properties) {
+    return pathExpression(text, false, properties);
+  };
+  EXPECT_EQ(path(".", ""), "Domain[siblingName]");
+  EXPECT_EQ(path(".", "*"), "Domain!");
+  EXPECT_EQ(path(".,x", "a, b"),
+            R"(Domain[siblingName, a, b] > Node[siblingName, a, b] { siblingName = "x" })");
+  EXPECT_EQ(path("a.b", "*"), R"(Domain[siblingName] > Domain[siblingName] { siblingName = "a" })"
+                              R"( > Domain! { siblingName = "b" })");
+  EXPECT_EQ(path("a,box,c^d", "x"),
+            R"(Domain[siblingName] > Domain[siblingName] { siblingName = "a" })"
+            R"( > Node[siblingName] { siblingName = "box" })"
+            R"( > .[siblingName] { siblingName = "c" } > .[siblingName, x] { siblingName = "d" })");
+  EXPECT_EQ(path(R"(a\\.b.,n\,\",)", ""),
+            R"(Domain[siblingName] > Domain[siblingName] { siblingName = "a.b" })"
+            R"( > Domain[siblingName] { siblingName = "" } > Node[siblingName] { siblingName = "n,\"" })"
+            R"( > .[siblingName] { siblingName = "" })");
+  EXPECT_EQ(pathExpression("a\"b", true, "*"), R"(.*[siblingName] > .! { id = "a"b" })");
+  const auto refusal = [&](const char* text) { return textOf<error::EFatal>([&] { path(text, ""); }); };
+  EXPECT_EQ(refusal(",,,"), "Too many ,'s in path specification");
+  EXPECT_EQ(refusal(""), "path invalid or not specified");
+  EXPECT_EQ(refusal(",box"), "path invalid or not specified");
+}
+
+}  // namespace

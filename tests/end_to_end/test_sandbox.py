@@ -1,0 +1,131 @@
+"""What holds between the commands, whatever the sandbox's sample data are."""
+
+import datetime
+import os
+import re
+import signal
+import subprocess
+import time
+import zoneinfo
+from concurrent.futures import ThreadPoolExecutor
+
+import pytest
+from server import LOGIN, caught, misused
+from tool import PATIENCE, Run, run
+
+
+
+@pytest.fixture(scope="module")
+def server():
+    command = [os.environ["MORVEX_SANDBOX"], "--port", "0", "--login", "anna", "--password", "secret"]
+    process = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
+    host, port = re.search(r"(\S+):(\d+)$", process.stdout.readline().rstrip()).groups()
+    yield ["-s", host, "-p", port]
+    process.send_signal(signal.SIGTERM)
+    assert process.wait(PATIENCE) == 0
+
+
+@pytest.fixture(scope="module")
+def ask(server):
+    def lines(*args, **options):
+        result = run(*server, *LOGIN, *args, **options)
+        assert result == Run(0, result.out, ""), args
+        return result.out.splitlines()
+    return lines
+
+
+@pytest.fixture(scope="module")
+def tree(ask):
+    """Rows of all domains, nodes and checks: path, id, domain part, node, check part."""
+    return [[line.split("\t") for line in ask(command, "-r", "-o", columns, ".")]
+            for command, columns in [("listdomains", "pid"), ("listnodes", "pidn"), ("listchecks", "pidnc")]]
+
+
+def escaped(text, delimiter):
+    return re.sub(rf"[\\{delimiter}]", r"\\\g<0>", text)
+
+
+def test_columns(ask, tree):
+    domains, nodes, checks = tree
+    for rows in tree:
+        assert rows and all(re.search(special, "\n".join(row[0] for row in rows)) for special in [r"\\,", r"\\\\"])
+        assert len({row[1] for row in rows}) == len({row[0] for row in rows}) == len(rows)
+    assert all(path == escaped(domain, ",") for path, _, domain in domains)
+    assert all(path == f"{escaped(domain, ',')},{escaped(node, ',')}" for path, _, domain, node in nodes)
+    assert all(path == f"{escaped(domain, ',')},{escaped(node, ',')},{escaped(check[1:], ',')}" and check[0] == "^"
+               for path, _, domain, node, check in checks)
+    assert {row[2] for row in nodes} <= {row[2] for row in domains} | {"."}
+    assert {tuple(row[2:4]) for row in checks} <= {tuple(row[2:4]) for row in nodes}
+    assert any(re.search(r"(?<!\\)(\\\\)*\\\.", row[2]) for row in domains) and any(r"\^" in row[4] for row in checks)
+    assert [line.split("\t")[1:] for line in ask("listnodes", "-r", ".")] == [[row[1], row[0]] for row in nodes]
+
+
+def test_every_path_leads_back(ask, tree):
+    domains, nodes, checks = tree
+    below = [("listdomains", "-r", row, [other for other in domains if other[0].startswith(row[0] + ".")]) for row in domains]
+    below += [("listnodes", "-o", row, [other for other in nodes if other[2] == row[2]]) for row in domains]
+    below += [("listchecks", "-r", row, [other for other in checks if other[0].startswith(row[0] + ",")]) for row in nodes]
+
+    def leads_back(case):
+        command, option, row, expected = case
+        options = ["-r", "-o", "pi"] if option == "-r" else ["-o", "pi"]
+        lines = [f"{path}\t{key}" for path, key, *_ in expected]
+        assert ask(command, *options, row[0]) == lines, row
+        assert ask(command, *options, "-i", row[1]) == lines, row
+
+    def selects_the_same(row):
+        assert ask("select", "-n", "5", row[0]) == ask("select", "-n", "5", "-i", row[1]), row
+
+    with ThreadPoolExecutor(8) as pool:  # clients at the same time
+        list(pool.map(leads_back, below))
+        list(pool.map(selects_the_same, nodes + checks))
+
+
+def test_refusals(server, tree):
+    domain, node, check = [rows[0][0] for rows in tree]
+    siblings = tree[0][0][1] + '" } > .[siblingName] { siblingName != "'
+    many = "Check or Node or DomainExport or CheckAccumulation"
+    for args, message in [
+        (["-l", "anna", "-P", "other", "listdomains", "."], "Wrong username / password"),
+        (["-l", "nobody", "-P", "secret", "listdomains", "."], "Wrong username / password"),
+        ([*LOGIN, "-d", "nowhere", "listdomains", "."], "Wrong username / password"),
+        (["-S", "123456", "listdomains", "."], "Session expired"),
+        ([*LOGIN, "listdomains", "no such"], 'No Domain found that matches "no such"'),
+        ([*LOGIN, "listchecks", node + "x"], f'No Domain or Node found that matches "{node}x"'),
+        ([*LOGIN, "select", "-i", "no-id"], f'No {many} found that matches "no-id"'),
+        ([*LOGIN, "select", domain], f"Path does not specify a {many}, as it should."),
+        ([*LOGIN, "listnodes", node], "Path does not specify a Domain, as it should."),
+        ([*LOGIN, "listchecks", check], "Path does not specify a Domain or Node, as it should."),
+    ]:
+        assert run(*server, *args) == caught(message), args
+    assert run(*server, *LOGIN, "-f", "/no/where", "listdomains", ".") == misused('Cannot open file "/no/where"')
+
+
+def test_select(ask, tree, tmp_path, server):
+    now = int(time.time())
+    recent = ["select", "-b", str(now - 200000), "-e", str(now), "-i"]
+    key, (header, *rows) = max(((row[1], ask(*recent, row[1], "-u")) for row in tree[2]), key=lambda pair: len(pair[1]))
+    recent, export = [*recent, key], ["select", "-u", "-i", key, "-e"]
+    assert len(rows) > 20
+    for count in (1, 7, len(rows), len(rows) + 1):
+        assert ask(*recent, "-u", "-n", str(count)) == [header, *rows[:count]]
+        assert ask(*recent, "-u", "-m", str(count)) == [header, *rows[-count:]]
+    assert ask("select", "-u", "-m", "1", "-i", key) == [header, *ask(*export, "2147483647")[-1:]]
+    spans = [tuple(map(int, row.split(",")[:2])) for row in rows]
+    start, end = spans[5][0], spans[-5][1]
+    kept = ask(*export, str(end), "-b", str(start))[1:]
+    assert kept == rows[rows.index(kept[0]):][:len(kept)] and {*rows[5:-4]} <= {*kept}
+    assert all(spans[rows.index(row)][1] >= start and spans[rows.index(row)][0] <= end for row in kept)
+    assert ask(*export, "2") == []
+    for zone in ("UTC", "Europe/Copenhagen", "America/St_Johns", "Australia/Lord_Howe"):
+        local = zoneinfo.ZoneInfo(zone)
+        texts = [[f"{datetime.datetime.fromtimestamp(second, local):%F %T}" for second in span] for span in spans]
+        expected = [",".join(text + row.split(",")[2:]) for text, row in zip(texts, rows)]
+        assert ask(*recent, zone=zone) == [header, *expected]
+    assert ask("-f", str(tmp_path / "out"), *recent, "-u") == [] == ask("-f", str(tmp_path / "empty"), *export, "2")
+    assert (tmp_path / "out").read_text() == "\n".join([header, *rows, ""]) and (tmp_path / "empty").read_text() == ""
+
+
+def test_node_has_an_incident_log(ask, tree):
+    heads = {tuple(ask("select", "-n", "1", row[0])[:1]) for row in tree[1]}
+    assert heads - {()} == {("Time,Severity,Text",)}
