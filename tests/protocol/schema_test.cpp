@@ -90,8 +90,7 @@ TEST(Schema, ComparesFieldByField) {
       {"ordered unions", interval("A0 80 30 80 00 00 00 00"),
        interval(("A0 80 30 80" + low + "00 00 00 00").c_str()), false, true},
       {"one union missing", interval(nullptr), interval("A0 80 30 80 00 00 00 00"), false, false},
-      {"both unions missing", interval(nullptr), interval(nullptr), true, false},
-  };
+      {"both unions missing", interval(nullptr), interval(nullptr), true, false}};
   for (const auto& row : rows) {
     EXPECT_EQ(*row.left == *row.right, row.equal) << row.name;
     EXPECT_EQ(*row.right == *row.left, row.equal) << row.name;
@@ -105,8 +104,13 @@ TEST(Schema, ComparesFieldByField) {
 TEST(Schema, CopiesDeeply) {
   SelectReq original;
   PathPattern& pattern = original.pattern.emplace();
-  pattern.colonChildren.emplace_back().emplace().className = "Check";
-  pattern.colonChildren.emplace_back();
+  PathPattern* step = &pattern;
+  for (const char* name : {"A", "B", "C", "D"}) {  // through both lists, between empty elements
+    ListOfPathPattern& list = name[0] % 2 == 0 ? step->children : step->colonChildren;
+    list.resize(3);
+    step = &list[1].emplace();
+    step->className = name;
+  }
   pattern.filter.emplace_back().emplace().prop.emplace().data.emplace<StringProp>().value = "x";
   const std::unique_ptr<BerValue> clone = original.clone();
   const SelectReq copy = original;
@@ -117,8 +121,8 @@ TEST(Schema, CopiesDeeply) {
   EXPECT_FALSE(*clone == original);
   EXPECT_FALSE(copy == original);
   EXPECT_EQ(copy.pattern->filter[0]->prop->data.as<StringProp>()->value, "x");
-  EXPECT_EQ(copy.pattern->colonChildren[0]->className, "Check");
-  EXPECT_FALSE(copy.pattern->colonChildren[1]);
+  EXPECT_EQ(copy.pattern->colonChildren[1]->children[1]->className, "B");
+  EXPECT_FALSE(copy.pattern->colonChildren[2]);
 }
 
 TEST(Schema, ListsAreWrappedOnlyWhileTheyTravel) {
