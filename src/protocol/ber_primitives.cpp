@@ -15,6 +15,13 @@
 namespace protocol {
 namespace {
 
+void checkLength(std::uint64_t length, std::size_t limit) {
+  if (length > limit) {
+    throw EBer("Data value exceeds maximum allowed length " + std::to_string(length) + " > " +
+               std::to_string(limit));
+  }
+}
+
 template <class T>
 T integerFrom(std::span<const std::uint8_t> content) {
   const bool negative = std::numeric_limits<T>::is_signed && !content.empty() && content.front() >= 0x80;
@@ -98,10 +105,7 @@ BerShortValue::BerShortValue(const BerShortValue& other)
 }
 
 void BerShortValue::setLength(std::uint64_t length) {
-  if (length > maxLength_) {
-    throw EBer("Data value exceeds maximum allowed length " + std::to_string(length) + " > " +
-               std::to_string(maxLength_));
-  }
+  checkLength(length, maxLength_);
   length_ = static_cast<std::size_t>(length);
 }
 
@@ -161,6 +165,8 @@ void BerReal::write(BasicIo& io, bool legacy) const {
 void BerBigNum::readDone() { value().bn_set_data(content().data(), content().size()); }
 
 void BerBigNum::write(BasicIo& io, bool legacy) const {
+  // The key of -S is any number of digits.
+  checkLength(value().dataCapacity(), kMaxLength);
   std::array<std::uint8_t, kMaxLength> content;
   std::size_t length = content.size();
   value().bn_get_data(content.data(), length);

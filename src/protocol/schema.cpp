@@ -10,7 +10,8 @@ const Record* asRecord(const BerValue* value) { return asRecord(const_cast<BerVa
 
 using Pair = std::pair<const BerValue*, const BerValue*>;
 
-// Queues the pairs of nested values that decide whether two nests are equal. False if they are seen to differ.
+// Queues the pairs of nested values that decide whether two nests are equal. False if they are seen to
+// differ.
 bool queueEqual(const Nest& nest, const void* left, const void* right, std::vector<Pair>& pairs) {
   const std::size_t count = nest.count(left);
   if (count != nest.count(right)) {
@@ -88,7 +89,7 @@ bool holds(std::vector<Pair> pairs, const Comparison& by) {
 // Writes records without recursion: a frame per record or list that has been opened and not yet closed.
 class WriteWalk {
  public:
-  WriteWalk(BasicIo& io, bool legacy) : io_(io), legacy_(legacy) {}
+  WriteWalk(BasicIo& io, bool legacy) : io_(io), legacy_(legacy) { frames_.reserve(kUsualDepth); }
 
   void open(const BerValue& value) {
     const Record* record = asRecord(&value);
@@ -116,6 +117,8 @@ class WriteWalk {
   }
 
  private:
+  static constexpr std::size_t kUsualDepth = 16;
+
   struct Frame {
     const Record* record;
     std::size_t field;

@@ -48,12 +48,21 @@ double realOf(std::string_view hex) {
 }  // namespace
 
 TEST(BerInteger, TravelsInTheShortestForm) {
-  // clang-format off
-  const struct { std::int32_t value; const char* hex; } small[] = {
-      {0, "02 01 00"}, {127, "02 01 7F"}, {128, "02 02 00 80"}, {-1, "02 01 FF"}, {-128, "02 01 80"},
-      {-129, "02 02 FF 7F"}, {515, "02 02 02 03"}, {65535, "02 03 00 FF FF"},
-      {2147483647, "02 04 7F FF FF FF"}, {std::numeric_limits<std::int32_t>::min(), "02 04 80 00 00 00"}};
-  // clang-format on
+  const struct {
+    std::int32_t value;
+    const char* hex;
+  } small[] = {
+      {0, "02 01 00"},
+      {127, "02 01 7F"},
+      {128, "02 02 00 80"},
+      {-1, "02 01 FF"},
+      {-128, "02 01 80"},
+      {-129, "02 02 FF 7F"},
+      {515, "02 02 02 03"},
+      {65535, "02 03 00 FF FF"},
+      {2147483647, "02 04 7F FF FF FF"},
+      {std::numeric_limits<std::int32_t>::min(), "02 04 80 00 00 00"},
+  };
   for (const auto& row : small) {
     expectInteger<std::int32_t>(row.value, row.hex);
     expectInteger<std::int64_t>(row.value, row.hex);
@@ -101,11 +110,17 @@ TEST(BerInteger, RefusesWhatIsOutOfRange) {
 }
 
 TEST(BerReal, TravelsAsTextOrASpecialForm) {
-  // clang-format off
-  const struct { double value; const char* hex; } rows[] = {
-      {1.5, "09 0D 00 '1.500000e+00'"}, {-0.25, "09 0E 00 '-2.500000e-01'"},
-      {1e300, "09 0E 00 '1.000000e+300'"}, {HUGE_VAL, "09 01 40"}, {-HUGE_VAL, "09 01 41"}, {0.0, "09 00"}};
-  // clang-format on
+  const struct {
+    double value;
+    const char* hex;
+  } rows[] = {
+      {1.5, "09 0D 00 '1.500000e+00'"},
+      {-0.25, "09 0E 00 '-2.500000e-01'"},
+      {1e300, "09 0E 00 '1.000000e+300'"},
+      {HUGE_VAL, "09 01 40"},
+      {-HUGE_VAL, "09 01 41"},
+      {0.0, "09 00"},
+  };
   for (auto row : rows) {
     EXPECT_EQ(writtenHex(BerReal(&row.value)), plainHex(row.hex));
     EXPECT_EQ(realOf(row.hex), row.value) << row.hex;
@@ -211,6 +226,17 @@ TEST(BerShortValue, IsComparedByWhatWasReceivedAlsoInCopies) {
   EXPECT_FALSE(*shortForm == *larger || *shortForm < *larger || *larger > *shortForm);
   EXPECT_FALSE(*shortForm == BerNull() || BerReal() < *shortForm);
   EXPECT_EQ(writtenHex(*longForm), "02 01 05");
+}
+
+TEST(Primitives, GoOutInOneWrite) {
+  std::string text(40, 'x');
+  std::int64_t number = -5000000000;
+  double real = -1.25e-100;
+  MemoryIo io;
+  BerString(&text, 64).write(io, false);
+  integerView<std::int64_t>()(&number).write(io, false);
+  BerReal(&real).write(io, false);
+  EXPECT_EQ(io.writes, 3U);
 }
 
 TEST(SkipperDeathTest, CanOnlySwallow) {

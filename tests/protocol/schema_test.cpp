@@ -104,8 +104,13 @@ TEST(Schema, ComparesFieldByField) {
 TEST(Schema, CopiesDeeply) {
   SelectReq original;
   PathPattern& pattern = original.pattern.emplace();
-  pattern.colonChildren.emplace_back().emplace().className = "Check";
-  pattern.colonChildren.emplace_back();
+  PathPattern* step = &pattern;
+  for (const char* name : {"A", "B", "C", "D"}) {  // through both lists, between empty elements
+    ListOfPathPattern& list = name[0] % 2 == 0 ? step->children : step->colonChildren;
+    list.resize(3);
+    step = &list[1].emplace();
+    step->className = name;
+  }
   pattern.filter.emplace_back().emplace().prop.emplace().data.emplace<StringProp>().value = "x";
   const std::unique_ptr<BerValue> clone = original.clone();
   const SelectReq copy = original;
@@ -116,8 +121,8 @@ TEST(Schema, CopiesDeeply) {
   EXPECT_FALSE(*clone == original);
   EXPECT_FALSE(copy == original);
   EXPECT_EQ(copy.pattern->filter[0]->prop->data.as<StringProp>()->value, "x");
-  EXPECT_EQ(copy.pattern->colonChildren[0]->className, "Check");
-  EXPECT_FALSE(copy.pattern->colonChildren[1]);
+  EXPECT_EQ(copy.pattern->colonChildren[1]->children[1]->className, "B");
+  EXPECT_FALSE(copy.pattern->colonChildren[2]);
 }
 
 TEST(Schema, ListsAreWrappedOnlyWhileTheyTravel) {

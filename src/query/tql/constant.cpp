@@ -39,8 +39,7 @@ constexpr Enumerator kEnumerators[] = {
     {"ES_WARN", 12},        {"ES_ALERT", 13},         {"NOTIFY_None", 0},       {"NOTIFY_AsWarning", 1},
     {"NOTIFY_AsAlert", 2},  {"RIF_None", 0},          {"RIF_Intro", 1},         {"RIF_Summary", 2},
     {"RIF_Graph", 4},       {"RIF_Table", 8},         {"NRT_None", 0},          {"NRT_Node", 1},
-    {"NRT_Domain", 2},      {"NRT_Check", 3},         {"NRT_Grouping", 4},
-};
+    {"NRT_Domain", 2},      {"NRT_Check", 3},         {"NRT_Grouping", 4}};
 
 // A long number is read in pieces that fit a word: that takes the square of its length, so there is an end.
 constexpr std::size_t kPiece = 9;

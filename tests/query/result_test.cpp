@@ -1,0 +1,68 @@
+#include "query/result.h"
+
+#include <gtest/gtest.h>
+
+#include "foundation/errors.h"
+#include "query/tql/property_codec.h"
+#include "support/wire.h"
+
+namespace {
+
+using tqlquery::Result;
+
+// A domain with two properties of one name, and two children, of which the second has a child.
+protocol::Object sampleTree() {
+  protocol::Object domain;
+  domain.className = "Domain";
+  domain.objectNumber = 4000000000;
+  domain.id = "1F";
+  domain.version = "v1";
+  domain.objectSet.assign({5, 3, 5});
+  for (const std::string value : {"first", "second"}) {
+    tql::encode(domain.properties.emplace_back().emplace(), "siblingName", tql::kString, value);
+  }
+  tql::encodeNull(domain.properties.emplace_back().emplace(), "empty", tql::kString);
+  domain.children.emplace_back().emplace().id = "a";
+  domain.children.emplace_back().emplace().id = "b";
+  domain.children.back()->children.emplace_back().emplace().id = "c";
+  return domain;
+}
+
+TEST(Result, HoldsTheContentsOfAnObject) {
+  protocol::Object object = sampleTree();
+  const auto result = Result::take(object);
+  EXPECT_EQ(result->objectSet, (std::set<std::uint32_t>{3, 5}));
+  EXPECT_EQ(result->properties.size(), 2U);
+  EXPECT_EQ(result->getStringProperty("siblingName"), "first");
+  EXPECT_EQ(textOf<errors::objecterror>([&] { result->getStringProperty("nope"); }),
+            "Property \"nope\" not found in 1F");
+  EXPECT_EQ(textOf<errors::tql>([&] { result->getStringProperty("empty"); }),
+            "Null given for string property: empty");
+  EXPECT_EQ(result->children.back()->children.front()->id, "c");
+
+  // But for what sets and maps leave out and put in order, the copy is what came.
+  protocol::Object expected = sampleTree();
+  expected.objectSet.assign({3, 5});
+  expected.properties.erase(expected.properties.begin() + 1);
+  std::swap(expected.properties[0], expected.properties[1]);
+  EXPECT_TRUE(*result->toObject() == expected);
+  EXPECT_EQ(result->getStringProperty("siblingName"), "first");
+}
+
+TEST(Result, NestsToAnyDepth) {
+  constexpr int kDepth = 200000;
+  protocol::Object object;
+  protocol::Object* last = &object;
+  for (int i = 0; i < kDepth; ++i) {
+    last = &last->children.emplace_back().emplace();
+  }
+  last->id = "bottom";
+  const auto copy = Result::take(object)->toObject();
+  const protocol::Object* at = copy.get();
+  for (int i = 0; i < kDepth; ++i) {
+    at = at->children.front().get();
+  }
+  EXPECT_EQ(at->id, "bottom");
+}
+
+}  // namespace

@@ -1,0 +1,167 @@
+#include "query/tql/parser.h"
+
+#include <gtest/gtest.h>
+
+#include "foundation/errors.h"
+#include "query/tql/constant.h"
+#include "support/pattern_dump.h"
+#include "support/wire.h"
+
+namespace {
+
+struct Row {
+  std::string expression, outcome;
+};
+
+TEST(Parser, BuildsTheTreeOfSteps) {
+  const Row rows[] = {
+      {"Node[siblingName] > CheckGroup*[siblingName]> Check$[siblingName,longLabel] { active = true } > .",
+       "Node [siblingName] > (CheckGroup/1 [siblingName] > (Check/4 [siblingName longLabel] "
+       "{0 active 1:Boolean true} > (.)))"},
+      {"A**!$#- =007[b,b]", "A/31 =7 [b b]"},
+      {"Node! =4294967298", "Node/2 =2"},
+      {"Node { true }", "Node"},
+      {"N { true & in in {} and and=false & c=1 }",
+       "N {8 in 8:StringList & 0 and 1:Boolean false & 0 c 2:UnsignedInt 1}"},
+      {"A > (B | C : D)", "A > (B | C : D)"},
+      {"A > (B > C | D > (E : F > (G : H) | I) : J | K > L)",
+       "A > (B > (C) | D > (E : F > (G : H) | I) : J | K > (L))"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(dump(*tql::parse(row.expression)), row.outcome);
+  }
+}
+
+TEST(Parser, ReadsConstantsByTheirForm) {
+  const Row rows[] = {
+      {R"(a="x"I & a=""I & a="x"S & a=""S & id="" & id="x"S & a="q\"I")",
+       "7:String x, 7:Null, 15:String x, 15:String , 7:String , 15:String x, 6:String q\"I, "},
+      {R"(a={} & a={"x", "y"} & a={[,"x"I})",
+       R"(8:StringList, 8:StringList "x" "y", 8:StringList "" "x\"", )"},
+      {"a=+5 & a=- & a=+ & a=-2147483648 & a=+4294967295",
+       "3:SignedInt 5, 3:SignedInt 0, 3:SignedInt 0, 3:SignedInt -2147483648, 3:SignedInt -1, "},
+      {"a=4294967295 & a=4294967296 & a=18446744073709551615T",
+       "2:UnsignedInt 4294967295, 2:UnsignedInt 0, 10:UnsignedInt 4294967295, "},
+      {"a=18446744073709551616B & a=1000000000000000000000000001B & a=0B",
+       "18:BigNum 01 00 00 00 00 00 00 00 00, 18:BigNum 03 3B 2E 3C 9F D0 80 3C E8 00 00 01, 18:BigNum , "},
+      {"a=false & a=bool_null & a=ES_ALERT & a=NOTIFY_None & a=RIF_None & a=NRT_None",
+       "1:Boolean false, 1:Null, 65541:UnsignedInt 13, 65550:UnsignedInt 0, 65545:UnsignedInt 0, "
+       "65557:UnsignedInt 0, "},
+  };
+  for (const Row& row : rows) {
+    std::string constants;
+    const auto pattern = tql::parse("N{" + row.expression + "}");
+    for (const auto& term : pattern->filter) {
+      constants += dumpConstant(*term->prop) + ", ";
+    }
+    EXPECT_EQ(constants, row.outcome);
+  }
+}
+
+// The words of a row stand for 0, 1, 2 and so on; a "-" leaves a number out.
+TEST(Parser, NumbersOperatorsAndNamedValues) {
+  const char* rows[] = {
+      ("ES_NA ES_GOOD ES_DOWN_GOOD ES_DEPEND_GOOD ES_DOWN_UNKNOWN ES_DEPEND_UNKNOWN ES_DOWN_WARN "
+       "ES_DEPEND_WARN ES_DOWN_ALERT ES_DEPEND_ALERT ES_UNINITIALIZED ES_UNKNOWN ES_WARN ES_ALERT"),
+      "NOTIFY_None NOTIFY_AsWarning NOTIFY_AsAlert",
+      "NRT_None NRT_Node NRT_Domain NRT_Check NRT_Grouping",
+      "RIF_None RIF_Intro RIF_Summary - RIF_Graph - - - RIF_Table",
+      "= > < >= <= <> ~= !~ in intersects subsetof supersetof isubstr",
+      "== - - - - !=",
+  };
+  for (const char* row : rows) {
+    std::uint32_t number = 0;
+    for (const std::string& word : splitToList(row, ' ', false)) {
+      if (word != "-") {
+        const bool named = word[0] >= 'A' && word[0] <= 'Z';
+        const auto pattern = tql::parse(named ? "N{a = " + word + "}" : "N{a " + word + " 0}");
+        const auto& value = pattern->filter[0]->prop->data.as<protocol::UnsignedIntProp>()->value;
+        EXPECT_EQ(named ? value : static_cast<std::uint32_t>(pattern->filter[0]->op), number) << word;
+      }
+      ++number;
+    }
+  }
+}
+
+const Row kRefusals[] = {
+    {"   ", R"(Expected class name got: "")"},
+    {"node", R"(Expected class name got: "node")"},
+    {"A > (B | )", "Expected class name got: \")\""},
+    {"Node=x", R"(Expected constant got: "x" after parsing '='(1).)"},
+    {"Node=", R"(Expected constant got: "" after parsing '='(1).)"},
+    {"Node=5T", R"(Expected constant(2) got: "5T" after parsing '='(2).)"},
+    {"Node[]", R"(Expected property name got: "]" after parsing '[')"},
+    {"Node[a,]", R"(Expected property name got: "]" after parsing '[')"},
+    {"Node[a b]", R"(Expected ] got: "b")"},
+    {"Node{}", R"(Expected property name got: "}" after parsing '{')"},
+    {"N{a !=~ 1}", R"(Expected relational operator got: "!=~")"},
+    {"N{a =", R"(Expected constant got: "" (blank))"},
+    {"N{true = 1}", R"(Expected } got: "=")"},
+    {"N{a = -5T}", R"(Expected constant got: "-5T" after parsing '+/-')"},
+    {"N{a = ES_good}", R"(Expected constant got: "ES_good" (ES_unknown))"},
+    {"N{a = NOTIFY_}", R"(Expected constant got: "NOTIFY_" (NOTIFY_unknown)"},
+    {"N{a = RIF_x}", R"(Expected constant got: "RIF_x" (RIF_unknown))"},
+    {"N{a = NRT_x}", R"(Expected constant got: "NRT_x" (NRT_unknown))"},
+    {"N{a = }", R"(Expected constant but got: "}")"},
+    {"N{a = {\"x\",}}", R"(Expected id got: "}")"},
+    {"N{a = {\"x\" \"y\"}}", R"(Expected } but got: ""y"")"},
+    {"A > (B | C", R"(Expected ) got: "")"},
+    {"A > (B : C : D)", R"(Expected ) got: ":")"},
+    {"A > (B > (C) > D)", R"(Expected ) got: ">")"},
+    {"A > (B : C) > D", "Extra input at end of expression"},
+    {"A | B", "Extra input at end of expression"},
+    {"Node-5", "Extra input at end of expression"},
+    {"Node!=3", "Extra input at end of expression"},
+    {"Node{a=1}[b]", "Extra input at end of expression"},
+    {"Node[a]>=", "Extra input at end of expression"},
+    {R"(N{a = "\)", "Unterminated string literal"},
+};
+
+TEST(Parser, SaysWhatItDidNotExpect) {
+  for (const Row& row : kRefusals) {
+    EXPECT_EQ(textOf<error::EParseError>([&] { tql::parse(row.expression); }),
+              row.outcome + ": parsing " + row.expression);
+  }
+  protocol::Property property;  // the lexer makes no such token
+  EXPECT_EQ(textOf<error::EParseError>([&] { tql::encodeConstant(property, "a", "1T2"); }),
+            R"(Expected constant got: "1T2" parsing uint or tsdb idx.)");
+}
+
+TEST(Parser, RefusesNumbersBeyondTheirForm) {
+  const std::string huge(1000000, '9');
+  const std::string ten2504 = "1" + std::string(2504, '0');  // 8319 bits; a message carries 8320
+  EXPECT_EQ(tql::parse("N{a=" + ten2504 + "B & b=" + std::string(1000000, '0') + "}")->filter.size(), 2U);
+  const Row ranges[] = {{"18446744073709551616", "65"}, {ten2504 + "T", "8319"}, {ten2504 + "0", "8322"}};
+  for (const auto& [number, bits] : ranges) {
+    EXPECT_EQ(textOf<error::ERange>([&, text = number] { tql::parse("N{a=" + text + "}"); }),
+              "Cannot fit " + bits + " bits in uint64_t: parsing N{a=" + number + "}");
+  }
+  for (const std::string& number : {ten2504 + "0B", huge, huge + "T", huge + "B"}) {
+    EXPECT_EQ(textOf<error::EParseError>([&] { tql::parse("N{a=" + number + "}"); }),
+              "Expected constant got: \"" + number + "\" (number too large): parsing N{a=" + number + "}");
+  }
+}
+
+TEST(Parser, FollowsAnyDepth) {
+  constexpr std::size_t kDepth = 200000;
+  const auto repeated = [](const std::string& text) {
+    std::string all;
+    for (std::size_t i = 0; i < kDepth; ++i) {
+      all += text;
+    }
+    return all;
+  };
+  const std::string opened = repeated("A > (B : C | ");
+  for (const std::string& expression : {repeated("A > ") + "A", repeated("A > (") + "A" + repeated(")")}) {
+    const auto pattern = tql::parse(expression);
+    std::size_t depth = 0;
+    for (const auto* step = pattern.get(); !step->children.empty(); step = step->children[0].get()) {
+      ++depth;
+    }
+    EXPECT_EQ(depth, kDepth);
+  }
+  EXPECT_EQ(textOf<error::EParseError>([&] { tql::parse(opened); }),
+            "Expected class name got: \"\": parsing " + opened);
+}
+
+}  // namespace
