@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "foundation/output.h"
+#include "support/text_of.h"
 
 // Keeps what is printed.
 class TextOutput final : public Output {
@@ -15,14 +16,3 @@ class TextOutput final : public Output {
 
   std::string text_;
 };
-
-// What the E says that the action throws.
-template <class E, class Action>
-std::string textOf(Action action) {
-  try {
-    action();
-  } catch (const E& failure) {
-    return failure.text();
-  }
-  return "nothing was thrown";
-}

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "foundation/errors.h"
-#include "foundation/text_of.h"
+#include "support/text_of.h"
 
 namespace {
 

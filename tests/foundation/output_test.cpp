@@ -11,7 +11,7 @@
 
 #include "foundation/errors.h"
 #include "foundation/process.h"
-#include "foundation/text_of.h"
+#include "support/text_of.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <random>
 
 #include "foundation/errors.h"
-#include "foundation/text_of.h"
+#include "support/text_of.h"
 
 using error::EParseError;
 using testing::ElementsAre;

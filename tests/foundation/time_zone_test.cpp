@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "foundation/errors.h"
-#include "foundation/text_of.h"
+#include "support/text_of.h"
 
 namespace {
 

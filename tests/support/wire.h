@@ -9,6 +9,7 @@
 
 #include "protocol/basic_io.h"
 #include "protocol/ber_value.h"
+#include "support/text_of.h"
 
 // Bytes as tests write them down: "60 80 02 01". Blanks are for the reader; a text between apostrophes stands
 // for its own bytes: "04 02 '1F'".
@@ -57,15 +58,4 @@ inline std::string writtenHex(const protocol::BerValue& value, bool legacy = fal
   MemoryIo io;
   value.write(io, legacy);
   return hexOf(io.bytes);
-}
-
-// The text of the E that the action throws; "nothing thrown" if it throws nothing.
-template <class E, class Action>
-std::string textOf(Action action) {
-  try {
-    action();
-  } catch (const E& fault) {
-    return fault.text();
-  }
-  return "nothing thrown";
 }
