@@ -51,5 +51,5 @@ start_sandbox() {
 }
 
 build_packages=(g++ cmake ninja-build)
-test_packages=("${build_packages[@]}" ccache clang clang-format libgtest-dev libgmock-dev libbenchmark-dev
+test_packages=("${build_packages[@]}" ccache clang clang-format libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
   python3 python3-pytest tzdata valgrind)
