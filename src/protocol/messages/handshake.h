@@ -32,13 +32,19 @@ struct ClientPassword final : Message<ClientPassword> {
   static constexpr Schema kSchema{.tag = alternative(2)};
 };
 
-struct WantsLinkHandshake final : Message<WantsLinkHandshake> {
+// What both sides of a link handshake say.
+template <class T>
+struct LinkHandshake : Message<T> {
   std::uint32_t uint0 = 0;
   BigNum bignum1, bignum2, bignum3, bignum4;
   static constexpr Field kFields[] = {
-      field<&Self::uint0>("uint0"),     field<&Self::bignum1>("bignum1"), field<&Self::bignum2>("bignum2"),
-      field<&Self::bignum3>("bignum3"), field<&Self::bignum4>("bignum4"),
+      field<&LinkHandshake::uint0>("uint0"),     field<&LinkHandshake::bignum1>("bignum1"),
+      field<&LinkHandshake::bignum2>("bignum2"), field<&LinkHandshake::bignum3>("bignum3"),
+      field<&LinkHandshake::bignum4>("bignum4"),
   };
+};
+
+struct WantsLinkHandshake final : LinkHandshake<WantsLinkHandshake> {
   static constexpr Schema kSchema{.tag = alternative(3), .fields = kFields};
 };
 
@@ -56,13 +62,7 @@ struct ServerPassword final : Message<ServerPassword> {
   static constexpr Schema kSchema{.tag = alternative(2)};
 };
 
-struct LinkHandshakeInit final : Message<LinkHandshakeInit> {
-  std::uint32_t uint0 = 0;
-  BigNum bignum1, bignum2, bignum3, bignum4;
-  static constexpr Field kFields[] = {
-      field<&Self::uint0>("uint0"),     field<&Self::bignum1>("bignum1"), field<&Self::bignum2>("bignum2"),
-      field<&Self::bignum3>("bignum3"), field<&Self::bignum4>("bignum4"),
-  };
+struct LinkHandshakeInit final : LinkHandshake<LinkHandshakeInit> {
   static constexpr Schema kSchema{.tag = alternative(3), .fields = kFields};
 };
 
@@ -202,23 +202,22 @@ struct GSLKeepAlive final : Message<GSLKeepAlive> {
   static constexpr Schema kSchema{.tag = application(29), .fields = kFields};
 };
 
-struct ServerTimeReq final : Message<ServerTimeReq> {
+// A moment, in seconds since 1970 and microseconds.
+template <class T>
+struct Moment : Message<T> {
   std::int32_t seconds = 0;
   std::int32_t microseconds = 0;
   static constexpr Field kFields[] = {
-      field<&Self::seconds>("seconds"),
-      field<&Self::microseconds>("microseconds", between(0, 999999)),
+      field<&Moment::seconds>("seconds"),
+      field<&Moment::microseconds>("microseconds", between(0, 999999)),
   };
+};
+
+struct ServerTimeReq final : Moment<ServerTimeReq> {
   static constexpr Schema kSchema{.tag = application(23), .fields = kFields};
 };
 
-struct ServerTimeResp final : Message<ServerTimeResp> {
-  std::int32_t seconds = 0;
-  std::int32_t microseconds = 0;
-  static constexpr Field kFields[] = {
-      field<&Self::seconds>("seconds"),
-      field<&Self::microseconds>("microseconds", between(0, 999999)),
-  };
+struct ServerTimeResp final : Moment<ServerTimeResp> {
   static constexpr Schema kSchema{.tag = application(24), .fields = kFields};
 };
 

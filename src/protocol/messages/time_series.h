@@ -73,7 +73,9 @@ struct DataIntervalContinuousDEPRECATED final : Message<DataIntervalContinuousDE
   static constexpr Schema kSchema{.tag = alternative(2), .fields = kFields, .required = 3};
 };
 
-struct DataIntervalSawtooth final : Message<DataIntervalSawtooth> {
+// A span of time and what was measured in it.
+template <class T>
+struct Measured : Message<T> {
   std::int32_t begin = 0;
   std::int32_t end = 0;
   double max = 0;
@@ -82,10 +84,13 @@ struct DataIntervalSawtooth final : Message<DataIntervalSawtooth> {
   std::uint32_t ngood = 0;
   std::uint32_t nbad = 0;
   static constexpr Field kFields[] = {
-      field<&Self::begin>("begin"), field<&Self::end>("end"), field<&Self::max>("max"),
-      field<&Self::avg>("avg"),     field<&Self::min>("min"), field<&Self::ngood>("ngood"),
-      field<&Self::nbad>("nbad"),
+      field<&Measured::begin>("begin"), field<&Measured::end>("end"), field<&Measured::max>("max"),
+      field<&Measured::avg>("avg"),     field<&Measured::min>("min"), field<&Measured::ngood>("ngood"),
+      field<&Measured::nbad>("nbad"),
   };
+};
+
+struct DataIntervalSawtooth final : Measured<DataIntervalSawtooth> {
   static constexpr Schema kSchema{.tag = alternative(3), .fields = kFields, .required = 3};
 };
 
@@ -102,19 +107,7 @@ struct DataIntervalEnum final : Message<DataIntervalEnum> {
   static constexpr Schema kSchema{.tag = alternative(4), .fields = kFields, .required = 3};
 };
 
-struct DataIntervalContinuous final : Message<DataIntervalContinuous> {
-  std::int32_t begin = 0;
-  std::int32_t end = 0;
-  double max = 0;
-  double avg = 0;
-  double min = 0;
-  std::uint32_t ngood = 0;
-  std::uint32_t nbad = 0;
-  static constexpr Field kFields[] = {
-      field<&Self::begin>("begin"), field<&Self::end>("end"), field<&Self::max>("max"),
-      field<&Self::avg>("avg"),     field<&Self::min>("min"), field<&Self::ngood>("ngood"),
-      field<&Self::nbad>("nbad"),
-  };
+struct DataIntervalContinuous final : Measured<DataIntervalContinuous> {
   static constexpr Schema kSchema{.tag = alternative(5), .fields = kFields, .required = 3};
 };
 
