@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <list>
+#include <memory>
 #include <string>
 
 #include "protocol/messages/object_tree.h"
@@ -28,7 +29,7 @@ class Update : public virtual comquery::Request {
 
  private:
   std::string id_, version_;
-  std::list<protocol::Property> properties_;  // the new values only
+  std::list<protocol::Property> properties_;  // the new values only; until encode
 };
 
 }  // namespace tqlquery
