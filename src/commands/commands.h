@@ -9,3 +9,9 @@ void listDomains(int count, char** vector, int index);
 void listNodes(int count, char** vector, int index);
 void listChecks(int count, char** vector, int index);
 void selectData(int count, char** vector, int index, const TimeZone& zone);
+void insertData(int count, char** vector, int index, const TimeZone& zone);
+void updateObject(int count, char** vector, int index);
+void listProperties(int count, char** vector, int index);
+void listMetrics(int count, char** vector, int index);
+// Does not return.
+void monitorMetrics(int count, char** vector, int index);

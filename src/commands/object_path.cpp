@@ -17,6 +17,14 @@ std::list<std::string> splitPart(const std::string& part, char delimiter) {
   return pieces;
 }
 
+std::string joinWith(std::string_view separator, const std::vector<std::string>& words) {
+  std::string text;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    text.append(i == 0 ? "" : separator).append(words[i]);
+  }
+  return text;
+}
+
 // What the step of the object itself asks for. The steps above it only ask for their names.
 std::string projection(const std::string& properties) {
   if (properties == "*") {
@@ -84,15 +92,10 @@ std::string quoteTqlString(std::string_view text) {
 }
 
 std::string classListText(const std::vector<std::string>& classes) {
-  if (classes.empty()) {
-    return "object";
-  }
-  std::string text = classes.front();
-  for (std::size_t i = 1; i < classes.size(); ++i) {
-    text += " or " + classes[i];
-  }
-  return text;
+  return classes.empty() ? "object" : joinWith(" or ", classes);
 }
+
+std::string propertyListText(const std::vector<std::string>& names) { return joinWith(", ", names); }
 
 std::string pathExpression(const std::string& path, bool byId, const std::string& properties) {
   const std::string wanted = projection(properties);

@@ -29,6 +29,9 @@ std::string quoteTqlString(std::string_view text);
 // "Domain or Node"; "object" for no class.
 std::string classListText(const std::vector<std::string>& classes);
 
+// The names of properties as pathExpression takes them. They are not checked: the parser does that.
+std::string propertyListText(const std::vector<std::string>& names);
+
 // The TQL expression for a path, or for an id. properties is empty, "*", or names joined by ", ".
 // Throws error::EFatal.
 std::string pathExpression(const std::string& path, bool byId, const std::string& properties);

@@ -5,6 +5,9 @@
 // Whole seconds since 1970-01-01 00:00 UTC.
 std::int64_t currentSeconds();
 
+// The system's clock, in units of 100 nanoseconds since 1601-01-01 00:00 UTC. False if it could not be read.
+bool platform_system_time(std::uint64_t& time);
+
 // Pauses the process. A count below 1 returns at once.
 void sleepSeconds(std::int64_t seconds);
 

@@ -13,6 +13,12 @@ namespace tqlquery {
 
 using PropertyMap = std::map<std::string, protocol::Property>;
 
+// What children are sorted by.
+struct SortKey {
+  std::string name;  // of a property
+  bool ascending = true;
+};
+
 // One object of an answer, and those below it. The tree mirrors the query: an object at depth n was matched
 // by step n.
 struct Result {
@@ -27,6 +33,10 @@ struct Result {
   // The value of a property of type String. Throws errors::objecterror if the object lacks it, errors::tql if
   // it is null or of another type.
   std::string getStringProperty(const std::string& name) const;
+
+  // Sorts the children by a property, stably. In ascending order those that lack it come first. Throws
+  // errors::tql_incomparable for values that cannot be compared.
+  void sortChildren(const SortKey& key);
 
   // A deep copy in message form, with the properties in the order of their names.
   std::unique_ptr<protocol::Object> toObject() const;

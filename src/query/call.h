@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "protocol/messages/object_tree.h"
+#include "query/result.h"
+#include "session/request.h"
+
+namespace tqlquery {
+
+// The methods of the server that this client calls. The last two take the property "name", a String List: the
+// metric's path.
+inline constexpr std::int32_t kMetricTree = 1;         // answers with one object, the root of the tree
+inline constexpr std::int32_t kMetricValue = 2;        // answers with properties
+inline constexpr std::int32_t kMetricDescription = 3;  // answers with one object
+
+// Invokes a numbered method of the server, with properties and objects going either way.
+class Call : public virtual comquery::Request {
+ public:
+  // The objects stay the caller's and must outlive encode.
+  Call(std::int32_t method, std::list<protocol::Property> parameters, std::vector<const Result*> objects);
+
+  std::unique_ptr<protocol::BerValue> encode() override;
+  void decode(protocol::BerValue& response) override;
+  void finished(Connection& connection) override;
+  virtual void onSuccess() {}
+  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
+
+  PropertyMap resultProperties;
+  std::vector<std::unique_ptr<Result>> resultObjects;  // in the order of the message
+
+ protected:
+  ~Call() override = default;
+
+ private:
+  std::int32_t method_;
+  std::list<protocol::Property> parameters_;
+  std::vector<const Result*> objects_;
+};
+
+}  // namespace tqlquery

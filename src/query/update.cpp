@@ -1,0 +1,31 @@
+#include "query/update.h"
+
+#include <utility>
+
+#include "query/answer.h"
+#include "session/connection.h"
+
+namespace tqlquery {
+
+Update::Update(std::string id, std::string version, std::list<protocol::Property> properties)
+    : id_(std::move(id)), version_(std::move(version)), properties_(std::move(properties)) {}
+
+std::unique_ptr<protocol::BerValue> Update::encode() {
+  auto request = std::make_unique<protocol::UpdateReq>();
+  request->id = id_;
+  request->version = version_;
+  for (protocol::Property& property : properties_) {
+    request->properties.emplace_back().emplace(std::move(property));
+  }
+  return request;
+}
+
+void Update::decode(protocol::BerValue& response) {
+  const auto take = [this](protocol::UpdateResp& answer) { newVersion = std::move(answer.version); };
+  // The text names Select for every query on the tree.
+  comquery::decodeAnswer<protocol::UpdateResp>(*this, response, "Wrong type in Select::decode.", take);
+}
+
+void Update::finished(Connection& connection) { connection.forget(*this); }
+
+}  // namespace tqlquery
