@@ -37,10 +37,10 @@ constexpr Command kCommands[] = {
     {"listchecks", withoutZone<listChecks>},
     {"update", withoutZone<updateObject>},
     {"listproperties", withoutZone<listProperties>},
-    {"listmetrics", notAvailable},
-    {"lm", notAvailable},
-    {"monitormetrics", notAvailable},
-    {"mm", notAvailable},
+    {"listmetrics", withoutZone<listMetrics>},
+    {"lm", withoutZone<listMetrics>},
+    {"monitormetrics", withoutZone<monitorMetrics>},
+    {"mm", withoutZone<monitorMetrics>},
 };
 
 void dispatch(int count, char** vector, int wordIndex, const TimeZone& zone) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "foundation/errors.h"
+#include "query/tql/comparison.h"
 #include "query/tql/property_codec.h"
 
 namespace tqlquery {
@@ -44,6 +45,13 @@ std::string Result::getStringProperty(const std::string& name) const {
   std::string value;
   tql::decode(found->second, tql::kString, value);
   return value;
+}
+
+void Result::sortChildren(const SortKey& key) {
+  const std::list<SortKey> keys{key};
+  children.sort([&keys](const std::unique_ptr<Result>& left, const std::unique_ptr<Result>& right) {
+    return tql::compareForSort(keys, *left, *right);
+  });
 }
 
 std::unique_ptr<protocol::Object> Result::toObject() const {

@@ -10,6 +10,18 @@ std::int64_t currentSeconds() {
   return now.tv_sec;
 }
 
+bool platform_system_time(std::uint64_t& time) {
+  constexpr std::int64_t kUnitsPerSecond = 10000000;
+  constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
+  timespec now{};
+  if (clock_gettime(CLOCK_REALTIME, &now) != 0) {
+    return false;
+  }
+  time =
+      static_cast<std::uint64_t>((now.tv_sec + kSecondsFrom1601To1970) * kUnitsPerSecond + now.tv_nsec / 100);
+  return true;
+}
+
 void sleepSeconds(std::int64_t seconds) {
   if (seconds < 1) {
     return;

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
+#include <list>
 
 #include "protocol/messages/object_tree.h"
+#include "query/result.h"
 
 namespace tql {
 
@@ -11,5 +11,10 @@ namespace tql {
 // runs of digits read as numbers, Boolean and Id by equality alone. Only the first six operators are known
 // here. A null comes before every value. Throws errors::tql_incomparable.
 bool compare(const protocol::Property& left, protocol::RelOperator op, const protocol::Property& right);
+
+// Whether left goes before right. The first key that tells them apart decides; an object without the property
+// goes first in ascending order, last in descending. Throws errors::tql_incomparable.
+bool compareForSort(const std::list<tqlquery::SortKey>& keys, const tqlquery::Result& left,
+                    const tqlquery::Result& right);
 
 }  // namespace tql

@@ -1,0 +1,40 @@
+#include "query/call.h"
+
+#include <utility>
+
+#include "query/answer.h"
+#include "session/connection.h"
+
+namespace tqlquery {
+
+Call::Call(std::int32_t method, std::list<protocol::Property> parameters, std::vector<const Result*> objects)
+    : method_(method), parameters_(std::move(parameters)), objects_(std::move(objects)) {}
+
+std::unique_ptr<protocol::BerValue> Call::encode() {
+  auto request = std::make_unique<protocol::CallReq>();
+  request->method = method_;
+  for (protocol::Property& parameter : parameters_) {
+    request->parameters.emplace_back().emplace(std::move(parameter));
+  }
+  parameters_.clear();
+  for (const Result* object : objects_) {
+    request->objects.emplace_back(object->toObject());
+  }
+  return request;
+}
+
+void Call::decode(protocol::BerValue& response) {
+  const auto take = [this](protocol::CallResp& answer) {
+    takeProperties(resultProperties, answer.properties);
+    resultObjects.clear();
+    for (protocol::Owned<protocol::Object>& object : answer.objects) {
+      resultObjects.push_back(Result::take(*object));
+    }
+  };
+  // The text is the same for all queries on the tree.
+  comquery::decodeAnswer<protocol::CallResp>(*this, response, "Wrong type in Select::decode.", take);
+}
+
+void Call::finished(Connection& connection) { connection.forget(*this); }
+
+}  // namespace tqlquery

@@ -1,0 +1,131 @@
+#include "commands/metric_monitor.h"
+
+#include <gtest/gtest.h>
+
+#include "commands/support.h"
+#include "foundation/clock.h"
+#include "frontend/login.h"
+#include "query/tql/property_codec.h"
+#include "session/scripted_server.h"
+
+namespace {
+
+using Values = std::vector<std::uint64_t>;  // value, or n, min, max, sum, sumSquares
+constexpr std::uint64_t kMax = 18446744073709551615U;
+
+comquery::Held<TimedCall> answerOf(const Values& values, const SystemTime& time = {}) {
+  static const std::vector<std::string> kTiming{"n", "min", "max", "sum", "sumSquares"};
+  auto answer = comquery::make<TimedCall>(2, std::list<protocol::Property>());
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    protocol::Property& property = answer->resultProperties[values.size() == 1 ? "value" : kTiming[i]];
+    property.typeWord = tql::kUnsigned64;
+    property.data.emplace<protocol::UnsignedInt64Prop>().value = values[i];
+  }
+  answer->time = time;
+  return answer;
+}
+
+// Options are written as on the command line.
+std::unique_ptr<MetricMonitor> monitorFor(const char* className, const std::string& options = "",
+                                          const std::string& unit = "s") {
+  tqlquery::Result description;
+  description.className = className;
+  tql::encode(description.properties["unit"], "unit", tql::kString, unit);
+  const auto display = options.ends_with("c")   ? TimingDisplay::count
+                       : options.ends_with("s") ? TimingDisplay::sum
+                                                : TimingDisplay::statistics;
+  return makeMonitor({!options.starts_with("-a"), display}, {"a", "b"}, description);
+}
+
+TEST(MetricMonitor, ShowsWhatItsClassAndOptionsSay) {
+  const struct {
+    const char *className, *options;
+    Values first, second;
+    std::string columns, unit = "s";
+  } rows[] = {
+      {"CounterInt64", "-d", {7}, {kMax}, "- 18446744073709551608"},
+      {"CounterInt64", "-d", {7}, {6}, "- 18446744073709551615"},
+      {"CounterInt64", "-a", {7}, {kMax}, "7 18446744073709551615"},
+      {"GaugeInt64", "-d", {7}, {5}, "7 5"},
+      {"Timing", "-d -c", {3, 0, 0, 0, 0}, {5, 0, 0, 0, 0}, "- 2"},
+      {"Timing", "-d -i", {3, 2, 6, 12, 56}, {5, 1, 9, 22, 138}, "- 2: 5.0 +/- 5.7 [1;9]"},
+      {"Timing", "-d -i", {0, 5, 4, 0, 0}, {2, 5, 4, 10, 82}, "- 2: 5.0 +/- 5.7"},
+      {"Timing", "-d -i", {3, 2, 6, 12, 56}, {3, 6, 6, 12, 56}, "- 0: nan +/- nan [6;6]"},
+      {"Timing", "-d -i", {0, 3, 3, 0, 0}, {1, 3, 3, 3, 9}, "- 1: 3.0 +/- nan [3;3]"},
+      {"Timing", "-d -i", {0, 3, 3, 0, 0}, {1, 3, 3, 3, 10}, "- 1: 3.0 +/- inf [3;3]"},
+      {"Timing", "-d -s", {0, 0, 0, 100, 0}, {0, 0, 0, 575, 0}, "- 10.0%", "ms"},
+      {"Timing", "-d -s", {0, 0, 0, 0, 0}, {0, 0, 0, 475000, 0}, "- 10.0%", "us"},
+      {"Timing", "-d -s", {0, 0, 0, 0, 0}, {0, 0, 0, 19, 0}, "- 400.0%", "MS"},
+      {"Timing", "-a -s", {3, 2, 6, 12, 56}, {5, 1, 9, 22, 138}, "3: 12 5: 22"},
+      {"Timing", "-a -i", {3, 2, 6, 12, 56}, {5, 1, 9, 22, 138}, "3: 4.0 +/- 2.0 [2;6] 5: 4.4 +/- 3.2 [1;9]"},
+      {"Timing", "-a -i", {0, 1, 0, 0, 0}, {0, 1, 0, 5, 0}, "0: nan +/- nan 0: inf +/- nan"},
+      {"Timing", "-a -c", {3, 2, 6, 12, 56}, {5, 1, 9, 22, 138}, "3 5"},
+  };
+  for (const auto& row : rows) {
+    const auto monitor = monitorFor(row.className, row.options, row.unit);
+    std::string columns = monitor->column(*answerOf(row.first, {0x7FFFFFFF, 900000}));
+    columns += ' ' + monitor->column(*answerOf(row.second, {0x80000004, 650000}));  // 4.75 seconds later
+    for (std::size_t sign; (sign = columns.find("-nan")) != std::string::npos;) {
+      columns.erase(sign, 1);  // the processor's choice
+    }
+    EXPECT_EQ(columns, row.columns) << row.className << ' ' << row.options;
+  }
+}
+
+TEST(MetricMonitor, TakesNoOtherTypeAndNothingLess) {
+  const auto answer = answerOf({});
+  tql::encode(answer->resultProperties["value"], "value", tql::kReal, 1234567.0);
+  EXPECT_EQ(monitorFor("GaugeDouble")->column(*answer), "1.23457e+06");
+  EXPECT_EQ(textOf<errors::tql>([&] { monitorFor("GaugeInt64")->column(*answer); }),
+            "Type mismatch for property: value, wanted 16 got 4");
+  EXPECT_EQ(monitorFor("Histogram"), nullptr);
+  EXPECT_EQ(textOf<errors::objecterror>([] { makeMonitor({}, {}, {}); }), "Property \"unit\" not found in ");
+  EXPECT_EXIT(monitorFor("Timing")->column(*answerOf({1, 2, 3, 4})), testing::ExitedWithCode(1),
+              "^Error getting Morvex server metrics\n$");
+}
+
+TEST(MetricMonitor, PollsTogetherAndEndsWithARefusal) {
+  ScriptedServer server;
+  server.sends(kOffer);
+  server.sends(kSession);
+  sessionRequestCounters.clear();
+  const auto connection = ScriptedServer::logIn();
+  g_connection = connection.get();
+  server.takeWritten();
+
+  server.sends("75 80 02 01 00 AA 80 30 80 00 00 30 80 00 00 00 00 00 00");
+  EXPECT_EXIT(createMonitor({}, "a.b"), testing::ExitedWithCode(1), "^Could not monitor: a.b\n$");
+  server.script.incoming.clear();
+  server.sends(
+      "75 80 02 01 00 AA 80 30 80 00 00 30 80 30 80 04 0A 'GaugeInt64' 02 01 00 04 00 04 00 30 80 30 80"
+      "  04 04 'unit' 02 01 06 A0 80 04 00 00 00 00 00 00 00 30 80 00 00 31 80 00 00 00 00 00 00 00 00 00 "
+      "00");
+  const auto first = createMonitor({}, "..x..*");
+  EXPECT_EQ(server.takeWritten(),
+            std::vector{plainHex("74 80 02 01 00 A9 80 02 01 03 30 80 30 80"
+                                 "  04 04 'name' 02 01 0B A1 80 30 80 04 01 'x' 04 01 '*'"
+                                 "  00 00 00 00 00 00 00 00 30 80 00 00 00 00 00 00")});
+  const auto second = monitorFor("CounterInt64");
+  refreshMonitor(*first);
+  refreshMonitor(*second);
+  EXPECT_EQ(server.takeWritten().size(), 2U);  // and nothing awaited: there is no answer yet
+  server.sends(
+      "75 80 02 01 02 AA 80 30 80 30 80 04 05 'value' 02 01 10 AA 80 02 01 08 00 00 00 00 00 00 30 80 00 00"
+      "  00 00 00 00 75 80 02 01 01 AA 80 30 80 30 80 04 05 'value' 02 01 10 AA 80 02 01 07 00 00 00 00"
+      "  00 00 30 80 00 00 00 00 00 00");
+  TextOutput output;
+  const std::int64_t before = currentSeconds() - 1;  // the two clocks may tick apart
+  first->print(output);
+  EXPECT_EQ(first->call.get(), nullptr);
+  EXPECT_TRUE(second->call->time.seconds >= before && second->call->time.seconds <= currentSeconds() + 1);
+  second->print(output);
+  EXPECT_EQ(output.text(), "7-");
+
+  refreshMonitor(*first);
+  server.sends("75 80 02 01 03 A8 80 02 01 01 30 80 04 03 'why' 04 03 'how' 00 00 00 00 00 00");
+  EXPECT_EXIT(first->print(output), testing::ExitedWithCode(1),
+              "^why\nhow\nError getting Morvex server metrics\n$");
+  g_connection = nullptr;
+}
+
+}  // namespace

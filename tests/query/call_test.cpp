@@ -1,0 +1,61 @@
+#include "query/call.h"
+
+#include <gtest/gtest.h>
+
+#include "query/tql/property_codec.h"
+#include "session/scripted_server.h"
+
+namespace {
+
+using tqlquery::Call;
+using tqlquery::Result;
+
+TEST(Call, CarriesPropertiesAndObjects) {
+  std::list<protocol::Property> parameters(1);
+  tql::encode(parameters.front(), "name", tql::kStringList, std::list<std::string>{"cpu", "", "0"});
+  Result object;
+  object.className = "G";
+  object.id = "1F";
+  const auto call = comquery::make<Call>(3, parameters, std::vector<const Result*>{&object});
+  EXPECT_EQ(writtenHex(*call->encode()),
+            plainHex("A9 80 02 01 03"
+                     "  30 80 30 80 04 04 'name' 02 01 0B"
+                     "    A1 80 30 80 04 03 'cpu' 04 00 04 01 '0' 00 00 00 00 00 00 00 00"
+                     "  30 80 30 80 04 01 'G' 02 01 00 04 02 '1F' 04 00"
+                     "    30 80 00 00 30 80 00 00 31 80 00 00 00 00 00 00 00 00"));
+}
+
+TEST(Call, KeepsWhatTheServerAnswers) {
+  ScriptedServer server;
+  server.sends(kOffer);
+  server.sends(kSession);
+  // Two properties of one name, the numbers 7 and 8, and an object.
+  server.sends(
+      "75 80 02 01 00 AA 80"
+      "  30 80 30 80 04 01 'v' 02 01 03 A2 80 02 01 07 00 00 00 00"
+      "        30 80 04 01 'v' 02 01 03 A2 80 02 01 08 00 00 00 00 00 00"
+      "  30 80 30 80 04 01 'X' 02 01 00 04 00 04 00 30 80 00 00 30 80 00 00 31 80 00 00 00 00 00 00"
+      "  00 00 00 00");
+  sessionRequestCounters.clear();
+  const auto connection = ScriptedServer::logIn();
+  const auto call = comquery::make<Call>(2, std::list<protocol::Property>(), std::vector<const Result*>());
+  connection->post(*call);
+  EXPECT_EQ(connection->await(*call), 0U);
+  EXPECT_EQ(call->references(), 1);
+  std::int32_t value = 0;
+  tql::decode(call->resultProperties.at("v"), tql::kSignedInteger, value);
+  EXPECT_EQ(value, 7);
+
+  protocol::ErrorResp refusal;
+  refusal.code = 15;
+  call->decode(refusal);
+  EXPECT_EQ(call->errorCode(), 15U);
+  EXPECT_EQ(call->resultObjects.at(0)->className, "X");
+  protocol::CallResp empty;
+  call->decode(empty);
+  EXPECT_TRUE(call->errorCode() == 0 && call->resultObjects.empty());
+  protocol::SelectResp other;
+  EXPECT_EQ(textOf<errors::bererror>([&] { call->decode(other); }), "Wrong type in Select::decode.");
+}
+
+}  // namespace
