@@ -45,6 +45,9 @@ UpdateOptions parseUpdateOptions(int count, char** vector, int index) {
     options.attributes.insert_or_assign(names.back(), argument.substr(equals + 1));
   }
   options.propertyList = propertyListText(names);
+  if (!names.empty() && options.propertyList.empty()) {
+    options.propertyList = " ";  // a lone name that is empty: asked for too, it is refused like any empty name
+  }
   return options;
 }
 
