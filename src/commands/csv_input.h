@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -8,12 +9,18 @@
 #include "protocol/messages/time_series.h"
 #include "query/data_query.h"
 
-// A time as select writes it: plain seconds, or YYYY-MM-DD hh:mm:ss. A field out of its range gives 0.
-// Throws error::EParseError for a piece that is no number, std::out_of_range for a text that is too short.
-std::int64_t parseCsvTime(std::string_view text, const TimeZone& zone);
+// The CSV of stored data, read back.
 
-// Reads the lines behind the header as entries of the pattern's kind, in their order. A kind without a CSV
-// form gives none. Throws error::EFatal for a line with a wrong number of fields, and what the conversions
-// throw; nothing is kept then.
+// In characters, without the line end. A longer line ends the input.
+inline constexpr std::size_t kLongestCsvLine = 1023;
+
+// A time as select writes it: plain seconds, or YYYY-MM-DD hh:mm:ss. A field out of its range gives 0.
+// Throws error::EParseError for a piece that is no number and for a date beyond the 32 bits of a record,
+// std::out_of_range for a text that is too short, and as composeTime does.
+std::int32_t parseCsvTime(std::string_view text, const TimeZone& zone);
+
+// Reads the lines behind the header, which the caller has taken, as entries of the pattern's kind, in their
+// order. A kind without a CSV form reads nothing and gives none. Throws error::EFatal for a line with a wrong
+// number of fields, and what the conversions and the input throw; nothing is kept then.
 dataquery::Intervals readCsvLines(LineReader& input, const protocol::DataInterval& pattern,
                                   const TimeZone& zone);

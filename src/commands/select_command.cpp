@@ -7,12 +7,10 @@
 #include "commands/command_output.h"
 #include "commands/commands.h"
 #include "commands/csv_output.h"
-#include "commands/object_path.h"
 #include "foundation/clock.h"
 #include "foundation/errors.h"
 #include "foundation/text.h"
 #include "frontend/login.h"
-#include "frontend/options.h"
 
 namespace {
 
@@ -106,11 +104,7 @@ std::int32_t requestTime(std::int64_t time) {
 
 void selectRange(Output& output, const SelectOptions& options, const tqlquery::Result& object,
                  const TimeZone& zone) {
-  const auto request =
-      comquery::make<dataquery::GetData>(object.id, dataTableName(object), requestTime(options.startTime),
-                                         requestTime(options.endTime), 0, 0, true);
-  g_connection->post(*request);
-  g_connection->await(*request);  // a refusal leaves no entries
+  const auto request = getData(object, options.startTime, options.endTime);
   printEntries(output, options.format, request->intervals, options.limit, zone);
 }
 
@@ -139,6 +133,19 @@ std::string dataTableName(const tqlquery::Result& object) {
   return object.className == "Node" ? "tsdbIncident" : "tsdbIndex";
 }
 
+FoundObject findObjectWithData(const ObjectName& name) {
+  return findObject(name.text, name.byId, {"Check", "Node", "DomainExport", "CheckAccumulation"}, "");
+}
+
+comquery::Held<dataquery::GetData> getData(const tqlquery::Result& object, std::int64_t startTime,
+                                           std::int64_t endTime) {
+  auto request = comquery::make<dataquery::GetData>(object.id, dataTableName(object), requestTime(startTime),
+                                                    requestTime(endTime), 0, 0, true);
+  g_connection->post(*request);
+  g_connection->await(*request);  // a refusal leaves no entries
+  return request;
+}
+
 void printEntries(Output& output, const std::string& format, const dataquery::Intervals& entries,
                   const RowLimit& limit, const TimeZone& zone) {
   if (entries.empty()) {
@@ -159,8 +166,7 @@ void printEntries(Output& output, const std::string& format, const dataquery::In
 void selectData(int count, char** vector, int index, const TimeZone& zone) {
   const SelectOptions options = parseSelectOptions(count, vector, index, zone);
   login();
-  const FoundObject found = findObject(options.object.text, options.object.byId,
-                                       {"Check", "Node", "DomainExport", "CheckAccumulation"}, "");
+  const FoundObject found = findObjectWithData(options.object);
   CommandOutput output(vector[0]);
   if (options.newestOnly()) {
     selectLast(output.stream(), options.format, *found.object, zone);

@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <string>
 
+#include "commands/object_path.h"
 #include "foundation/output.h"
 #include "foundation/time_zone.h"
+#include "frontend/options.h"
 #include "query/data_query.h"
 #include "query/result.h"
 
@@ -22,6 +24,13 @@ std::int64_t parseTimeArgument(const std::string& text, const TimeZone& zone);
 
 // The server's table in which an object's data are stored.
 std::string dataTableName(const tqlquery::Result& object);
+
+// Finds an object that has stored data. Throws as findObject does.
+FoundObject findObjectWithData(const ObjectName& name);
+
+// An object's data of a span of time, answered; without entries if the server refused.
+comquery::Held<dataquery::GetData> getData(const tqlquery::Result& object, std::int64_t startTime,
+                                           std::int64_t endTime);
 
 // Prints the entries that the limit lets through, behind the header of the first of them.
 void printEntries(Output& output, const std::string& format, const dataquery::Intervals& entries,

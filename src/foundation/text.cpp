@@ -29,13 +29,13 @@ std::string integerToString(Integer value, bool pad) {
 // Takes plain text, such as a number is nearly always. False sends the caller to the C library, which
 // defines what else is a number.
 template <class Number>
-bool readPlain(const std::string& text, Number& value) {
+bool readPlain(std::string_view text, Number& value) {
   const char* end = text.data() + text.size();
   const auto result = std::from_chars(text.data(), end, value);
   return result.ec == std::errc() && result.ptr == end;
 }
 
-[[noreturn]] void throwNotANumber(const std::string& text) {
+[[noreturn]] void throwNotANumber(std::string_view text) {
   throw error::EParseError("Error parsing: " + quotedString(text));
 }
 
@@ -177,39 +177,41 @@ void appendReal(std::string& text, double value) {
   text.append(digits.begin(), end);
 }
 
-double stringToReal(const std::string& text) {
+double stringToReal(std::string_view text) {
   double value = 0;
   if (readPlain(text, value) && std::isfinite(value)) {
     return value;
   }
+  const std::string terminated(text);
   char* end = nullptr;
-  value = std::strtod(text.c_str(), &end);  // reads "nan", "inf" and "-inf" too
-  if (end != text.c_str() + text.size()) {
-    throw error::EParseError("Error parsing: \"" + text + "\"");
+  value = std::strtod(terminated.c_str(), &end);  // reads "nan", "inf" and "-inf" too
+  if (end != terminated.c_str() + terminated.size()) {
+    throw error::EParseError("Error parsing: \"" + terminated + "\"");
   }
   return value;
 }
 
-std::int32_t stringToInt(const std::string& text) {
+std::int32_t stringToInt(std::string_view text) {
   std::int32_t value = 0;
   if (readPlain(text, value)) {
     return value;
   }
+  const std::string terminated(text);
   char* end = nullptr;
-  const long long wide = std::strtoll(text.c_str(), &end, 10);
-  if (end != text.c_str() + text.size()) {
+  const long long wide = std::strtoll(terminated.c_str(), &end, 10);
+  if (end != terminated.c_str() + terminated.size()) {
     throwNotANumber(text);
   }
   using Limits = std::numeric_limits<std::int32_t>;
   return static_cast<std::int32_t>(std::clamp<long long>(wide, Limits::min(), Limits::max()));
 }
 
-std::uint32_t stringToUint(const std::string& text) {
+std::uint32_t stringToUint(std::string_view text) {
   std::uint32_t value = 0;
   if (readPlain(text, value)) {
     return value;
   }
-  const Unsigned32 number = readUnsigned32(text, 10);
+  const Unsigned32 number = readUnsigned32(std::string(text), 10);
   if (number.length != text.size()) {
     throwNotANumber(text);
   }
@@ -332,6 +334,17 @@ void splitFields(std::vector<std::string>& fields, std::string_view text, char d
     fields[count++] = piece;  // whoever splits line after line needs no new memory
   });
   fields.resize(count);
+}
+
+std::size_t splitFields(std::span<std::string_view> fields, std::string_view text, char delimiter) {
+  std::size_t count = 0;
+  forEachPiece(text, delimiter, false, [&](std::string_view piece) {
+    if (count < fields.size()) {
+      fields[count] = piece;
+    }
+    ++count;
+  });
+  return count;
 }
 
 std::list<std::string> splitToList(std::string_view text, char delimiter, bool keepEmpty) {

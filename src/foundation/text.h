@@ -26,12 +26,12 @@ std::string realToString(double value, int width, int precision);
 void appendReal(std::string& text, double value);
 
 // As strtod; also takes "nan", "inf" and "-inf".
-double stringToReal(const std::string& text);
+double stringToReal(std::string_view text);
 
 // As strtol and strtoul in base 10 with 32-bit results: out of range gives the nearest limit, and
 // stringToUint takes a minus and wraps.
-std::int32_t stringToInt(const std::string& text);
-std::uint32_t stringToUint(const std::string& text);
+std::int32_t stringToInt(std::string_view text);
+std::uint32_t stringToUint(std::string_view text);
 
 // As strtoul in base 16. Unlike the decimal ones it refuses what is out of range.
 std::uint32_t hexStringToUint(const std::string& text);
@@ -55,4 +55,7 @@ void base64Decode(std::string_view text, std::vector<std::uint8_t>& bytes);
 
 // Cuts the text at each delimiter. Empty pieces are kept only with keepEmpty. splitFields replaces fields.
 void splitFields(std::vector<std::string>& fields, std::string_view text, char delimiter, bool keepEmpty);
+// The same without empty pieces and without copies: returns how many pieces there are, and stores those for
+// which fields has room.
+std::size_t splitFields(std::span<std::string_view> fields, std::string_view text, char delimiter);
 std::list<std::string> splitToList(std::string_view text, char delimiter, bool keepEmpty);

@@ -76,24 +76,28 @@ std::int64_t composeTime(const TimeZone& zone, std::tm& fields) {
   return time;
 }
 
-std::int64_t parseIsoTime(const std::string& text, const TimeZone& zone) {
-  if (text.size() != 20) {
-    throw error::EParseError("string not in iso_format");
-  }
-  const auto piece = [&text](std::size_t begin, std::size_t count) {
-    return stringToInt(text.substr(begin, count));
-  };
-  const std::int32_t year = piece(0, 4);
+std::int64_t parseCalendarTime(const std::array<std::string_view, 6>& fieldTexts, const TimeZone& zone) {
   std::tm fields{};
-  fields.tm_mon = piece(5, 2) - 1;
-  fields.tm_mday = piece(8, 2);
-  fields.tm_hour = piece(12, 2);
-  fields.tm_min = piece(15, 2);
-  fields.tm_sec = piece(18, 2);
-  fields.tm_year = year - 1900;
+  fields.tm_year = stringToInt(fieldTexts[0]) - 1900;
+  fields.tm_mon = stringToInt(fieldTexts[1]) - 1;
+  fields.tm_mday = stringToInt(fieldTexts[2]);
+  fields.tm_hour = stringToInt(fieldTexts[3]);
+  fields.tm_min = stringToInt(fieldTexts[4]);
+  fields.tm_sec = stringToInt(fieldTexts[5]);
   fields.tm_isdst = -1;
   const bool inRange = fields.tm_year >= 0 && within(fields.tm_mon, 0, 11) && within(fields.tm_mday, 1, 31) &&
                        within(fields.tm_hour, 0, 23) && within(fields.tm_min, 0, 59) &&
                        within(fields.tm_sec, 0, 61);
   return inRange ? composeTime(zone, fields) : 0;
+}
+
+std::int64_t parseIsoTime(const std::string& text, const TimeZone& zone) {
+  if (text.size() != 20) {
+    throw error::EParseError("string not in iso_format");
+  }
+  const auto piece = [&text](std::size_t begin, std::size_t count) {
+    return std::string_view(text).substr(begin, count);
+  };
+  return parseCalendarTime({piece(0, 4), piece(5, 2), piece(8, 2), piece(12, 2), piece(15, 2), piece(18, 2)},
+                           zone);
 }

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <ctime>
 #include <string>
+#include <string_view>
 
 // A zone for time conversions: the process's own, or a fixed offset.
 // The first construction in the process records the environment variable TZ, so that conversions in the
@@ -24,6 +26,11 @@ void breakDownTime(const TimeZone& zone, std::tm& result, std::uint64_t time);
 // Throws error::ESystemError for a time that is not representable, or is -1.
 std::int64_t composeTime(const TimeZone& zone, std::tm& fields);
 
+// The texts of year, month, day, hour, minute and second to seconds since 1970. A field out of its range
+// gives 0; the day is not compared with the length of its month. Throws error::EParseError for a text that is
+// no number, and as composeTime does.
+std::int64_t parseCalendarTime(const std::array<std::string_view, 6>& fieldTexts, const TimeZone& zone);
+
 // Reads 'YYYY-MM-DD-Thh:mm:ss', whatever stands between the numbers. A field out of its range gives 0.
-// Throws error::EParseError for another length than 20, or a field that is no number.
+// Throws error::EParseError for another length than 20, and as parseCalendarTime does.
 std::int64_t parseIsoTime(const std::string& text, const TimeZone& zone);

@@ -31,7 +31,7 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"select", selectData},
-    {"insert", notAvailable},
+    {"insert", insertData},
     {"listdomains", withoutZone<listDomains>},
     {"listnodes", withoutZone<listNodes>},
     {"listchecks", withoutZone<listChecks>},

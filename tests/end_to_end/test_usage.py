@@ -92,7 +92,7 @@ def test_other_words(args, result):
     assert alone(*args) == result
 
 
-@pytest.mark.parametrize("word", ["insert", "update", "listproperties", "listmetrics", "lm", "monitormetrics", "MM"])
+@pytest.mark.parametrize("word", ["update", "listproperties", "listmetrics", "lm", "monitormetrics", "MM"])
 def test_words_without_a_command_yet(word):
     code, out, err = alone(*LOGIN, word, ".")
     assert (code, out, err[:14], err[-1:]) == (1, "", "Caught error: ", "\n")

@@ -1,0 +1,78 @@
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "commands/commands.h"
+#include "commands/csv_input.h"
+#include "commands/select_command.h"
+#include "foundation/clock.h"
+#include "foundation/errors.h"
+#include "foundation/input.h"
+#include "frontend/login.h"
+#include "frontend/options.h"
+#include "frontend/usage.h"
+
+namespace {
+
+// There is one option, -i, and only as the first argument; any other text there is a path.
+ObjectName takeObject(Arguments arguments) {
+  ObjectName object;
+  arguments.takePath(object);
+  if (object.text == "-i") {
+    if (arguments.atEnd()) {
+      arguments.refuse("Missing parameter to option -i");
+    }
+    object = {.text = arguments.take(), .byId = true};
+  }
+  if (!arguments.atEnd()) {
+    arguments.refuse("No arguments allowed after path specification.");
+  }
+  return object;
+}
+
+std::unique_ptr<LineReader> openInput(const char* programName) {
+  if (g_fileName.empty() || g_fileName == "-") {
+    return LineReader::standardInput();
+  }
+  auto file = LineReader::open(g_fileName);
+  if (file == nullptr) {
+    usageError("Cannot create file \"" + g_fileName + "\"", programName);
+  }
+  return file;
+}
+
+// All rows go in one request, so the server takes either the whole file or none of it.
+void putData(const tqlquery::Result& object, std::int32_t dataType, dataquery::Intervals rows) {
+  const auto request =
+      comquery::make<dataquery::PutData>(object.id, dataTableName(object), dataType, std::move(rows));
+  g_connection->post(*request);
+  if (const std::uint32_t code = g_connection->await(*request); code != 0) {
+    throw error::EFatal(errorText(code));
+  }
+}
+
+// What the object holds already decides how the lines are read.
+void readCsvData(LineReader& input, const tqlquery::Result& object, const TimeZone& zone) {
+  const auto stored = getData(object, 0, currentSeconds());
+  std::string_view header;
+  input.next(header, kLongestCsvLine);
+  if (stored->intervals.empty()) {
+    throw error::EFatal("no such check");
+  }
+  const auto pattern = std::move(stored->intervals.front());
+  stored->intervals = {};  // there may be many, and the rows need their memory
+  dataquery::Intervals rows = readCsvLines(input, *pattern, zone);
+  if (!rows.empty()) {
+    putData(object, stored->dataType, std::move(rows));
+  }
+}
+
+}  // namespace
+
+void insertData(int count, char** vector, int index, const TimeZone& zone) {
+  const ObjectName object = takeObject(Arguments(count, vector, index));
+  login();
+  const FoundObject found = findObjectWithData(object);
+  const auto input = openInput(vector[0]);
+  readCsvData(*input, *found.object, zone);
+}
