@@ -20,10 +20,6 @@ void withoutZone(int count, char** vector, int index, const TimeZone&) {
   command(count, vector, index);
 }
 
-[[noreturn]] void notAvailable(int, char** vector, int index, const TimeZone&) {
-  throw error::EFatal(std::string("The command '") + vector[index - 1] + "' is not available yet");
-}
-
 struct Command {
   std::string_view word;
   CommandFunction run;

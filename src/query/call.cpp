@@ -2,9 +2,6 @@
 
 #include <utility>
 
-#include "query/answer.h"
-#include "session/connection.h"
-
 namespace tqlquery {
 
 Call::Call(std::int32_t method, std::list<protocol::Property> parameters, std::vector<const Result*> objects)
@@ -32,9 +29,7 @@ void Call::decode(protocol::BerValue& response) {
     }
   };
   // The text is the same for all queries on the tree.
-  comquery::decodeAnswer<protocol::CallResp>(*this, response, "Wrong type in Select::decode.", take);
+  decodeAnswer<protocol::CallResp>(response, "Wrong type in Select::decode.", take);
 }
-
-void Call::finished(Connection& connection) { connection.forget(*this); }
 
 }  // namespace tqlquery

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "protocol/messages/object_tree.h"
+#include "query/query.h"
 #include "query/result.h"
-#include "session/request.h"
 
 namespace tqlquery {
 
@@ -19,16 +19,13 @@ inline constexpr std::int32_t kMetricValue = 2;        // answers with propertie
 inline constexpr std::int32_t kMetricDescription = 3;  // answers with one object
 
 // Invokes a numbered method of the server, with properties and objects going either way.
-class Call : public virtual comquery::Request {
+class Call : public virtual comquery::Query {
  public:
   // The objects stay the caller's and must outlive encode.
   Call(std::int32_t method, std::list<protocol::Property> parameters, std::vector<const Result*> objects);
 
   std::unique_ptr<protocol::BerValue> encode() override;
   void decode(protocol::BerValue& response) override;
-  void finished(Connection& connection) override;
-  virtual void onSuccess() {}
-  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
 
   PropertyMap resultProperties;
   std::vector<std::unique_ptr<Result>> resultObjects;  // in the order of the message

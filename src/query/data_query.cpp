@@ -2,9 +2,6 @@
 
 #include <utility>
 
-#include "query/answer.h"
-#include "session/connection.h"
-
 namespace dataquery {
 
 GetData::GetData(std::string objectId, std::string tableName, std::int32_t start, std::int32_t end,
@@ -34,10 +31,8 @@ void GetData::decode(protocol::BerValue& response) {
     dataType = answer.dataType;
     intervals = std::exchange(answer.intervals, {});
   };
-  comquery::decodeAnswer<protocol::GetDataResp>(*this, response, "Wrong type in GetData::decode.", take);
+  decodeAnswer<protocol::GetDataResp>(response, "Wrong type in GetData::decode.", take);
 }
-
-void GetData::finished(Connection& connection) { connection.forget(*this); }
 
 GetLastData::GetLastData(std::string objectId, std::string tableName)
     : objectId_(std::move(objectId)), tableName_(std::move(tableName)) {}
@@ -54,11 +49,8 @@ void GetLastData::decode(protocol::BerValue& response) {
     dataType = answer.dataType;
     interval = std::move(answer.data);
   };
-  comquery::decodeAnswer<protocol::GetLastDataResp>(*this, response, "Wrong type in GetLastData::decode.",
-                                                    take);
+  decodeAnswer<protocol::GetLastDataResp>(response, "Wrong type in GetLastData::decode.", take);
 }
-
-void GetLastData::finished(Connection& connection) { connection.forget(*this); }
 
 PutData::PutData(std::string objectId, std::string tableName, std::int32_t dataType, Intervals intervals)
     : objectId_(std::move(objectId)),
@@ -77,9 +69,7 @@ std::unique_ptr<protocol::BerValue> PutData::encode() {
 
 void PutData::decode(protocol::BerValue& response) {
   const auto take = [](protocol::PutDataResp&) {};
-  comquery::decodeAnswer<protocol::PutDataResp>(*this, response, "Wrong type in PutData::decode.", take);
+  decodeAnswer<protocol::PutDataResp>(response, "Wrong type in PutData::decode.", take);
 }
-
-void PutData::finished(Connection& connection) { connection.forget(*this); }
 
 }  // namespace dataquery

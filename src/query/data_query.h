@@ -4,7 +4,7 @@
 #include <string>
 
 #include "protocol/messages/time_series.h"
-#include "session/request.h"
+#include "query/query.h"
 
 // Requests on the time series of an object, addressed by the object's id and a table name. Each is one
 // request and one answer, and is used once.
@@ -13,16 +13,13 @@ namespace dataquery {
 using Intervals = protocol::ListOfDataInterval;
 
 // Reads a span of time, in seconds since 1970.
-class GetData : public comquery::Request {
+class GetData : public comquery::Query {
  public:
   GetData(std::string objectId, std::string tableName, std::int32_t start, std::int32_t end,
           std::int32_t number1, std::int32_t number2, bool flag);
 
   std::unique_ptr<protocol::BerValue> encode() override;
   void decode(protocol::BerValue& response) override;
-  void finished(Connection& connection) override;
-  virtual void onSuccess() {}
-  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
 
   std::int32_t dataType = -1;  // the kind of series, from the answer
   Intervals intervals;         // the answer; empty after a refusal
@@ -37,15 +34,12 @@ class GetData : public comquery::Request {
 };
 
 // Reads the newest entry.
-class GetLastData : public comquery::Request {
+class GetLastData : public comquery::Query {
  public:
   GetLastData(std::string objectId, std::string tableName);
 
   std::unique_ptr<protocol::BerValue> encode() override;
   void decode(protocol::BerValue& response) override;
-  void finished(Connection& connection) override;
-  virtual void onSuccess() {}
-  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
 
   std::int32_t dataType = -1;
   protocol::Owned<protocol::DataInterval> interval;  // null until answered, and after a refusal
@@ -58,15 +52,12 @@ class GetLastData : public comquery::Request {
 };
 
 // Stores entries of a kind that GetData reported for the object.
-class PutData : public comquery::Request {
+class PutData : public comquery::Query {
  public:
   PutData(std::string objectId, std::string tableName, std::int32_t dataType, Intervals intervals);
 
   std::unique_ptr<protocol::BerValue> encode() override;
   void decode(protocol::BerValue& response) override;
-  void finished(Connection& connection) override;
-  virtual void onSuccess() {}
-  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
 
  protected:
   ~PutData() override = default;

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "foundation/errors.h"
-#include "query/answer.h"
 #include "query/tql/parser.h"
 #include "session/connection.h"
 
@@ -52,12 +51,12 @@ void Select::decode(protocol::BerValue& response) {
       results_.insert_or_assign(id, std::move(result));
     }
   };
-  comquery::decodeAnswer<protocol::SelectResp>(*this, response, "Wrong type in Select::decode.", take);
+  decodeAnswer<protocol::SelectResp>(response, "Wrong type in Select::decode.", take);
 }
 
 void Select::finished(Connection& connection) {
   if ((options_ & kStayRegistered) == 0) {
-    connection.forget(*this);
+    Query::finished(connection);
   }
 }
 

@@ -7,13 +7,13 @@
 #include <string>
 
 #include "protocol/messages/object_tree.h"
+#include "query/query.h"
 #include "query/result.h"
-#include "session/request.h"
 
 namespace tqlquery {
 
 // The read query on the object tree: a TQL expression, matched by the server from one start object.
-class Select : public virtual comquery::Request {
+class Select : public virtual comquery::Query {
  public:
   // Parses the expression. Throws as tql::parse does.
   Select(std::string startId, std::string expression, std::uint32_t options);
@@ -26,9 +26,6 @@ class Select : public virtual comquery::Request {
   std::unique_ptr<protocol::BerValue> encode() override;
   void decode(protocol::BerValue& response) override;
   void finished(Connection& connection) override;
-
-  virtual void onSuccess() {}
-  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
 
  protected:
   ~Select() override = default;

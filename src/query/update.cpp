@@ -2,9 +2,6 @@
 
 #include <utility>
 
-#include "query/answer.h"
-#include "session/connection.h"
-
 namespace tqlquery {
 
 Update::Update(std::string id, std::string version, std::list<protocol::Property> properties)
@@ -23,9 +20,7 @@ std::unique_ptr<protocol::BerValue> Update::encode() {
 void Update::decode(protocol::BerValue& response) {
   const auto take = [this](protocol::UpdateResp& answer) { newVersion = std::move(answer.version); };
   // The text names Select for every query on the tree.
-  comquery::decodeAnswer<protocol::UpdateResp>(*this, response, "Wrong type in Select::decode.", take);
+  decodeAnswer<protocol::UpdateResp>(response, "Wrong type in Select::decode.", take);
 }
-
-void Update::finished(Connection& connection) { connection.forget(*this); }
 
 }  // namespace tqlquery

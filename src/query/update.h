@@ -6,21 +6,18 @@
 #include <string>
 
 #include "protocol/messages/object_tree.h"
-#include "session/request.h"
+#include "query/query.h"
 
 namespace tqlquery {
 
 // Writes properties of one object. It quotes the version of the object that the caller read, and the server
 // refuses it with code 3 if the object has changed since. Used once.
-class Update : public virtual comquery::Request {
+class Update : public virtual comquery::Query {
  public:
   Update(std::string id, std::string version, std::list<protocol::Property> properties);
 
   std::unique_ptr<protocol::BerValue> encode() override;
   void decode(protocol::BerValue& response) override;
-  void finished(Connection& connection) override;
-  virtual void onSuccess() {}
-  virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
 
   std::string newVersion;  // from the answer
 

@@ -44,10 +44,10 @@ class Request {
 
   // 0, or the code of the server's refusal. Set by decode.
   std::uint32_t errorCode() const { return errorCode_; }
-  void setErrorCode(std::uint32_t code) { errorCode_ = code; }
 
  protected:
   virtual ~Request() = default;
+  void setErrorCode(std::uint32_t code) { errorCode_ = code; }
 
  private:
   State state_ = State::created;
