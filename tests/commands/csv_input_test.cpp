@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <algorithm>
 #include <random>
 #include <stdexcept>
 #include <tuple>
@@ -15,154 +15,112 @@
 
 namespace {
 
-using protocol::DataInterval;
+using namespace protocol;
+using Random = std::mt19937_64;
 
 const TimeZone kGreenwich(0);
 
 template <class Record>
-DataInterval pattern() {
-  DataInterval interval;
-  interval.data.emplace<Record>();
-  return interval;
+dataquery::Intervals read(const std::string& lines) {
+  TextInput input(lines);
+  DataInterval pattern;
+  pattern.data.emplace<Record>();
+  return readCsvLines(input, pattern, kGreenwich);
 }
-const DataInterval kIncidents = pattern<protocol::DataIntervalIncident>();
-const DataInterval kSawtooth = pattern<protocol::DataIntervalSawtooth>();
-const DataInterval kEnum = pattern<protocol::DataIntervalEnum>();
-const DataInterval kContinuous = pattern<protocol::DataIntervalContinuous>();
 
+// As select -u does.
 std::string print(const dataquery::Intervals& rows) {
   TextOutput output;
   TimeText times("%s", kGreenwich);
-  for (const auto& row : rows) {
-    printCsvRow(output, times, *row);
-  }
+  std::ranges::for_each(rows, [&](const auto& row) { printCsvRow(output, times, *row); });
   return output.text();
 }
 
-std::string readAndPrint(const DataInterval& kind, const std::string& lines) {
-  TextInput input(lines);
-  return print(readCsvLines(input, kind, kGreenwich));
+// What is printed of the lines that were read, or the fault.
+template <class Record>
+std::string readBack(const std::string& lines) try {
+  return print(read<Record>(lines));
+} catch (const error::Exception& fault) {
+  return fault.text();
 }
 
-struct ReadRow {
-  const DataInterval& kind;
-  std::string lines, printed;
-};
-const ReadRow kRead[] = {
-    {kIncidents, "", ""},
-    {kIncidents, "1000,2,\"down\"\r\n4294967295,-3,x", "1000,2,\"\"down\"\"\n4294967295,-3,\"x\"\n"},
-    {kIncidents, ",,1970-01-01 00:00:10,,99999999999, up ,\n", "10,2147483647,\" up \"\n"},
-    {kEnum, "1,2,4294967295,4294967294,-1\n", "1,2,4294967295,4294967294,4294967295\n"},
-    {kEnum, "20,10,1,2,3\n10,20,1,2,3\n20,30,1,2,3\n", "20,20,1,2,3\n10,20,1,2,3\n20,30,1,2,3\n"},
-    {kEnum, "4294967290,4294967295,0,0,0\n2147483647,2147483648,0,0,0\n",  // the latter is one of 1901
-     "4294967290,4294967295,0,0,0\n2147483647,2147483647,0,0,0\n"},
-    {kEnum, "1,2,3,4,5\n" + std::string(1015, '0') + "1,2,3,4,5\n", "1,2,3,4,5\n"},        // 1024 characters
-    {kEnum, std::string(1014, '0') + "1,2,3,4,5\r\n1,2,3,4,5", "1,2,3,4,5\n1,2,3,4,5\n"},  // 1023
-    {kSawtooth, "1,2,-.5,nan, 0x1p-2,5,-1\n", "1,2,-0.5,nan,0.25,5,4294967295\n"},
-    {kContinuous, "1,2,-inf,1e999,1e-7,4294967295,6\n", "1,2,-inf,inf,1e-07,2147483647,6\n"},
-    {pattern<protocol::DataIntervalRawDEPRECATED>(), "1,2,3\n", ""},
-};
+const auto incidents = readBack<DataIntervalIncident>, sawtooth = readBack<DataIntervalSawtooth>,
+           masks = readBack<DataIntervalEnum>, continuous = readBack<DataIntervalContinuous>;
+const std::tuple<std::string (*)(const std::string&), std::string, std::string> kRows[] = {
+    {incidents, "1000,2,\"down\"\r\n4294967295,-3,x", "1000,2,\"\"down\"\"\n4294967295,-3,\"x\"\n"},
+    {incidents, ",,1970-01-01 00:00:10,,99999999999, up ,\n", "10,2147483647,\" up \"\n"},
+    {incidents, "1,2,a\n1,2,a,b", "In line 3: number of fields not 3 as it should be for incidents"},
+    {incidents, "1,2x,a", R"(Error parsing: "2x")"},
+    {masks, "20,10,1,2,3\n10,20,1,2,-1\n20,30,1,2,3\n", "20,20,1,2,3\n10,20,1,2,4294967295\n20,30,1,2,3\n"},
+    {masks, "2147483647,2147483648,0,0,0", "2147483647,2147483647,0,0,0\n"},         // the end is one of 1901
+    {masks, "1,2,3,4,5\n" + std::string(1015, '0') + "1,2,3,4,5\n", "1,2,3,4,5\n"},  // 1024 characters
+    {masks, std::string(1014, '0') + "1,2,3,4,5\r\n1,2,3,4,5", "1,2,3,4,5\n1,2,3,4,5\n"},  // 1023
+    {masks, "1,2,3,,5\n", "In line 2: number of fields not 5 as it should be for enum"},
+    {sawtooth, "1,2,-.5,nan, 0x1p-2,5,-1\n", "1,2,-0.5,nan,0.25,5,4294967295\n"},
+    {sawtooth, "\n", "In line 2: number of fields not 7 as it should be for sawtooth"},
+    {sawtooth, "1,2,3,4,1e,6,7", R"(Error parsing: "1e")"},
+    {continuous, "1,2,-inf,1e999,1e-7,4294967295,6\n", "1,2,-inf,inf,1e-07,2147483647,6\n"},
+    {continuous, "1,2,3,4,5,6,7\r\n\r\n", "In line 3: number of fields not 7 as it should be for continuous"},
+    {readBack<DataIntervalRawDEPRECATED>, "1,2,3\n", ""}};
 
-TEST(CsvInput, EveryKindReadsItsColumns) {
-  for (const auto& [kind, lines, printed] : kRead) {
-    EXPECT_EQ(readAndPrint(kind, lines), printed) << lines;
+TEST(CsvInput, EveryKindHasItsColumnsAndFaults) {
+  for (const auto& [function, lines, result] : kRows) {
+    EXPECT_EQ(function(lines), result) << lines;
   }
-}
-
-TEST(CsvInput, EachColumnGoesToItsOwnField) {
-  TextInput input("1,2,3,4,5,6,7\n");
-  const auto rows = readCsvLines(input, kSawtooth, kGreenwich);
-  const auto& row = *rows.at(0)->data.as<protocol::DataIntervalSawtooth>();
-  EXPECT_EQ(std::tie(row.begin, row.end, row.min, row.avg, row.max, row.ngood, row.nbad),
-            std::tuple(1, 2, 3.0, 4.0, 5.0, 6u, 7u));
-}
-
-struct FaultRow {
-  const DataInterval& kind;
-  std::string lines, message;
-};
-const FaultRow kFaults[] = {
-    {kIncidents, "1,2,a\n1,2,a,b", "In line 3: number of fields not 3 as it should be for incidents"},
-    {kSawtooth, "\n", "In line 2: number of fields not 7 as it should be for sawtooth"},
-    {kEnum, "1,2,3,,5\n", "In line 2: number of fields not 5 as it should be for enum"},
-    {kContinuous, "1,2,3,4,5,6,7\r\n\r\n",
-     "In line 3: number of fields not 7 as it should be for continuous"},
-    {kContinuous, "1,2,3,4,5,6,7,8,9", "In line 2: number of fields not 7 as it should be for continuous"},
-    {kIncidents, "1,2x,a", R"(Error parsing: "2x")"},
-    {kEnum, "1,2,1.5,0,0", R"(Error parsing: "1.5")"},
-    {kSawtooth, "1,2,3,4,1e,6,7", R"(Error parsing: "1e")"},
-    {kContinuous, "1,2,3,4,5,6,'", R"(Error parsing: "\'")"},
-};
-
-TEST(CsvInput, AFaultInAnyLineEndsTheReading) {
-  for (const auto& [kind, lines, message] : kFaults) {
-    EXPECT_EQ(textOf<error::Exception>([&, &k = kind, &l = lines] { readAndPrint(k, l); }), message);
-  }
+  const auto rows = read<DataIntervalSawtooth>("1,2,3,4,5,6,7\n");
+  const auto& row = *rows.at(0)->data.as<DataIntervalSawtooth>();
+  EXPECT_TRUE(row.min == 3 && row.avg == 4 && row.max == 5);
 }
 
 TEST(CsvInput, TimesAreSecondsOrFixedPositions) {
-  const std::pair<const char*, std::int64_t> rows[] = {
-      {"0012", 12},
-      {"4294967295", -1},
-      {"2003-03-25 00:25:03", 1048551903},
-      {"2003x03/25T00.25 03 and more", 1048551903},
-      {"2003-03-25 00:25:", 1048551900},  // 17 characters, and no second
-      {"2003-02-31 00:25:61", 1046651161},
-      {"1969-12-31 23:59:58", -2},
-      {"2038-01-19 03:14:07", 2147483647},
-      {"2003-13-25 00:25:03", 0},
-      {"2003-00-25 00:25:03", 0},
-      {"2003-03-00 00:25:03", 0},
-      {"2003-03-25 24:25:03", 0},
-      {"2003-03-25 00:60:03", 0},
-      {"2003-03-25 00:25:62", 0},
-      {"1899-03-25 00:25:03", 0}};
-  for (const auto& [text, time] : rows) {
-    EXPECT_EQ(parseCsvTime(text, kGreenwich), time) << text;
+  const auto parse = [](const char* text) { return parseCsvTime(text, kGreenwich); };
+  EXPECT_EQ(parse("4294967295"), -1);
+  EXPECT_EQ(parse("2003-03-25 00:25:03"), 1048551903);
+  EXPECT_EQ(parse("2003x03/25T00.25 03 etc."), 1048551903);
+  EXPECT_EQ(parse("2003-03-25 00:25:"), 1048551900);
+  EXPECT_EQ(parse("2003-02-31 00:25:61"), 1046651161);
+  EXPECT_EQ(parse("2038-01-19 03:14:07"), 2147483647);
+  for (const char* text : {"2003-13-25 00:25:03", "2003-00-25 00:25:03", "2003-03-00 00:25:03",
+                           "2003-03-25 24:25:03", "2003-03-25 00:60:03", "1899-03-25 00:25:03"}) {
+    EXPECT_EQ(parse(text), 0) << text;
   }
-  EXPECT_EQ(parseCsvTime("2003-03-25 00:25:03", TimeZone(-3600)), 1048555503);
   for (const char* text : {"2038-01-19 03:14:08", "1901-12-13 20:45:51"}) {
-    EXPECT_EQ(textOf<error::EParseError>([&] { parseCsvTime(text, kGreenwich); }),
-              "Error parsing: " + quotedString(text));
+    EXPECT_EQ(textOf<error::EParseError>([&] { parse(text); }), "Error parsing: " + quotedString(text));
   }
-  EXPECT_EQ(textOf<error::EParseError>([] { parseCsvTime("2003-03-25 0x:25:03", kGreenwich); }),
-            R"(Error parsing: "0x")");
-  EXPECT_THROW(parseCsvTime("2003-03-25 00:25", kGreenwich), std::out_of_range);
+  EXPECT_EQ(textOf<error::EParseError>([&] { parse("2003-03-25 0x:25:03"); }), R"(Error parsing: "0x")");
+  EXPECT_THROW(parse("2003-03-25 00:25"), std::out_of_range);
 }
 
-// 10,000 rows as select -u writes them.
-template <class Record, class Fill>
-std::string randomRows(Fill fill) {
-  std::mt19937_64 random(1);
+template <class Record>
+void expectSameTextBack(void (*fill)(Record&, Random&)) {
+  Random random(1);
   dataquery::Intervals rows;
   for (int i = 0; i < 10000; ++i) {
     auto& row = rows.emplace_back().emplace().data.template emplace<Record>();
     row.begin = static_cast<std::int32_t>(random());
     row.end = std::max(row.begin, static_cast<std::int32_t>(random()));
-    row.ngood = static_cast<std::uint32_t>(random()) >> 1;
-    row.nbad = static_cast<std::uint32_t>(random()) >> random() % 31 >> 1;
+    row.ngood = static_cast<std::uint32_t>(random() >> 33);
+    row.nbad = row.ngood >> random() % 31;
     fill(row, random);
   }
-  return print(rows);
+  const std::string printed = print(rows);
+  EXPECT_TRUE(readBack<Record>(printed) == printed);
+}
+
+void fillMask(DataIntervalEnum& row, Random& random) { row.mask = static_cast<std::uint32_t>(random()); }
+
+template <class Span>
+void fillReals(Span& row, Random& random) {  // with up to six significant digits
+  for (double* value : {&row.min, &row.avg, &row.max}) {
+    *value = stringToReal(intToString(static_cast<std::int32_t>(random()) % 1000000) + "e" +
+                          intToString(static_cast<std::int32_t>(random() % 600) - 300));
+  }
 }
 
 TEST(CsvInput, WhatWasPrintedReadsBackAsTheSameText) {
-  const auto fillReals = [](auto& row, std::mt19937_64& random) {
-    for (double* value : {&row.min, &row.avg, &row.max}) {
-      const std::string digits = std::to_string(static_cast<std::int32_t>(random()) % 1000000);
-      *value = std::strtod((digits + "e" + std::to_string(static_cast<int>(random() % 600) - 300)).c_str(),
-                           nullptr);
-    }
-  };
-  const auto fillMask = [](auto& row, std::mt19937_64& random) {
-    row.mask = static_cast<std::uint32_t>(random());
-  };
-  const auto sawtooth = randomRows<protocol::DataIntervalSawtooth>(fillReals);
-  EXPECT_TRUE(readAndPrint(kSawtooth, sawtooth) == sawtooth);
-  const auto continuous = randomRows<protocol::DataIntervalContinuous>(fillReals);
-  EXPECT_TRUE(readAndPrint(kContinuous, continuous) == continuous);
-  const auto masks = randomRows<protocol::DataIntervalEnum>(fillMask);
-  EXPECT_TRUE(readAndPrint(kEnum, masks) == masks);
+  expectSameTextBack<DataIntervalSawtooth>(fillReals);
+  expectSameTextBack<DataIntervalEnum>(fillMask);
+  expectSameTextBack<DataIntervalContinuous>(fillReals);
 }
 
 }  // namespace

@@ -7,20 +7,12 @@
 #include "foundation/input.h"
 
 // Delivers a text in pieces of at most this size.
-class TextInput final : public LineReader {
- public:
-  explicit TextInput(std::string text, std::size_t piece = 4096) : text_(std::move(text)), piece_(piece) {}
-
-  std::size_t consumed() const { return at_; }
-
- private:
+struct TextInput final : LineReader {
+  explicit TextInput(std::string content, std::size_t size = 4096) : text(std::move(content)), piece(size) {}
   std::size_t read(std::span<char> block) override {
-    const std::size_t count = text_.copy(block.data(), std::min(block.size(), piece_), at_);
-    at_ += count;
-    return count;
+    const std::size_t count = text.copy(block.data(), std::min(block.size(), piece), consumed);
+    return consumed += count, count;
   }
-
-  std::string text_;
-  std::size_t piece_;
-  std::size_t at_ = 0;
+  std::string text;
+  std::size_t piece, consumed = 0;
 };
