@@ -17,8 +17,8 @@ constexpr std::int32_t kMajorMask = 0xFF00;
 // As much is written ahead of what a client takes.
 constexpr std::size_t kBufferTarget = 256 * 1024;
 
-// So that a client that sends many requests at once does not keep the others waiting.
-constexpr int kMessagesPerTurn = 16;
+// After so long, the rest of what a client has sent waits until the others have had their turn.
+constexpr std::chrono::milliseconds kTurn{2};
 
 // "Morvex", above the number of the session.
 constexpr const char* kKeyPrefix = "4d6f7276657800000000";
@@ -109,11 +109,15 @@ void Client::takeInput(Time now) {
       reader_.read();
       backlog_ = true;
     }
-    for (int count = 0; count < kMessagesPerTurn && hasBacklog(); ++count) {
+    const Time end = now + kTurn;
+    while (hasBacklog()) {
       if (const std::unique_ptr<protocol::BerValue> message = reader_.nextMessage()) {
         take(*message, now);
       } else {
         backlog_ = false;
+      }
+      if (std::chrono::steady_clock::now() >= end) {
+        break;
       }
     }
   });

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <utility>
 
 // The sandbox's only system calls: sockets that never block, waiting for them, and the signals that end the
 // program.

@@ -51,10 +51,7 @@ bool isIdentity(const protocol::RelativeExpr& term) {
 Pattern::Pattern(protocol::Owned<PathPattern> source, const Tree& tree) : source_(std::move(source)) {
   collect();
   for (Step& step : steps_) {
-    Step compiled = compile(*step.source, tree);
-    compiled.required = std::move(step.required);
-    compiled.optional = std::move(step.optional);
-    step = std::move(compiled);
+    compile(step, tree);
   }
   connect();
 }
@@ -83,12 +80,11 @@ void Pattern::collect() {
   }
 }
 
-Pattern::Step Pattern::compile(const PathPattern& source, const Tree& tree) const {
+void Pattern::compile(Step& step, const Tree& tree) {
+  const PathPattern& source = *step.source;
   if ((source.flags & ~kKnownFlags) != 0) {
     throw Refusal(ErrorCode::notImplemented, "The modifiers # and - are not implemented");
   }
-  Step step;
-  step.source = &source;
   step.flags = source.flags;
   step.objectClass = classNamed(source.className);
   step.impossible = !step.objectClass && source.className != ".";
@@ -104,7 +100,6 @@ Pattern::Step Pattern::compile(const PathPattern& source, const Tree& tree) cons
     }
     step.filter.push_back(compiled);
   }
-  return step;
 }
 
 // From the last step to the first: what may be entered instead of a recursive step is then known.

@@ -79,7 +79,7 @@ class Pattern {
   };
 
   void collect();
-  Step compile(const protocol::PathPattern& source, const Tree& tree) const;
+  static void compile(Step& step, const Tree& tree);
   void connect();
   bool holdsAll(const Tree& tree, ObjectIndex index, const std::vector<Term>& filter);
 

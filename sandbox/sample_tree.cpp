@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "query/tql/property_codec.h"
 #include "sandbox/sample_properties.h"

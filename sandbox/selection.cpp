@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <map>
+#include <utility>
 
 #include "sandbox/refusal.h"
 
