@@ -1,9 +1,17 @@
 #include "sandbox/answer.h"
 
+#include <cstddef>
+
 #include "protocol/encoding.h"
 #include "protocol/messages/envelope.h"
 
 namespace sandbox {
+namespace {
+
+// What one text of an ErrorResp holds.
+constexpr std::size_t kMaxText = 1024;
+
+}  // namespace
 
 bool MessageAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
   message_->write(io, legacy);
@@ -15,8 +23,8 @@ std::unique_ptr<Answer> makeRefusal(std::int32_t requestId, const Refusal& refus
   response->requestId = requestId;
   auto& error = response->resp.emplace<protocol::ErrorResp>();
   error.code = static_cast<std::int32_t>(refusal.code);
-  if (!refusal.text.empty()) {
-    error.args.push_back(refusal.text);
+  for (const std::string& text : refusal.texts) {
+    error.args.push_back(text.substr(0, kMaxText));
   }
   return std::make_unique<MessageAnswer>(std::move(response));
 }

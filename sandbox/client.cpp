@@ -51,6 +51,7 @@ bool Sessions::isIssued(const BigNum& key) const { return key > keyOf(0) && key 
 std::size_t ClientStream::read(std::uint8_t* bytes, std::size_t capacity) {
   const auto received = peer_.receive({bytes, capacity});
   ended_ = !received;
+  activity_.bytesReceived += received.value_or(0);
   return received.value_or(0);
 }
 
@@ -68,6 +69,7 @@ bool ClientStream::drain() {
       break;
     }
     sent_ += *sent;
+    activity_.bytesSent += *sent;
   }
   if (buffered() == 0 || sent_ >= kBufferTarget) {
     buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(sent_));
@@ -77,12 +79,15 @@ bool ClientStream::drain() {
 }
 
 Client::Client(Peer peer, Service& service)
-    : Client(std::make_unique<ClientStream>(std::move(peer)), service) {}
+    : Client(std::make_unique<ClientStream>(std::move(peer), service.activity), service) {}
 
 Client::Client(std::unique_ptr<ClientStream> stream, Service& service)
     : service_(service),
       stream_(stream.get()),
-      reader_(protocol::guiProtocol::instance(), std::move(stream)) {}
+      reader_(protocol::guiProtocol::instance(), std::move(stream)) {
+  ++service_.activity.accepted;
+  ++service_.activity.connected;
+}
 
 std::optional<Time> Client::nextTurn(Time now) const {
   if (hasBacklog()) {
@@ -130,7 +135,7 @@ void Client::giveOutput(Time now) {
   guard([&] {
     while (stream_->buffered() < kBufferTarget && isDue(now)) {
       if (queue_.front().answer->writePortion(*stream_, reader_.legacy())) {
-        queue_.pop_front();
+        finishAnswer();
       }
     }
     if (!stream_->drain()) {
@@ -140,6 +145,15 @@ void Client::giveOutput(Time now) {
   if (state_ == State::ending && queue_.empty() && stream_->buffered() == 0) {
     drop();
   }
+}
+
+void Client::finishAnswer() {
+  if (const Queued& done = queue_.front(); done.kind) {
+    const auto time = std::chrono::steady_clock::now() - done.asked;
+    const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
+    service_.activity.of(*done.kind).time.add(static_cast<std::uint64_t>(microseconds));
+  }
+  queue_.pop_front();
 }
 
 void Client::take(protocol::BerValue& message, Time now) {
@@ -204,12 +218,15 @@ void Client::openSession(const BigNum& key, Time now) {
   response.rootId = service_.handler.rootId();
   response.text3 = "sandbox";
   queueMessage(std::move(response), now);
+  ++service_.activity.sessions;
   state_ = State::open;
 }
 
 void Client::serve(protocol::BerValue& message, Time now) {
   if (auto* request = dynamic_cast<protocol::Request*>(&message)) {
-    queue(service_.handler.answer(*request), now + service_.options.delay);
+    const Time asked = std::chrono::steady_clock::now();
+    const RequestKind kind = kindOf(*request);
+    queue_.push_back({service_.handler.answer(*request), now + service_.options.delay, asked, kind});
   } else if (dynamic_cast<const protocol::ServerTimeReq*>(&message) != nullptr) {
     const WallClock clock = wallClock();
     protocol::ServerTimeResp response;

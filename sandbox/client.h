@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -11,14 +10,13 @@
 #include "foundation/big_num.h"
 #include "protocol/ber_reader.h"
 #include "protocol/messages/handshake.h"
+#include "sandbox/activity.h"
 #include "sandbox/answer.h"
 #include "sandbox/handler.h"
 #include "sandbox/network.h"
 #include "sandbox/options.h"
 
 namespace sandbox {
-
-using Time = std::chrono::steady_clock::time_point;
 
 // The sessions of this run, which can be reopened as long as it lasts.
 class Sessions {
@@ -33,14 +31,16 @@ class Sessions {
 // What the clients share.
 struct Service {
   const Options& options;
-  const Handler& handler;
+  Handler& handler;
+  Activity& activity;
   Sessions sessions;
 };
 
 // The stream under a client's reader: input straight from the connection, output into a buffer.
 class ClientStream final : public old_protocol::BasicIo {
  public:
-  explicit ClientStream(Peer peer) : peer_(std::move(peer)) {}
+  // activity must outlive the stream.
+  ClientStream(Peer peer, Activity& activity) : peer_(std::move(peer)), activity_(activity) {}
 
   // Returns 0 if nothing has come, or nothing ever will; the latter sets ended.
   std::size_t read(std::uint8_t* bytes, std::size_t capacity) override;
@@ -57,6 +57,7 @@ class ClientStream final : public old_protocol::BasicIo {
 
  private:
   Peer peer_;
+  Activity& activity_;
   std::vector<std::uint8_t> buffer_;
   std::size_t sent_ = 0;
   bool ended_ = false;
@@ -67,6 +68,9 @@ class Client {
  public:
   // service must outlive the client.
   Client(Peer peer, Service& service);
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+  ~Client() { --service_.activity.connected; }
 
   // Takes what has come, or goes on with a backlog. Broken or unexpected input ends the client.
   void takeInput(Time now);
@@ -92,6 +96,8 @@ class Client {
   struct Queued {
     std::unique_ptr<Answer> answer;
     Time due;
+    Time asked;                       // when its request came
+    std::optional<RequestKind> kind;  // of that request, if it is one that is counted
   };
 
   Client(std::unique_ptr<ClientStream> stream, Service& service);
@@ -103,12 +109,13 @@ class Client {
   void negotiate(const protocol::ClientWants& wants, Time now);
   void logIn(const protocol::BerValue& message, Time now);
   void serve(protocol::BerValue& message, Time now);
-  void queue(std::unique_ptr<Answer> answer, Time due) { queue_.push_back({std::move(answer), due}); }
   template <class Message>
   void queueMessage(Message message, Time due) {
-    queue(std::make_unique<MessageAnswer>(std::make_unique<Message>(std::move(message))), due);
+    queue_.push_back({std::make_unique<MessageAnswer>(std::make_unique<Message>(std::move(message))), due,
+                      due, std::nullopt});
   }
   void openSession(const BigNum& key, Time now);
+  void finishAnswer();
 
   Service& service_;
   ClientStream* stream_;  // owned by the reader

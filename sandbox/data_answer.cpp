@@ -1,13 +1,27 @@
 #include "sandbox/data_answer.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace sandbox {
 namespace {
 
-constexpr std::int64_t kEntriesPerPortion = 512;
+constexpr int kEntriesPerPortion = 512;
 
 }  // namespace
+
+DataAnswer::DataAnswer(std::int32_t requestId, const Series& series,
+                       std::shared_ptr<const StoredSeries> stored, std::int64_t start, std::int64_t end,
+                       Activity& activity)
+    : requestId_(requestId),
+      series_(series),
+      stored_(std::move(stored)),
+      start_(start),
+      ownRange_(series.within(start, end)),
+      activity_(activity) {
+  if (stored_ != nullptr) {
+    storedRange_ = stored_->within(start, end);
+  }
+}
 
 bool DataAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
   ItemWriter to(io, legacy);
@@ -17,17 +31,53 @@ bool DataAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
     to.open(protocol::BE_SEQ);
     opened_ = true;
   }
-  const std::int64_t end = std::min(range_.first + kEntriesPerPortion, range_.behindLast);
-  for (; range_.first < end; ++range_.first) {
-    series_.fill(range_.first, interval_);
-    to.item(interval_);
+  for (int count = 0; count < kEntriesPerPortion; ++count) {
+    const protocol::BerValue* const entry = next();
+    if (entry == nullptr) {
+      to.close();
+      to.closeResponse();
+      return true;
+    }
+    to.open(protocol::DataInterval::kSchema.tag);
+    to.item(*entry);
+    to.close();
+    ++activity_.rowsSent;
   }
-  if (range_.first < range_.behindLast) {
-    return false;
+  return false;
+}
+
+// Good until the following call. Null behind the last.
+const protocol::BerValue* DataAnswer::next() {
+  while (storedRange_.first < storedRange_.behindLast) {
+    if (hasOwn()) {
+      const std::strong_ordering order = stored_->compare(storedRange_.first, own_);
+      if (order > 0) {
+        return takeOwn();
+      }
+      if (order == 0) {
+        takeOwn();
+      }
+    }
+    const std::size_t index = storedRange_.first++;
+    if (stored_->overlaps(index, start_)) {
+      return &(*stored_)[index];
+    }
   }
-  to.close();
-  to.closeResponse();
-  return true;
+  return hasOwn() ? takeOwn() : nullptr;
+}
+
+bool DataAnswer::hasOwn() {
+  if (!made_ && ownRange_.first < ownRange_.behindLast) {
+    series_.fill(ownRange_.first, own_);
+    made_ = true;
+  }
+  return made_;
+}
+
+const protocol::BerValue* DataAnswer::takeOwn() {
+  ++ownRange_.first;
+  made_ = false;
+  return own_.data.get();
 }
 
 }  // namespace sandbox

@@ -1,33 +1,47 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <string>
 
 #include "protocol/messages/envelope.h"
+#include "sandbox/activity.h"
 #include "sandbox/answer.h"
+#include "sandbox/calls.h"
+#include "sandbox/data_requests.h"
+#include "sandbox/options.h"
 #include "sandbox/tree.h"
+#include "sandbox/updates.h"
 
 namespace sandbox {
 
 // Serves the requests of all clients. What it cannot serve it refuses with an error code.
 class Handler {
  public:
-  // The tree must outlive the handler and its answers.
-  explicit Handler(const Tree& tree) : tree_(tree) {}
+  // Tree and activity must outlive the handler and its answers.
+  Handler(Tree& tree, Activity& activity, const Options& options)
+      : tree_(tree),
+        activity_(activity),
+        data_(tree, activity),
+        updates_(tree, activity, options.conflicts),
+        calls_(tree, activity, options.metrics) {}
 
-  std::unique_ptr<Answer> answer(protocol::Request& request) const;
+  // Takes from the request what it has to keep.
+  std::unique_ptr<Answer> answer(protocol::Request& request);
 
   // The object from which clients start.
   std::string rootId() const { return tree_.id(Tree::kRoot); }
 
  private:
-  std::unique_ptr<Answer> serve(std::int32_t requestId, protocol::SelectReq& request) const;
-  std::unique_ptr<Answer> serve(std::int32_t requestId, const protocol::GetDataReq& request) const;
-  std::unique_ptr<Answer> serve(std::int32_t requestId, const protocol::GetLastDataReq& request) const;
-
-  ObjectIndex objectWith(const std::string& id) const;
-  Series seriesOf(const std::string& id, const std::string& tableName) const;
+  std::unique_ptr<Answer> serve(protocol::Request& request, RequestKind kind);
+  std::unique_ptr<Answer> select(std::int32_t requestId, protocol::SelectReq& request) const;
+  std::unique_ptr<Answer> update(std::int32_t requestId, protocol::UpdateReq& request);
 
   const Tree& tree_;
+  Activity& activity_;
+  DataRequests data_;
+  Updates updates_;
+  Calls calls_;
 };
 
 }  // namespace sandbox

@@ -14,9 +14,10 @@ namespace {
 void run(const sandbox::Options& options) {
   sandbox::catchStopSignals();
   sandbox::Listener listener(options.port);
-  const sandbox::Tree tree = sandbox::makeSampleTree(options.nodes, options.rows);
-  const sandbox::Handler handler(tree);
-  sandbox::Service service{options, handler, {}};
+  sandbox::Tree tree = sandbox::makeSampleTree(options.nodes, options.rows);
+  sandbox::Activity activity;
+  sandbox::Handler handler(tree, activity, options);
+  sandbox::Service service{options, handler, activity, {}};
 
   standardOutput().write("Listening on 127.0.0.1:" + std::to_string(listener.port()) + "\n");
   standardOutput().flush();

@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::uint32_t kMaxNodes = 5'000'000;
 constexpr std::uint32_t kMaxRows = 20'000'000;
+constexpr std::uint32_t kMaxMetrics = 1'000'000;
+constexpr std::uint32_t kMaxConflicts = 1'000'000;
 constexpr std::uint32_t kMaxDelay = 60'000;
 
 std::uint32_t numberUpTo(std::uint32_t limit, std::string_view option, std::string_view text) {
@@ -41,6 +43,10 @@ constexpr Row kRows[] = {
                    std::string_view value) { to.nodes = numberUpTo(kMaxNodes, option, value); }},
     {"--rows", [](Options& to, std::string_view option,
                   std::string_view value) { to.rows = numberUpTo(kMaxRows, option, value); }},
+    {"--metrics", [](Options& to, std::string_view option,
+                     std::string_view value) { to.metrics = numberUpTo(kMaxMetrics, option, value); }},
+    {"--conflicts", [](Options& to, std::string_view option,
+                       std::string_view value) { to.conflicts = numberUpTo(kMaxConflicts, option, value); }},
     {"--delay",
      [](Options& to, std::string_view option, std::string_view value) {
        to.delay = std::chrono::milliseconds(numberUpTo(kMaxDelay, option, value));
@@ -63,7 +69,8 @@ const char* const kUsage =
     "\n"
     "A small Morvex Server with sample data, to try morvex-tool and scripts on. It listens on 127.0.0.1,\n"
     "prints \"Listening on 127.0.0.1:PORT\" once it does, and serves until it is told to end by SIGINT or\n"
-    "SIGTERM. Nothing is kept from one run to the next.\n"
+    "SIGTERM. Objects can be updated and data stored, for all clients to see, but nothing is kept from one\n"
+    "run to the next.\n"
     "\n"
     "  --port N         the port to listen on; 0 takes a free one (default 3241)\n"
     "  --login NAME     the login that is let in (default admin)\n"
@@ -72,6 +79,8 @@ const char* const kUsage =
     "  --nodes N        adds N nodes below the domain \"generated\", a thousand in each of its subdomains\n"
     "  --rows N         adds the node \"scale\" to the root: the checks continuous, sawtooth and enum, and\n"
     "                   its incident log, hold N entries each\n"
+    "  --metrics N      adds the group \"many\" to the metrics, with the counters m0 to m(N-1)\n"
+    "  --conflicts N    refuses the first N updates, as if somebody else had just changed the object\n"
     "  --delay MS       holds each answer to a request back for so many milliseconds\n"
     "  --help           prints this text\n"
     "\n"

@@ -12,8 +12,10 @@ struct Options {
   std::string login = "admin";
   std::string password = "secret";
   std::string domain = ".";
-  std::uint32_t nodes = 0;  // generated nodes beside the sample tree
-  std::uint32_t rows = 0;   // of each check of the "scale" node; 0: no such node
+  std::uint32_t nodes = 0;      // generated nodes beside the sample tree
+  std::uint32_t rows = 0;       // of each check of the "scale" node; 0: no such node
+  std::uint32_t metrics = 0;    // counters beside the usual metrics
+  std::uint32_t conflicts = 0;  // updates to refuse, from the first on
   std::chrono::milliseconds delay{0};
   bool help = false;
 };

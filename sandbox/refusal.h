@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace sandbox {
 
@@ -10,18 +11,28 @@ namespace sandbox {
 enum class ErrorCode : std::int32_t {
   unknownId = 1,
   nothingMatched = 2,
+  conflict = 3,
+  duplicate = 4,
+  missingProperty = 6,
+  unknownProperty = 7,
+  constProperty = 8,
+  illegalType = 9,
+  illegalValue = 10,
   incomparable = 11,
   notImplemented = 12,
   backendError = 14,
+  accessDenied = 15,
 };
 
-// A request that cannot be served, thrown from wherever that is found out. The text, if any, goes to the
+// A request that cannot be served, thrown from wherever that is found out. The texts, if any, go to the
 // client beside the code.
 struct Refusal {
-  explicit Refusal(ErrorCode reason, std::string words = {}) : code(reason), text(std::move(words)) {}
+  explicit Refusal(ErrorCode reason) : code(reason) {}
+  Refusal(ErrorCode reason, std::string text) : code(reason), texts{std::move(text)} {}
+  Refusal(ErrorCode reason, std::vector<std::string> several) : code(reason), texts(std::move(several)) {}
 
   ErrorCode code;
-  std::string text;
+  std::vector<std::string> texts;
 };
 
 }  // namespace sandbox

@@ -23,35 +23,20 @@ bool SelectAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
   }
   const std::size_t end = std::min(next_ + kObjectsPerPortion, matches_.size());
   for (; next_ < end; ++next_) {
-    closeDownTo(to, matches_[next_].depth);
-    openObject(to, matches_[next_]);
+    writeObject(to, matches_[next_]);
   }
   if (next_ < matches_.size()) {
     return false;
   }
-  closeDownTo(to, 0);
+  nesting_.end(to);
   to.close();
   to.closeResponse();
   return true;
 }
 
-void SelectAnswer::closeDownTo(ItemWriter& to, std::uint32_t depth) {
-  for (; openObjects_ > depth; --openObjects_) {
-    to.close();  // its children
-    to.open(protocol::BE_SET);
-    to.close();
-    to.close();
-  }
-}
-
-// Up to the list of its children, which stays open.
-void SelectAnswer::openObject(ItemWriter& to, const Match& match) {
-  to.open(protocol::Object::kSchema.tag);
-  to.text(classNameOf(tree_[match.object].objectClass));
-  to.number(match.object);
-  to.text(tree_.id(match.object));
-  to.text(tree_.version(match.object));
-  to.open(protocol::BE_SEQ);
+void SelectAnswer::writeObject(ItemWriter& to, const Match& match) {
+  nesting_.begin(to, match.depth, classNameOf(tree_[match.object].objectClass), match.object,
+                 tree_.id(match.object), tree_.version(match.object));
   bool all = false;
   const std::vector<std::string_view>& wanted = pattern_.wanted(match.steps, all);
   for (const std::string_view name : all ? tree_.propertyNames(match.object) : wanted) {
@@ -59,9 +44,7 @@ void SelectAnswer::openObject(ItemWriter& to, const Match& match) {
       to.item(*property);
     }
   }
-  to.close();
-  to.open(protocol::BE_SEQ);
-  ++openObjects_;
+  nesting_.endProperties(to);
 }
 
 }  // namespace sandbox

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "sandbox/answer.h"
+#include "sandbox/object_nesting.h"
 #include "sandbox/selection.h"
 
 namespace sandbox {
@@ -14,15 +15,14 @@ class SelectAnswer final : public Answer {
   bool writePortion(protocol::BasicIo& io, bool legacy) override;
 
  private:
-  void closeDownTo(ItemWriter& to, std::uint32_t depth);
-  void openObject(ItemWriter& to, const Match& match);
+  void writeObject(ItemWriter& to, const Match& match);
 
   std::int32_t requestId_;
   const Tree& tree_;
   Pattern pattern_;
   std::vector<Match> matches_;
   std::size_t next_ = 0;
-  std::uint32_t openObjects_ = 0;
+  ObjectNesting nesting_;
   protocol::Property scratch_;
 };
 

@@ -23,6 +23,8 @@ class Series {
   // seed tells the object from others. Times are in seconds since 1970.
   Series(const SeriesPlan& plan, std::uint32_t seed, std::int64_t now);
 
+  bool holdsData() const { return plan_.kind != SeriesKind::none; }
+
   // What describes the series to a client.
   std::int32_t dataType() const;
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "query/tql/property_codec.h"
+#include "sandbox/refusal.h"
 
 namespace sandbox {
 namespace {
@@ -93,6 +94,14 @@ std::optional<ObjectIndex> Tree::find(std::string_view id) const {
   return number - 1;
 }
 
+ObjectIndex Tree::indexOf(const std::string& id) const {
+  const auto index = find(id);
+  if (!index) {
+    throw Refusal(ErrorCode::unknownId, "No object has the id \"" + id + "\"");
+  }
+  return *index;
+}
+
 std::string Tree::id(ObjectIndex index) const { return upperHex(index + 1); }
 
 std::string Tree::version(ObjectIndex index) const {
@@ -122,6 +131,33 @@ std::vector<std::string_view> Tree::propertyNames(ObjectIndex index) const {
     names.push_back(property.name);
   }
   return names;
+}
+
+bool Tree::hasSiblingNamed(ObjectIndex index, std::string_view siblingName) const {
+  if (objects_[index].parent == kNoObject) {
+    return false;
+  }
+  Property scratch;
+  for (ObjectIndex child = objects_[objects_[index].parent].firstChild; child != kNoObject;
+       child = objects_[child].nextSibling) {
+    const Property* const name = property(child, "siblingName", scratch);
+    if (child != index && name != nullptr && name->data.as<protocol::StringProp>()->value == siblingName) {
+      return true;
+    }
+  }
+  return false;
+}
+
+Property& Tree::edit(ObjectIndex index, std::string_view name) {
+  Object& object = objects_[index];
+  PropertyList& list = stored_[index];
+  if (object.generated) {
+    for (const std::string_view generated : kGeneratedNames) {
+      generatedProperty(object, generated, list.emplace_back());
+    }
+    object.generated = false;
+  }
+  return *std::find_if(list.begin(), list.end(), [&](const Property& one) { return one.name == name; });
 }
 
 }  // namespace sandbox

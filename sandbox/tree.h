@@ -24,7 +24,7 @@ const std::string& classNameOf(ObjectClass objectClass);
 using PropertyList = std::vector<protocol::Property>;
 
 // The objects that the server holds. Children stand in the order in which they were added. Most objects of a
-// large tree are generated: these have a number instead of stored properties.
+// large tree are generated: these have a number instead of stored properties, until one is changed.
 class Tree {
  public:
   struct Object {
@@ -51,6 +51,8 @@ class Tree {
   std::size_t size() const { return objects_.size(); }
 
   std::optional<ObjectIndex> find(std::string_view id) const;
+  // Throws Refusal for an id that no object has.
+  ObjectIndex indexOf(const std::string& id) const;
   std::string id(ObjectIndex index) const;
   std::string version(ObjectIndex index) const;
 
@@ -61,6 +63,15 @@ class Tree {
 
   // The names of an object's properties but for the id, in a fixed order.
   std::vector<std::string_view> propertyNames(ObjectIndex index) const;
+
+  // Whether another child of the same object has this name.
+  bool hasSiblingNamed(ObjectIndex index, std::string_view siblingName) const;
+
+  // A property that the object has, other than the id, to be changed in place.
+  protocol::Property& edit(ObjectIndex index, std::string_view name);
+
+  // From here on the object has another version.
+  void touch(ObjectIndex index) { ++objects_[index].changes; }
 
  private:
   ObjectIndex link(ObjectIndex parent, Object object);

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+#include "protocol/messages/envelope.h"
+
+namespace sandbox {
+
+using Time = std::chrono::steady_clock::time_point;
+
+enum class RequestKind : std::uint8_t { call, getData, getLastData, putData, select, update, other };
+inline constexpr std::size_t kRequestKinds = 7;
+
+RequestKind kindOf(const protocol::Request& request);
+
+// Samples of how long something took. min is above max as long as there is none.
+struct Timing {
+  std::uint64_t n = 0;
+  std::uint64_t min = std::numeric_limits<std::uint64_t>::max();
+  std::uint64_t max = 0;
+  std::uint64_t sum = 0;
+  std::uint64_t sumSquares = 0;
+
+  void add(std::uint64_t sample) {
+    ++n;
+    min = std::min(min, sample);
+    max = std::max(max, sample);
+    sum += sample;
+    sumSquares += sample * sample;
+  }
+};
+
+// What the server has done since it started; the metrics show it.
+struct Activity {
+  struct Requests {
+    std::uint64_t count = 0;
+    std::uint64_t errors = 0;
+    Timing time;  // from the request's arrival to the end of its answer, in microseconds
+  };
+
+  Requests& of(RequestKind kind) { return requests[static_cast<std::size_t>(kind)]; }
+
+  Time start = std::chrono::steady_clock::now();
+  std::uint64_t connected = 0;
+  std::uint64_t accepted = 0;
+  std::uint64_t sessions = 0;
+  std::uint64_t bytesReceived = 0;
+  std::uint64_t bytesSent = 0;
+  std::uint64_t updates = 0;
+  std::uint64_t conflicts = 0;
+  std::uint64_t actions = 0;
+  std::uint64_t rowsSent = 0;
+  std::uint64_t rowsStored = 0;
+  std::array<Requests, kRequestKinds> requests;
+};
+
+}  // namespace sandbox

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "protocol/messages/time_series.h"
+#include "sandbox/activity.h"
+#include "sandbox/answer.h"
+#include "sandbox/stored_series.h"
+#include "sandbox/tree.h"
+
+namespace sandbox {
+
+// Serves what reads and writes series. Throws Refusal for what cannot be served.
+class DataRequests {
+ public:
+  // Both must outlive it and its answers.
+  DataRequests(const Tree& tree, Activity& activity) : tree_(tree), activity_(activity) {}
+
+  std::unique_ptr<Answer> serve(std::int32_t requestId, const protocol::GetDataReq& request) const;
+  std::unique_ptr<Answer> serve(std::int32_t requestId, const protocol::GetLastDataReq& request) const;
+  // Takes the entries out of the request. Either all of them are stored or none.
+  std::unique_ptr<Answer> serve(std::int32_t requestId, protocol::PutDataReq& request);
+
+ private:
+  SeriesPlan planOf(ObjectIndex object, const std::string& tableName) const;
+
+  const Tree& tree_;
+  Activity& activity_;
+  StoredData stored_;
+};
+
+}  // namespace sandbox
