@@ -42,6 +42,9 @@ std::string quotedPath(const protocol::ListOfString1024& path) {
   return "\"" + text + "\"";
 }
 
+// The name of one of the counters of --metrics.
+std::string manyName(std::size_t number) { return std::string("m").append(std::to_string(number)); }
+
 }  // namespace
 
 MetricObject Metrics::operator[](std::size_t index) const {
@@ -52,7 +55,7 @@ MetricObject Metrics::operator[](std::size_t index) const {
   if (index == manyIndex()) {
     return {1, kGroup, std::string(kMany), false, {}, {}};
   }
-  return {2, kCounter, "m" + std::to_string(index - manyIndex() - 1), true, "", "One of many"};
+  return {2, kCounter, manyName(index - manyIndex() - 1), true, "", "One of many"};
 }
 
 Metrics::Place Metrics::find(const protocol::ListOfString1024& path) const {
@@ -107,7 +110,7 @@ std::optional<std::size_t> Metrics::manyNamed(std::string_view name) const {
   std::uint32_t number = 0;
   const char* const end = name.data() + name.size();
   if (name.size() < 2 || std::from_chars(name.data() + 1, end, number).ec != std::errc() || number >= many_ ||
-      name != "m" + std::to_string(number)) {
+      name != manyName(number)) {
     return std::nullopt;
   }
   return manyIndex() + 1 + number;

@@ -35,7 +35,7 @@ void takeNames(Arguments& arguments, PropertiesOptions& options) {
         "Notice: Both -a and specific properties specified.\n"
         "-a includes all properties.\n");
   }
-  options.propertyList = "*";
+  options.propertyList = std::string("*");
 }
 
 PropertiesOptions parsePropertiesOptions(int count, char** vector, int index) {

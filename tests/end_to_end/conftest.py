@@ -1,9 +1,29 @@
 import pathlib
 import sys
 
+import pytest
+
 sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
+
+from server import LOGIN
+from tool import Run, run, sandbox
 
 
 def pytest_make_parametrize_id(val):
     """Short: a name reaches the environment of each run, and some rows hold megabytes."""
     return getattr(val, "__name__", repr(val)[:40])
+
+
+@pytest.fixture(scope="module")
+def server():
+    with sandbox() as options:
+        yield options
+
+
+@pytest.fixture(scope="module")
+def ask(server):
+    def lines(*args, **options):
+        result = run(*server, *LOGIN, *args, **options)
+        assert result == Run(0, result.out, ""), args
+        return result.out.splitlines()
+    return lines

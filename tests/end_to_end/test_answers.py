@@ -4,10 +4,11 @@ import os
 import subprocess
 
 import pytest
-from ber import constructed, integer, integers, real, string, wire
+from ber import constructed, integer, integers, real, wire
 from peer import closes, expects, resets, sends
 from server import (BOTH, CHECK_42, END_OF_STREAM, GET_DATA, GET_LAST, LIST_DOMAINS, LOOKUP_42, LOOKUP_ROOT, NAME, NODE_42,
-                    RESET, ROOT, caught, data, misused, refusal, response, select, selected, session, step, thing)
+                    RESET, ROOT, caught, data, incident, interval, misused, refusal, response, select, selected, session, step,
+                    thing)
 from tool import SANITIZED, Run, environment, run
 
 LOOKUP_BACKBONE = wire("""74( 020100 A0( 31( 'root' )
@@ -32,6 +33,7 @@ CHECKS_OF_NODE = selected(1, thing("Node", "42", "box", thing("Check", "9", "htt
 LIST_ALL_DOMAINS = select(1, "root", step(".", 0, "", below=step("Domain", 1, BOTH)))
 DOMAINS = selected(1, thing("Domain", "root", "", thing("Domain", "2", "a", thing("Domain", "3", "b.", label="B"), label="A"),
                             thing("Domain", "4", "c", label="C")))
+NO_NAME = "Expected property name got: \"%s\" after parsing '[': parsing "
 
 
 @pytest.mark.parametrize("piece", [None, 1])
@@ -64,6 +66,9 @@ def test_listing(piece, args, lookup, found, query, answer, out):
      "Path is ambiguous."),
     ("listdomains", selected(0, thing("Domain", "root", "", constructed(0x30, wire("'Node' 0200 '5' '' 30( ) 30( ) 31( )")))),
      'Property "siblingName" not found in 5'),
+    ("insert", ROOT, "Path does not specify a Check or Node or DomainExport or CheckAccumulation, as it should."),
+    ("listproperties", refusal(0, 2), 'No object found that matches "."'),
+    ("update", selected(0, thing("Domain", "root", "", thing("Node", "1", "a"), thing("Node", "2", "b"))), "Path is ambiguous."),
     ("listdomains", data(0), "Wrong type in Select::decode."),
 ])
 def test_lookup_fails(command, answer, message):
@@ -74,6 +79,8 @@ def test_lookup_fails(command, answer, message):
     (["listdomains", ""], "path invalid or not specified"), (["listnodes", ",box"], "path invalid or not specified"),
     (["select", "a,b,c,d"], "Too many ,'s in path specification"),
     (["select", "-i", 'a"'], 'Unterminated string literal: parsing .*[siblingName] > .[siblingName] { id = "a"" }'),
+    (["listproperties", ".", "a", "Type"], f"{NO_NAME % 'Type'}Domain[siblingName, a, Type]"),
+    (["update", "-i", "5", "a=b", "=x"], f'{NO_NAME % "]"}.*[siblingName] > .[siblingName, a, ] {{ id = "5" }}'),
     (["listnodes", "n" * 1025], "String exceeds allowed length 1025 > 1024"),
 ])
 def test_paths_that_are_not_sent(args, message):
@@ -87,14 +94,6 @@ def test_very_long_path():
     request = wire("74( 020100 A0( 31( 'root' )") + head + front * count + back * count + tail + wire("020100 ) )")
     result = session(["listdomains", path], expects(request), sends(refusal(0, 2)))
     assert result == caught(f'No Domain found that matches "{path}"')
-
-
-def interval(kind, *fields):
-    return constructed(0x30, constructed(kind, *fields))
-
-
-def incident(time, severity, text):
-    return interval(0xA1, integer(time), wire(severity), string(text))
 
 
 RAW = interval(0xA0, wire("30( 30( 020101 020102 0900 ) )"))
@@ -233,7 +232,8 @@ FULL = caught("Error writing output: No space left on device")
 
 
 @pytest.mark.parametrize("args, steps", [
-    (["listdomains", "."], [*LIST_STEPS, sends(DOMAINS)]), (SELECT, [*SELECT_STEPS, sends(data(1, ENUM))])])
+    (["listdomains", "."], [*LIST_STEPS, sends(DOMAINS)]), (SELECT, [*SELECT_STEPS, sends(data(1, ENUM))]),
+    (["listproperties", ".", "id"], [expects(LOOKUP_ROOT.replace(*map(wire, (NAME, NAME + "'id'")))), sends(ROOT)])])
 @pytest.mark.parametrize("options, redirection, result", [
     (["-f", "/dev/full"], "", FULL), (["-f", "-"], ">/dev/full", FULL), (["-f", ""], ">/dev/full", FULL),
     ([], ">&-", caught("Error writing output: Bad file descriptor")), ([], "<&- >&- 2>&-", Run(1, "", "")),

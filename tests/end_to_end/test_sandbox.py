@@ -1,37 +1,14 @@
 """What holds between the commands, whatever the sandbox's sample data are."""
 
 import datetime
-import os
 import re
-import signal
-import subprocess
 import time
 import zoneinfo
 from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 from server import LOGIN, caught, misused
-from tool import PATIENCE, Run, run
-
-
-
-@pytest.fixture(scope="module")
-def server():
-    command = [os.environ["MORVEX_SANDBOX"], "--port", "0", "--login", "anna", "--password", "secret"]
-    process = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
-    host, port = re.search(r"(\S+):(\d+)$", process.stdout.readline().rstrip()).groups()
-    yield ["-s", host, "-p", port]
-    process.send_signal(signal.SIGTERM)
-    assert process.wait(PATIENCE) == 0
-
-
-@pytest.fixture(scope="module")
-def ask(server):
-    def lines(*args, **options):
-        result = run(*server, *LOGIN, *args, **options)
-        assert result == Run(0, result.out, ""), args
-        return result.out.splitlines()
-    return lines
+from tool import run
 
 
 @pytest.fixture(scope="module")

@@ -65,6 +65,18 @@ LIST_ROWS = [
         (BOTH_LIMITS, ["-n 1 -m 1 .", "-m 1 -n 1", "-n 1 -m 0 .", "-m 2 -n 0"]),
         (BOTH_FORMATS, ["-u -u .", "-t x -t y", "-u -t x .", "-t x /u"]),
     ]],
+    *[("insert", *row) for row in [
+        (NO_PATH, [""]), ("Missing parameter to option -i", ["-i"]), (LATE, [". .", "-i 5 .", ". -i 5", "/i 5", "-x .", "-i -i -i"]),
+    ]],
+    *[("ListProperties", *row) for row in [
+        (NO_PATH, ["", "-a -t", "-t /a -t"]), *[(f"Missing parameter to option {word}", [word, f"-a {word}"]) for word in ("-i", "/i")],
+        *[(f"Unknown option {word}", [f"{word} .", f"-t -i 1 {word} -i"]) for word in "-x -A -at / - -h --".split()],
+    ]],
+    *[("update", *row) for row in [
+        (NO_PATH, [""]), *[(f"Missing parameter to option {word}", [word, f"-i 5 {word}"]) for word in ("-i", "/i")],
+        *[(f"Unknown option {word}", [f"{word} .", f"-i 1 {word} -i"]) for word in "-a -t -I -ii / -".split()],
+        *[(f"attribute=value expected, got: {word}", [f". {word}", f"-i 5 a=1 {word} b"]) for word in "x . -x -i".split()],
+    ]],
 ])
 def test_command_options(command, message, lines):
     for line in lines:
@@ -84,15 +96,11 @@ def test_command_options(command, message, lines):
     ([*SELECT, "-e", "-5", "."], caught("string not in iso_format")),
     ([*SELECT, "-b", "2003-0x-2y-T00:25:03", "."], caught('Error parsing: "0x"')),
     ([*SELECT, "-b", "2003-13-25-T00:25:0'", "."], caught(r'''Error parsing: "0\'"''')),
+    *[([*LOGIN, word, "", "-x"], result) for word, result in [
+        ("insert", misused(LATE)), ("update", misused("attribute=value expected, got: -x"))]],
     (["-S", "12g4", "listdomains", "."], caught("Could not parse hexstring")),
     (["-S", "0x12", "listdomains", "."], caught("Could not parse hexstring")),
     (["-l", "a", "SELECT", "-i", "5"], caught("Error getting password")),
 ])
 def test_other_words(args, result):
     assert alone(*args) == result
-
-
-@pytest.mark.parametrize("word", ["update", "listproperties", "listmetrics", "lm", "monitormetrics", "MM"])
-def test_words_without_a_command_yet(word):
-    code, out, err = alone(*LOGIN, word, ".")
-    assert (code, out, err[:14], err[-1:]) == (1, "", "Caught error: ", "\n")

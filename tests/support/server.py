@@ -38,15 +38,15 @@ def step(kind, flags, properties, terms="", below=""):
 
 
 def select(number, start, pattern):
-    return wire(f"74( 02010{number} A0( 31( '{start}' ) {pattern} 020100 ) )")
+    return wire(f"74( {integer(number).hex()} A0( 31( '{start}' ) {pattern} 020100 ) )")
 
 
 def response(number, payload):
     return constructed(0x75, integer(number), payload)
 
 
-def refusal(number, code):
-    return response(number, wire("A8(") + integer(code) + wire("30( 'detail' ) )"))
+def refusal(number, code, texts="'detail'"):
+    return response(number, wire(f"A8( {integer(code).hex()} 30( {texts} ) )"))
 
 
 def selected(number, *objects):
@@ -57,12 +57,32 @@ def data(number, *intervals):
     return response(number, constructed(0xA6, integer(3), constructed(0x30, *intervals)))
 
 
+def interval(kind, *fields):
+    return constructed(0x30, constructed(kind, *fields))
+
+
+def incident(time, severity, text):
+    return interval(0xA1, integer(time), wire(severity), string(text))
+
+
+def prop(name, word, value):
+    """A property and its value, one of A0( ... ) to AC( ... ), in the notation of wire()."""
+    return f"30( '{name}' {integer(word).hex()} {value} )"
+
+
+def text(name, value):
+    return prop(name, 6, f"A0( {string(value).hex()} )")
+
+
+def made(kind, key, properties, *children, version="v1"):
+    """An object with these properties, in the notation of wire()."""
+    return constructed(0x30, string(kind), integer(5), string(key), string(version), wire(f"30( {properties} )"),
+                       constructed(0x30, *children), wire("31( 020101 )"))
+
+
 def thing(kind, key, name, *children, label=None):
     """An object with its siblingName, and its longLabel if one is given."""
-    texts = [("siblingName", name)] + [("longLabel", label)] * (label is not None)
-    properties = [constructed(0x30, string(text), wire("020106"), constructed(0xA0, string(value))) for text, value in texts]
-    return constructed(0x30, string(kind), integer(5), string(key), string("v1"), constructed(0x30, *properties),
-                       constructed(0x30, *children), wire("31( 020101 )"))
+    return made(kind, key, text("siblingName", name) + ("" if label is None else text("longLabel", label)), *children)
 
 
 # The look-ups of the path "." and of "-i 42", always the first request, with answers to them.

@@ -1,9 +1,12 @@
-"""Runs the real program: on pipes, behind a line of shell, or with a terminal of its own."""
+"""Runs the real program: on pipes, behind a line of shell, or with a terminal of its own; and the sandbox."""
 
+import contextlib
 import fcntl
 import os
 import pty
+import re
 import select
+import signal
 import struct
 import subprocess
 import termios
@@ -61,3 +64,14 @@ def run_on_terminal(typed, *args):
     except OSError:
         os.close(keyboard)  # the failure is how a terminal ends
     return Run(process.returncode, out.decode(), err.decode()), screen.decode(), echo, left
+
+
+@contextlib.contextmanager
+def sandbox(*options):
+    """Runs a sandbox, and yields the options that lead the program there; the login is that of server.LOGIN."""
+    command = [os.environ["MORVEX_SANDBOX"], "--port", "0", "--login", "anna", "--password", "secret", *options]
+    process = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
+    host, port = re.search(r"(\S+):(\d+)$", process.stdout.readline().rstrip()).groups()
+    yield ["-s", host, "-p", port]
+    process.send_signal(signal.SIGTERM)
+    assert process.wait(PATIENCE) == 0
