@@ -46,7 +46,8 @@ UpdateOptions parseUpdateOptions(int count, char** vector, int index) {
   }
   options.propertyList = propertyListText(names);
   if (!names.empty() && options.propertyList.empty()) {
-    options.propertyList = " ";  // a lone name that is empty: asked for too, it is refused like any empty name
+    options.propertyList.assign(
+        1, ' ');  // a lone name that is empty: asked for too, it is refused like any empty name
   }
   return options;
 }
