@@ -27,18 +27,6 @@ struct MemoryOutput : Output {
   bool broken = false;
 };
 
-// Prints with one of the standard streams closed; standard error is what is looked at.
-[[noreturn]] void printWithout(int descriptor) {
-  close(descriptor);
-  prepareProcess();
-  dup2(2, descriptor == 0 ? 1 : 3);
-  standardOutput().write("one ");
-  printError("two ");
-  standardOutput().write("three");
-  printError(textOf<error::ESystemError>([] { standardOutput().flush(); }));
-  _exit(open("/dev/null", O_RDONLY) > 2 ? 0 : 1);
-}
-
 }  // namespace
 
 TEST(Output, TravelsInBlocksUnlessInteractive) {
@@ -89,9 +77,4 @@ TEST(OutputFile, WaitsForASlowReaderAndNoticesThatItWentAway) {
   output->write("x");
   EXPECT_THROW(output->flush(), OutputAbandoned);
   close(ends[1]);
-}
-
-TEST(StandardOutput, KeepsItsOrderAndNeverLosesAFailure) {
-  EXPECT_EXIT(printWithout(0), testing::ExitedWithCode(0), "^one two threenothing thrown$");
-  EXPECT_EXIT(printWithout(1), testing::ExitedWithCode(0), "^two Error writing output: Bad file descriptor$");
 }

@@ -13,19 +13,17 @@ struct ScriptedServer {
   // What the client has sent since the last call.
   std::vector<std::string> takeWritten() { return std::exchange(script.written, {}); }
 
-  static std::unique_ptr<old_protocol::BasicIo> open(const std::string& host, std::uint32_t port) {
-    g_current->address = host + ":" + std::to_string(port);
+  static std::unique_ptr<old_protocol::BasicIo> open(const std::string&, std::uint32_t) {
     return std::make_unique<old_protocol::BufferIo>(std::make_unique<ScriptedIo>(g_current->script));
   }
-  static std::unique_ptr<Connection> logIn(const std::string& login = "li") {
-    return Connection::newSession({open}, "host", 3241, "cn", login, "pw", "d");
+  static std::unique_ptr<Connection> logIn() {
+    return Connection::newSession({open}, "host", 3241, "cn", "li", "pw", "d");
   }
   static std::unique_ptr<Connection> reopen() {
     return Connection::reopenSession({open}, "host", 3241, 0x80);
   }
 
   Script script;
-  std::string address;
   static inline ScriptedServer* g_current = nullptr;
 };
 
