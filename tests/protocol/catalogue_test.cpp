@@ -2,48 +2,26 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 #include "protocol/ber_error.h"
 #include "support/wire.h"
 
 using namespace protocol;
 
 TEST(Catalogue, KnowsTheSameMessagesInBothTagSets) {
-  const std::map<std::uint32_t, std::string> known = {
-      {3, "ClientWants"},
-      {11, "ServerOffers"},
-      {19, "NegotiateAck"},
-      {27, "NegotiateNack"},
-      {35, "DiffieHellmannParameters"},
-      {43, "SporadicBignum"},
-      {51, "AuthChallenge"},
-      {59, "AuthResponse"},
-      {131, "NewSession"},
-      {139, "NewSessionResp"},
-      {147, "ReopenSession"},
-      {155, "EndSession"},
-      {163, "Request"},
-      {171, "Response"},
-      {187, "ServerTimeReq"},
-      {195, "ServerTimeResp"},
-      {211, "GSLNonce"},
-      {219, "GSLSignedNonce"},
-      {235, "GSLKeepAlive"},
-  };
-  for (std::uint32_t tag = 0; tag < 300; ++tag) {
-    for (const bool legacy : {false, true}) {
-      std::string name = "nothing";
+  for (const bool legacy : {false, true}) {
+    std::string known;
+    for (std::uint32_t tag = 0; tag < 300; ++tag) {
       const std::string refusal = textOf<EBer>([&] {
         const auto message = guiProtocol::instance().makeMessage(tag, legacy);
-        name = message->constructed()->name();
+        known += std::to_string(tag) + message->constructed()->name() + " ";
         EXPECT_EQ(message->tag(legacy), tag);
       });
-      if (known.count(tag) != 0) {
-        EXPECT_EQ(name, known.at(tag));
-      } else {
-        EXPECT_EQ(refusal, "Unknown tag " + std::to_string(tag));
-      }
+      EXPECT_TRUE(refusal == "nothing thrown" || refusal == "Unknown tag " + std::to_string(tag)) << refusal;
     }
+    EXPECT_EQ(known,
+              "3ClientWants 11ServerOffers 19NegotiateAck 27NegotiateNack 35DiffieHellmannParameters "
+              "43SporadicBignum 51AuthChallenge 59AuthResponse 131NewSession 139NewSessionResp "
+              "147ReopenSession 155EndSession 163Request 171Response 187ServerTimeReq 195ServerTimeResp "
+              "211GSLNonce 219GSLSignedNonce 235GSLKeepAlive ");
   }
 }
