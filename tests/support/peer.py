@@ -7,7 +7,7 @@ import threading
 
 from ber import dump
 
-PATIENCE = 30  # seconds without a byte from the client; running out of it is a failure, never an expectation
+PATIENCE = 120  # seconds without a byte from the client; running out of it is a failure, never an expectation
 
 
 def expects(data):
