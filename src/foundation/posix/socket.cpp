@@ -41,14 +41,17 @@ int millisecondsUntil(Clock::time_point deadline) {
   return static_cast<int>(left < 0 ? 0 : left > INT_MAX ? INT_MAX : left);
 }
 
-// Waits until the socket is ready for these events or has failed. Returns 1, 0 after that many seconds, or
-// -1.
-int waitFor(int descriptor, short events, int seconds) {
+// Waits until the socket is ready for these events or has failed, and says which in ready. Returns 1, 0 after
+// that many seconds, or -1.
+int waitFor(int descriptor, short events, int seconds, short* ready = nullptr) {
   const auto deadline = Clock::now() + std::chrono::seconds(seconds);
   while (true) {
     pollfd waited{.fd = descriptor, .events = events, .revents = 0};
     const int result = poll(&waited, 1, seconds == kForEver ? kForEver : millisecondsUntil(deadline));
     if (result >= 0 || errno != EINTR) {
+      if (ready != nullptr) {
+        *ready = waited.revents;
+      }
       return result;
     }
   }
@@ -66,12 +69,16 @@ bool setNoDelay(int descriptor, bool noDelay) {
 
 // Waits for a connection that the system goes on making by itself.
 const char* finishConnecting(int descriptor, int seconds) {
-  const int result = waitFor(descriptor, POLLOUT, seconds);
+  short ready = 0;
+  const int result = waitFor(descriptor, POLLOUT, seconds, &ready);
   if (result == 0) {
     return "Connection timed out";
   }
   if (result != 1) {
     return socket_format("Error connecting: Select returned: %d", result);
+  }
+  if ((ready & (POLLOUT | POLLERR | POLLHUP)) == 0) {
+    return "Error connecting: Select returned, but socket isn't present";
   }
   int code = 0;
   socklen_t length = sizeof code;
@@ -154,6 +161,9 @@ const char* socket_send(SocketHandle socket, const void* buffer, std::size_t len
   do {
     const ssize_t count = send(descriptorOf(socket), bytes, length, MSG_NOSIGNAL);
     if (count >= 0) {
+      if (static_cast<std::size_t>(count) > length) {
+        return "send() sent too much - this is a Winsock error";
+      }
       bytes += count;
       length -= static_cast<std::size_t>(count);
     } else if (wouldBlock(errno)) {
