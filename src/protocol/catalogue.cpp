@@ -3,7 +3,9 @@
 #include <string>
 
 #include "protocol/ber_error.h"
+#include "protocol/messages/agent.h"
 #include "protocol/messages/envelope.h"
+#include "protocol/messages/grid.h"
 #include "protocol/messages/handshake.h"
 
 namespace protocol {
@@ -12,8 +14,10 @@ namespace {
 // The top of the stream is a union like those below it.
 using TopLevel =
     OneOf<ClientWants, ServerOffers, NegotiateAck, NegotiateNack, DiffieHellmannParameters, SporadicBignum,
-          AuthChallenge, AuthResponse, NewSession, NewSessionResp, ReopenSession, EndSession, Request,
-          Response, ServerTimeReq, ServerTimeResp, GSLNonce, GSLSignedNonce, GSLKeepAlive>;
+          AuthChallenge, AuthResponse, ConfigureReq, ConfigureResp, CheckinReq, CheckinResp, UpgradeReq,
+          UpgradeResp, NewSession, NewSessionResp, ReopenSession, EndSession, Request, Response,
+          GridPropertyList, ServerTimeReq, ServerTimeResp, GridDataIntervalList, GSLNonce, GSLSignedNonce,
+          GridMessage, GSLKeepAlive, DowntimeReq, DowntimeResp, HWScanReq, HWScanResp>;
 
 }  // namespace
 

@@ -20,8 +20,10 @@ TEST(Catalogue, KnowsTheSameMessagesInBothTagSets) {
     }
     EXPECT_EQ(known,
               "3ClientWants 11ServerOffers 19NegotiateAck 27NegotiateNack 35DiffieHellmannParameters "
-              "43SporadicBignum 51AuthChallenge 59AuthResponse 131NewSession 139NewSessionResp "
-              "147ReopenSession 155EndSession 163Request 171Response 187ServerTimeReq 195ServerTimeResp "
-              "211GSLNonce 219GSLSignedNonce 235GSLKeepAlive ");
+              "43SporadicBignum 51AuthChallenge 59AuthResponse 67ConfigureReq 75ConfigureResp 83CheckinReq "
+              "91CheckinResp 99UpgradeReq 107UpgradeResp 131NewSession 139NewSessionResp 147ReopenSession "
+              "155EndSession 163Request 171Response 179GridPropertyList 187ServerTimeReq 195ServerTimeResp "
+              "203GridDataIntervalList 211GSLNonce 219GSLSignedNonce 227GridMessage 235GSLKeepAlive "
+              "243DowntimeReq 251DowntimeResp 259HWScanReq 267HWScanResp ");
   }
 }
