@@ -1,5 +1,7 @@
 #include "protocol/osal_socket.h"
 
+#include <algorithm>
+
 #include "foundation/errors.h"
 #include "foundation/output.h"
 #include "protocol/buffer_io.h"
@@ -9,6 +11,11 @@ namespace {
 
 // Blocking, and with Nagle's algorithm: socket_connect looks at no bit that is set here.
 constexpr unsigned kConnectFlags = 4;
+
+constexpr std::size_t kEarlyBlock = 0x10000;
+
+constexpr const char* kReading = "Error reading from socket: ";
+constexpr const char* kWriting = "Error writing to socket: ";
 
 void check(const char* failure, const char* context = "") {
   if (failure != nullptr) {
@@ -33,22 +40,51 @@ OsalSocket::~OsalSocket() {
 }
 
 void OsalSocket::write(const std::uint8_t* bytes, std::size_t count) {
-  check(socket_send(socket_, bytes, count), "Error writing to socket: ");
+  takeEarly();
+  check(socket_send(socket_, bytes, count), kWriting);
 }
 
 std::size_t OsalSocket::read(std::uint8_t* bytes, std::size_t capacity) {
   if (capacity == 0) {
     return 0;
   }
+  if (!early_.empty()) {
+    return giveEarly(bytes, capacity);
+  }
   std::size_t received = 0;
-  check(socket_recv(socket_, bytes, capacity, received), "Error reading from socket: ");
+  check(socket_recv(socket_, bytes, capacity, received), kReading);
   if (received == 0) {
     throwSystemError("Error reading: OsalSocket::read end of stream");
   }
   return received;
 }
 
-bool OsalSocket::hasData() { return socket_readable(socket_, 0); }
+bool OsalSocket::hasData() { return !early_.empty() || socket_readable(socket_, 0); }
+
+// One block at most, so that a peer that never stops sending cannot keep us from it. An end of the stream is
+// left to read(): the peer may still be listening.
+void OsalSocket::takeEarly() {
+  if (!socket_readable(socket_, 0)) {
+    return;
+  }
+  const std::size_t held = early_.size();
+  early_.resize(held + kEarlyBlock);
+  std::size_t received = 0;
+  const char* failure = socket_recv(socket_, early_.data() + held, kEarlyBlock, received);
+  early_.resize(held + received);
+  check(failure, kReading);
+}
+
+std::size_t OsalSocket::giveEarly(std::uint8_t* bytes, std::size_t capacity) {
+  const std::size_t count = std::min(capacity, early_.size() - earlyGiven_);
+  std::copy_n(early_.data() + earlyGiven_, count, bytes);
+  earlyGiven_ += count;
+  if (earlyGiven_ == early_.size()) {
+    early_.clear();
+    earlyGiven_ = 0;
+  }
+  return count;
+}
 
 std::unique_ptr<BasicIo> connectSocketIo(const std::string& host, std::uint32_t port) {
   return std::make_unique<BufferIo>(std::make_unique<OsalSocket>(host, port));

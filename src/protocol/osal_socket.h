@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "foundation/socket.h"
 #include "protocol/basic_io.h"
@@ -18,6 +19,8 @@ class OsalSocket final : public BasicIo {
   OsalSocket(const OsalSocket&) = delete;
   OsalSocket& operator=(const OsalSocket&) = delete;
 
+  // Takes in what has come before it sends: a peer that cannot get rid of its answers may read nothing more,
+  // and then both sides would wait for each other.
   void write(const std::uint8_t* bytes, std::size_t count) override;
   void flush() override {}  // nothing is held back here
   // The end of the stream is a failure too.
@@ -25,7 +28,12 @@ class OsalSocket final : public BasicIo {
   bool hasData() override;
 
  private:
+  void takeEarly();
+  std::size_t giveEarly(std::uint8_t* bytes, std::size_t capacity);
+
   SocketHandle socket_ = kInvalidSocket;
+  std::vector<std::uint8_t> early_;  // came while there was something to send
+  std::size_t earlyGiven_ = 0;       // how many of those read() has handed out
 };
 
 // The stream of a session: a connection under a buffer.
