@@ -6,9 +6,9 @@ import subprocess
 import pytest
 from ber import constructed, integer, integers, real, wire
 from peer import closes, expects, resets, sends
-from server import (BOTH, CHECK_42, END_OF_STREAM, GET_DATA, GET_LAST, LIST_DOMAINS, LOOKUP_42, LOOKUP_ROOT, NAME, NODE_42,
-                    RESET, ROOT, caught, data, incident, interval, misused, refusal, response, select, selected, session, step,
-                    thing)
+from server import (BOTH, CHECK_42, END_OF_STREAM, GET_DATA, GET_LAST, LIST_DOMAINS, LOGIN, LOOKUP_42, LOOKUP_ROOT,
+                    NAME, NODE_42, RESET, ROOT, caught, data, incident, interval, misused, refusal, response, select, selected,
+                    session, step, thing)
 from tool import SANITIZED, Run, environment, run
 
 LOOKUP_BACKBONE = wire("""74( 020100 A0( 31( 'root' )
@@ -94,6 +94,11 @@ def test_very_long_path():
     request = wire("74( 020100 A0( 31( 'root' )") + head + front * count + back * count + tail + wire("020100 ) )")
     result = session(["listdomains", path], expects(request), sends(refusal(0, 2)))
     assert result == caught(f'No Domain found that matches "{path}"')
+
+
+def test_very_long_filter(server):
+    terms = '0"' + "&a=1" * 30000 + '&id="0'  # one argument of the command line holds no more
+    assert run(*server, *LOGIN, "listdomains", "-i", terms) == caught(f'No Domain found that matches "{terms}"')
 
 
 RAW = interval(0xA0, wire("30( 30( 020101 020102 0900 ) )"))

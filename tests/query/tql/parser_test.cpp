@@ -162,6 +162,9 @@ TEST(Parser, FollowsAnyDepth) {
   }
   EXPECT_EQ(textOf<error::EParseError>([&] { tql::parse(opened); }),
             "Expected class name got: \"\": parsing " + opened);
+  const auto filtered = tql::parse("A { " + repeated("a = 1 & ") + "b = 2 }");
+  ASSERT_EQ(filtered->filter.size(), kDepth + 1);
+  EXPECT_TRUE(filtered->filter.back()->prop->name == "b" && *filtered->clone() == *filtered);
 }
 
 }  // namespace
