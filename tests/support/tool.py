@@ -37,6 +37,12 @@ def run(*args, zone="UTC", shell='exec "$0" "$@"', **streams):
     return Run(done.returncode, *[(text or b"").decode(errors="surrogateescape") for text in (done.stdout, done.stderr)])
 
 
+def faulty(rules, redirection=""):
+    """The shell for a run in a system that fails by these rules of tests/support/faulty_system.cpp."""
+    preload = os.environ["MORVEX_FAULTY_SYSTEM"]
+    return f'export LD_PRELOAD="{preload}" MORVEX_FAULT="{rules}"; exec "$0" "$@" {redirection}'
+
+
 def run_on_terminal(typed, *args):
     """Types the text as soon as the prompt stands; the standard streams lead elsewhere. Returns the run, what the
     terminal showed, whether it had its echo at the prompt and at the end, and how many typed bytes nobody read."""
