@@ -1,6 +1,5 @@
 """Requests to the byte, canned answers to them, and what the program prints, whatever it is sent."""
 
-import os
 import subprocess
 
 import pytest
@@ -9,7 +8,7 @@ from peer import closes, expects, resets, sends
 from server import (BOTH, CHECK_42, END_OF_STREAM, GET_DATA, GET_LAST, LIST_DOMAINS, LOOKUP_42, LOOKUP_ROOT, NAME, NODE_42,
                     RESET, ROOT, caught, data, incident, interval, misused, refusal, response, select, selected, session, step,
                     thing)
-from tool import SANITIZED, Run, environment, run
+from tool import SANITIZED, Run, environment
 
 LOOKUP_BACKBONE = wire("""74( 020100 A0( 31( 'root' )
     30( 'Domain' 020100 0500

@@ -4,7 +4,7 @@
 //   eN  fails with errno N                          lN  takes N bytes at most
 //   dN  does its work, yet fails with errno N       rN  returns N and does nothing
 //   c0  none; the number of calls is printed to standard error in the end
-// The call "alloc" is every allocation of memory.
+// The call "alloc" is each of malloc, calloc and realloc; it can only fail.
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -82,11 +82,9 @@ long make(const char* call, long a, long b, long c, long d, long e) {
 }
 
 bool refused() {
-  const bool result = struck("alloc") != nullptr;
-  if (result) {
-    errno = ENOMEM;
-  }
-  return result;
+  const Rule* rule = struck("alloc");
+  errno = rule == nullptr ? errno : static_cast<int>(rule->value);
+  return rule != nullptr;
 }
 
 [[gnu::destructor]] void report() {
@@ -103,32 +101,14 @@ bool refused() {
 #define FAULTY(name)                                                      \
   extern "C" long faulty_##name(long, long, long, long, long) asm(#name); \
   long faulty_##name(long a, long b, long c, long d, long e) { return make(#name, a, b, c, d, e); }
-FAULTY(close)
-FAULTY(connect)
-FAULTY(getaddrinfo)
-FAULTY(getsockopt)
-FAULTY(ioctl)
-FAULTY(open)
-FAULTY(poll)
-FAULTY(read)
-FAULTY(recv)
-FAULTY(send)
-FAULTY(setenv)
-FAULTY(setsockopt)
-FAULTY(socket)
-FAULTY(tcgetattr)
-FAULTY(tcsetattr)
-FAULTY(write)
-
 #define STARVED(name, parameters, ...)                   \
   extern "C" void* __libc_##name parameters;             \
   extern "C" void* starved_##name parameters asm(#name); \
   void* starved_##name parameters { return refused() ? nullptr : __libc_##name(__VA_ARGS__); }
+// clang-format off
+FAULTY(close) FAULTY(connect) FAULTY(getaddrinfo) FAULTY(getsockopt) FAULTY(ioctl) FAULTY(open) FAULTY(poll) FAULTY(read)
+FAULTY(recv) FAULTY(send) FAULTY(setenv) FAULTY(setsockopt) FAULTY(socket) FAULTY(tcgetattr) FAULTY(tcsetattr) FAULTY(write)
 STARVED(malloc, (std::size_t size), size)
 STARVED(calloc, (std::size_t count, std::size_t size), count, size)
 STARVED(realloc, (void* old, std::size_t size), old, size)
-extern "C" void* __libc_memalign(std::size_t, std::size_t);
-extern "C" void* starved_aligned(std::size_t, std::size_t) asm("aligned_alloc");
-void* starved_aligned(std::size_t alignment, std::size_t size) {
-  return refused() ? nullptr : __libc_memalign(alignment, size);
-}
+    // clang-format on
