@@ -11,7 +11,7 @@ struct OutputAbandoned {};
 // "Error writing output: " and the system's text, or OutputAbandoned.
 class Output {
  public:
-  Output() { buffer_.reserve(kBlock); }
+  Output() = default;  // takes no memory yet, so that main can flush what was never used when there is none
   virtual ~Output() = default;
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;

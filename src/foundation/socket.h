@@ -13,9 +13,6 @@ inline constexpr SocketHandle kInvalidSocket = -1;
 inline constexpr unsigned kSocketNonBlocking = 1;
 inline constexpr unsigned kSocketNoDelay = 2;
 
-// How many seconds a non-blocking socket may keep a call waiting. Tests shorten it.
-extern int g_socketTimeout;
-
 const char* socket_startup();
 
 // address: IPv4, network byte order. A dotted address needs no name service.

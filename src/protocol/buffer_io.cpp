@@ -37,7 +37,9 @@ void BufferIo::write(const std::uint8_t* bytes, std::size_t count) {
 
 void BufferIo::flush() {
   if (writeCursor_ != writeBuffer_.get()) {
-    lower_->write(writeBuffer_.get(), static_cast<std::size_t>(writeCursor_ - writeBuffer_.get()));
+    const auto count = static_cast<std::size_t>(writeCursor_ - writeBuffer_.get());
+    lower_->write(writeBuffer_.get(), count);
+    wipe(writeBuffer_.get(), count);  // the run may last for days, with a log-in at the start
     writeCursor_ = writeBuffer_.get();
   }
   lower_->flush();

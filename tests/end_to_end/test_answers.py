@@ -1,6 +1,5 @@
 """Requests to the byte, canned answers to them, and what the program prints, whatever it is sent."""
 
-import os
 import subprocess
 
 import pytest
@@ -233,32 +232,9 @@ def test_deep_answers():
     assert session(["listdomains", "-o", "i", "."], *LIST_STEPS, sends(deep[1])) == Run(0, "8\n" * depth, "")
 
 
-FULL = caught("Error writing output: No space left on device")
-
-
-@pytest.mark.parametrize("args, steps", [
-    (["listdomains", "."], [*LIST_STEPS, sends(DOMAINS)]), (SELECT, [*SELECT_STEPS, sends(data(1, ENUM))]),
-    (["listproperties", ".", "id"], [expects(LOOKUP_ROOT.replace(*map(wire, (NAME, NAME + "'id'")))), sends(ROOT)])])
-@pytest.mark.parametrize("options, redirection, result", [
-    (["-f", "/dev/full"], "", FULL), (["-f", "-"], ">/dev/full", FULL), (["-f", ""], ">/dev/full", FULL),
-    ([], ">&-", caught("Error writing output: Bad file descriptor")), ([], "<&- >&- 2>&-", Run(1, "", "")),
-])
-def test_output_refused(options, redirection, result, args, steps):
-    assert session([*options, *args], *steps, shell=f'exec "$0" "$@" {redirection}') == result
-
-
 def test_file_that_cannot_be_opened():
     assert session(["-f", "/", *SELECT], *SELECT_STEPS[:2]) == misused('Cannot open file "/"')
     assert session(["-f", "/no/x", "listdomains", "."], *LIST_STEPS, sends(DOMAINS)) == misused('Cannot open file "/no/x"')
-
-
-def test_reader_that_went_away():
-    reader, writer = os.pipe()
-    os.close(reader)
-    assert session(SELECT, *SELECT_STEPS, sends(data(1, ENUM)), stdout=writer) == Run(1, "", "")
-    assert run("-h", stdout=writer) == Run(1, "", "")
-    os.close(writer)
-    assert run("-h", shell='exec "$0" "$@" >/dev/full') == FULL
 
 
 def test_order_of_both_streams():

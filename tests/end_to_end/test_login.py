@@ -1,6 +1,7 @@
 """The opening of a session, to the byte, with all its refusals, and the password prompt."""
 
 import socket
+from signal import SIGHUP, SIGINT, SIGQUIT, SIGTERM
 
 import pytest
 from ber import constructed, string, wire
@@ -95,6 +96,7 @@ def test_unreachable():
 @pytest.mark.parametrize("typed, password", [
     ("s3cret\r", "s3cret"), ("\r", ""), ("two words\n", "two words"), ("p" * 63 + "\r", "p" * 63), ("ab\x7fc\r", "ac"),
     ("p" * 64 + "\r", None), ("p" * 200 + "\r", None), ("abc\x03", None), ("\x03", None), ("\x04", None),
+    *[(signal, None) for signal in (SIGHUP, SIGINT, SIGQUIT, SIGTERM)],
 ])
 def test_password_prompt(typed, password):
     steps = None if password is None else [*NEGOTIATION, expects(ACK + new_session(".", "anna", password)), closes]
@@ -102,3 +104,8 @@ def test_password_prompt(typed, password):
         result, screen, echo, left = run_on_terminal(typed, "-s", "127.0.0.1", "-p", str(peer.port), "-l", "anna", *LIST)
     assert result == caught(REFUSED if steps else "Error getting password")
     assert (screen.rstrip("\r\n"), echo, left) == ("Password: ", [False, True], 0)
+
+
+def test_terminal_hangs_up():
+    for _ in range(20):  # the end of the terminal and the signal about it come in either order
+        assert run_on_terminal(None, "-l", "anna", *LIST)[0] == caught("Error getting password")

@@ -37,9 +37,16 @@ def run(*args, zone="UTC", shell='exec "$0" "$@"', **streams):
     return Run(done.returncode, *[(text or b"").decode(errors="surrogateescape") for text in (done.stdout, done.stderr)])
 
 
+def faulty(rules, redirection=""):
+    """The shell for a run in a system that fails by these rules of tests/support/faulty_system.cpp."""
+    preload = os.environ["MORVEX_FAULTY_SYSTEM"]
+    return f'export LD_PRELOAD="{preload}" MORVEX_FAULT="{rules}"; exec "$0" "$@" {redirection}'
+
+
 def run_on_terminal(typed, *args):
-    """Types the text as soon as the prompt stands; the standard streams lead elsewhere. Returns the run, what the
-    terminal showed, whether it had its echo at the prompt and at the end, and how many typed bytes nobody read."""
+    """Types the text as soon as the prompt stands, or sends the signal, or hangs up for None; the standard streams lead
+    elsewhere. Returns the run, and unless the terminal is gone, what it showed, whether it had its echo at the prompt and
+    at the end, and how many typed bytes nobody read."""
     keyboard, terminal = pty.openpty()
     has_echo = lambda: bool(termios.tcgetattr(terminal)[3] & termios.ECHO)
     process = subprocess.Popen([TOOL, *args], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
@@ -50,11 +57,20 @@ def run_on_terminal(typed, *args):
             assert select.select([keyboard], [], [], PATIENCE)[0], f"no prompt, only {screen}"
             screen += os.read(keyboard, 1024)
         echo = [has_echo()]
-        os.write(keyboard, typed.encode())
+        if typed is None:
+            os.close(keyboard)
+        elif isinstance(typed, str):
+            os.write(keyboard, typed.encode())
+        else:
+            process.send_signal(typed)
         out, err = process.communicate(timeout=PATIENCE)
     finally:
         process.kill()
         process.wait()
+    result = Run(process.returncode, out.decode(), err.decode())
+    if typed is None:
+        os.close(terminal)
+        return result, None, None, None
     echo.append(has_echo())
     left = struct.unpack("i", fcntl.ioctl(terminal, termios.FIONREAD, bytes(4)))[0]
     os.close(terminal)
@@ -63,7 +79,7 @@ def run_on_terminal(typed, *args):
             screen += more
     except OSError:
         os.close(keyboard)  # the failure is how a terminal ends
-    return Run(process.returncode, out.decode(), err.decode()), screen.decode(), echo, left
+    return result, screen.decode(), echo, left
 
 
 @contextlib.contextmanager

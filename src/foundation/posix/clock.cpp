@@ -36,9 +36,12 @@ void sleepSeconds(std::int64_t seconds) {
 constexpr const char* kSystemZone = ":/etc/localtime";
 
 bool platform_set_zone(const char* zone) {
-  const int result = setenv("TZ", zone == nullptr ? kSystemZone : zone, 1);
+  if (setenv("TZ", zone == nullptr ? kSystemZone : zone, 1) != 0) {
+    return false;
+  }
+  errno = 0;
   tzset();
-  return result == 0;
+  return errno != ENOMEM;  // a zone for which there is no memory becomes UTC, and nobody is told
 }
 
 bool platform_break_down(std::int64_t time, tm& result) { return localtime_r(&time, &result) != nullptr; }

@@ -1,12 +1,15 @@
 #include "foundation/console.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/signalfd.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <string_view>
 
@@ -32,6 +35,8 @@ class Terminal {
   bool mode(termios& result) const { return tcgetattr(descriptor_, &result) == 0; }
   bool setMode(const termios& wanted, int when) const;
   bool write(std::string_view text) const;
+  // Waits until there is something to read here or the other descriptor has something.
+  bool wait(int other) const;
   ssize_t read(Line& line) const;
 
  private:
@@ -58,6 +63,15 @@ bool Terminal::write(std::string_view text) const {
   return true;
 }
 
+bool Terminal::wait(int other) const {
+  std::array<pollfd, 2> waited{{{descriptor_, POLLIN, 0}, {other, POLLIN, 0}}};
+  int result = 0;
+  do {
+    result = poll(waited.data(), waited.size(), -1);
+  } while (result < 0 && errno == EINTR);
+  return result > 0;
+}
+
 ssize_t Terminal::read(Line& line) const {
   ssize_t count = 0;
   do {
@@ -65,6 +79,45 @@ ssize_t Terminal::read(Line& line) const {
   } while (count < 0 && errno == EINTR);
   return count;
 }
+
+// Keeps the signals that end a program from ending it with the echo off, and tells whether one has come.
+// Those that the caller ignores stay ignored.
+class HeldSignals {
+ public:
+  HeldSignals() {
+    sigemptyset(&held_);
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+      struct sigaction action {};
+      if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+        sigaddset(&held_, signal);
+      }
+    }
+    sigprocmask(SIG_BLOCK, &held_, &before_);
+    descriptor_ = signalfd(-1, &held_, SFD_CLOEXEC);
+  }
+  ~HeldSignals() {
+    if (descriptor_ >= 0) {
+      close(descriptor_);
+    }
+    sigprocmask(SIG_SETMASK, &before_, nullptr);
+  }
+  HeldSignals(const HeldSignals&) = delete;
+  HeldSignals& operator=(const HeldSignals&) = delete;
+
+  int descriptor() const { return descriptor_; }  // readable once one has come
+  bool take() const {
+    const timespec atOnce{};
+    bool taken = false;
+    while (sigtimedwait(&held_, nullptr, &atOnce) > 0) {
+      taken = true;
+    }
+    return taken;
+  }
+
+ private:
+  sigset_t held_{}, before_{};
+  int descriptor_;
+};
 
 // The mode while the prompt is up: whole lines, no echo, and the interrupt and quit keys as line ends. As
 // signals they would end the program with the echo off.
@@ -96,7 +149,14 @@ const char* takeAnswer(std::string_view line, const termios& mode, char* buffer,
   return nullptr;
 }
 
-const char* readAnswer(const Terminal& input, const termios& mode, char* buffer, std::size_t capacity) {
+const char* readAnswer(const Terminal& input, const HeldSignals& signals, const termios& mode, char* buffer,
+                       std::size_t capacity) {
+  if (!input.wait(signals.descriptor())) {
+    return "Could not read";
+  }
+  if (signals.take()) {
+    return "Interrupted";
+  }
   Line line;
   const ssize_t count = input.read(line);
   const char* message = nullptr;
@@ -108,6 +168,33 @@ const char* readAnswer(const Terminal& input, const termios& mode, char* buffer,
     message = takeAnswer({line.data(), static_cast<std::size_t>(count)}, mode, buffer, capacity);
   }
   wipe(line.data(), line.size());
+  return message;
+}
+
+// Asks with the echo off, and puts the mode back.
+const char* ask(const Terminal& input, const Terminal& output, const termios& mode, char* buffer,
+                std::size_t capacity, const char* prompt) {
+  const HeldSignals signals;
+  if (!input.setMode(promptMode(mode), TCSADRAIN)) {
+    return "SetConsoleMode failed";
+  }
+  const char* message = "Could not write";
+  if (output.write(prompt)) {
+    message = readAnswer(input, signals, mode, buffer, capacity);
+    if (!output.write("\n") && message == nullptr) {
+      message = "Could not write";
+    }
+  }
+  // What stands behind a refused answer was meant as a part of it: no shell may read it.
+  if (!input.setMode(mode, message == nullptr ? TCSADRAIN : TCSAFLUSH)) {
+    message = "SetConsoleMode failed";
+  }
+  if (signals.take()) {
+    message = "Interrupted";
+  }
+  if (message != nullptr) {
+    std::signal(SIGHUP, SIG_IGN);  // of a terminal that hung up, it may come later than the news
+  }
   return message;
 }
 
@@ -126,20 +213,11 @@ const char* console_read_password(char* buffer, std::size_t capacity, const char
   if (!input.mode(before)) {
     return "GetConsoleMode failed";
   }
-  if (!input.setMode(promptMode(before), TCSADRAIN)) {
+  // A background process is stopped here, while signals can still end it.
+  if (!input.setMode(before, TCSADRAIN)) {
     return "SetConsoleMode failed";
   }
-  const char* message = "Could not write";
-  if (output.write(prompt)) {
-    message = readAnswer(input, before, buffer, capacity);
-    if (!output.write("\n") && message == nullptr) {
-      message = "Could not write";
-    }
-  }
-  // What stands behind a refused answer was meant as a part of it: no shell may read it.
-  if (!input.setMode(before, message == nullptr ? TCSADRAIN : TCSAFLUSH)) {
-    message = "SetConsoleMode failed";
-  }
+  const char* message = ask(input, output, before, buffer, capacity, prompt);
   if (message != nullptr) {
     wipe(buffer, capacity);
   }

@@ -5,7 +5,10 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <exception>
 #include <initializer_list>
+#include <string_view>
 
 namespace {
 
@@ -17,9 +20,18 @@ void occupyIfClosed(int descriptor) {
   }
 }
 
+// An exception for which there is no memory cannot reach main, nor can it be said with anything that might
+// throw again.
+[[noreturn]] void endWithoutException() noexcept {
+  constexpr std::string_view kMessage = "Caught unknown exception.\n";
+  write(STDERR_FILENO, kMessage.data(), kMessage.size());
+  _exit(EXIT_FAILURE);
+}
+
 }  // namespace
 
 void prepareProcess() {
+  std::set_terminate(endWithoutException);
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {

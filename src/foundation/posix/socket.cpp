@@ -22,6 +22,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kTextSize = 256;
+constexpr int kTimeout = 600;  // seconds that a non-blocking socket may keep a call waiting
 constexpr int kForEver = -1;
 
 int descriptorOf(SocketHandle socket) { return static_cast<int>(socket); }
@@ -100,7 +101,7 @@ const char* setUpAndConnect(int descriptor, const sockaddr_in& peer, unsigned fl
   }
   switch (const int code = errno) {
     case EINPROGRESS:
-      return finishConnecting(descriptor, g_socketTimeout);
+      return finishConnecting(descriptor, kTimeout);
     case EINTR:  // a blocking attempt, which goes on: another connect would be refused
       return finishConnecting(descriptor, kForEver);
     default:
@@ -109,8 +110,6 @@ const char* setUpAndConnect(int descriptor, const sockaddr_in& peer, unsigned fl
 }
 
 }  // namespace
-
-int g_socketTimeout = 600;
 
 const char* socket_startup() { return nullptr; }  // this platform's sockets need no start
 
@@ -167,7 +166,7 @@ const char* socket_send(SocketHandle socket, const void* buffer, std::size_t len
       bytes += count;
       length -= static_cast<std::size_t>(count);
     } else if (wouldBlock(errno)) {
-      const int result = waitFor(descriptorOf(socket), POLLOUT, g_socketTimeout);
+      const int result = waitFor(descriptorOf(socket), POLLOUT, kTimeout);
       if (result == 0) {
         return "Timeout in socket_send()";
       }
@@ -189,7 +188,7 @@ const char* socket_recv(SocketHandle socket, void* buffer, std::size_t length, s
       return nullptr;
     }
     if (wouldBlock(errno)) {
-      const int result = waitFor(descriptorOf(socket), POLLIN, g_socketTimeout);
+      const int result = waitFor(descriptorOf(socket), POLLIN, kTimeout);
       if (result == 0) {
         return "Timeout in socket_recv()";
       }
