@@ -7,7 +7,6 @@
 
 #include "foundation/errors.h"
 
-// What libFuzzer calls with every input.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 // Stops the fuzzer at a broken promise, saying which.
@@ -18,8 +17,7 @@ inline void require(bool holds, const std::string& promise) {
   }
 }
 
-// The outcome of an action as text: what it returns, or the refusal. Anything else that is thrown is a
-// finding.
+// What an action returns, or its refusal. Anything else that it throws is a finding.
 template <class Fault = error::Exception, class Action>
 std::string outcomeOf(Action action) {
   try {
