@@ -21,12 +21,19 @@ void use(DataInterval& interval) {
   interval.data.emplace<Record>();
 }
 
-// Takes away what is known not to come back: counts are read as signed numbers.
+double rounded(double value) {
+  std::string text;
+  appendReal(text, value);
+  return stringToReal(text);
+}
+
+// Takes away what is known not to come back: counts are read as signed numbers, reals have six digits.
 template <class Span>
-bool limitCounts(Span* span) {
+bool round(Span* span) {
   if (span != nullptr) {
     span->ngood = std::min(span->ngood, 0x7fffffffu);
     span->nbad = std::min(span->nbad, 0x7fffffffu);
+    span->min = rounded(span->min), span->avg = rounded(span->avg), span->max = rounded(span->max);
   }
   return span != nullptr;
 }
@@ -44,7 +51,7 @@ dataquery::Intervals read(const std::string& text, std::size_t piece, const Data
   TextInput input(text, piece);
   auto rows = readCsvLines(input, pattern, kGreenwich);
   for (auto& row : rows) {
-    limitCounts(row->data.as<DataIntervalSawtooth>()) || limitCounts(row->data.as<DataIntervalContinuous>());
+    round(row->data.as<DataIntervalSawtooth>()) || round(row->data.as<DataIntervalContinuous>());
   }
   return rows;
 }
@@ -56,12 +63,14 @@ void checkPrinting(const dataquery::Intervals& rows, const DataInterval& pattern
     return;  // ends the reading
   }
   auto again = read(text, text.size() + 1, pattern);
-  for (auto& row : again) {
-    if (auto* incident = row->data.as<DataIntervalIncident>()) {  // the quotes stay part of the text
+  require(again.size() == rows.size(), "as many rows are read as were printed");
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    if (auto* incident = again[i]->data.as<DataIntervalIncident>()) {  // the quotes stay part of the text
       incident->text = incident->text.substr(1, incident->text.size() - 2);
     }
+    const bool hasNan = !(*rows[i]->clone() == *rows[i]);
+    require(hasNan || *again[i] == *rows[i], "what was printed reads back the same");
   }
-  require(print(again, format) == text, "what was printed reads back the same");
 }
 
 }  // namespace

@@ -6,18 +6,21 @@ namespace {
 
 const protocol::BerProtocol& catalogue() { return protocol::guiProtocol::instance(); }
 
+bool hasNan(const std::string& bytes) { return bytes.find("\x09\x01\x60") != std::string::npos; }
+
 void checkComparison(const protocol::BerValue& message) {
   const auto copy = message.clone();
-  require(written(*copy, false) == written(message, false), "a copy has the same bytes");
-  require((*copy == message) == (message == message), "a copy is equal, but for a NaN, which equals nothing");
+  const std::string bytes = written(message, false);
+  require(written(*copy, false) == bytes, "a copy has the same bytes");
+  require(hasNan(bytes) || *copy == message, "a copy is equal");
   require((*copy < message) == (message > *copy), "less is greater from the other side");
 }
 
-// What was read may differ from what is written of it: a real keeps seven digits, and a NaN, which is 09 01
-// 60, reads back as 0. From then on nothing changes.
+// What was read may differ from what is written of it: a real keeps seven digits, and a NaN, which equals
+// nothing, reads back as 0. From then on nothing changes.
 void checkWriting(const protocol::BerValue& message) {
   std::string bytes = written(message, false);
-  if (bytes.find("\x09\x01\x60") != std::string::npos) {
+  if (hasNan(bytes)) {
     bytes = written(*readBack(catalogue(), bytes, false), false);
   }
   const auto again = readBack(catalogue(), bytes, false);
