@@ -50,6 +50,16 @@ start_sandbox() {
   sandbox_port=${first_line##*:}
 }
 
+# end_to_end PRESET [ARGUMENT...]: runs the end-to-end tests on the programs of that build, with arguments for pytest.
+end_to_end() {
+  local bin=$PWD/build/$1/bin sanitized=0
+  [ "$1" != asan ] || sanitized=1
+  shift
+  MORVEX_TOOL=$bin/morvex-tool MORVEX_SANDBOX=$bin/morvex-sandbox MORVEX_SANITIZED=$sanitized \
+    MORVEX_FAULTY_SYSTEM=$PWD/build/dev/tests/libfaulty_system.so PYTHONDONTWRITEBYTECODE=1 \
+    /usr/bin/python3 -m pytest -q -p no:cacheprovider "${@:-tests/end_to_end}"
+}
+
 build_packages=(g++ cmake ninja-build)
 test_packages=("${build_packages[@]}" ccache clang clang-format libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
   python3 python3-pytest tzdata valgrind)
