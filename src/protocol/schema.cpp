@@ -42,7 +42,7 @@ bool queueOrdered(const Nest& nest, const void* left, const void* right, std::ve
     if (pair.first == nullptr || pair.second == nullptr) {
       return false;
     }
-    // The last pair decides by itself: equal ones are in no order.
+    // The last pair decides by itself, even an equal one: values without fields are less than each other.
     if (i + 1 == leftCount || !pair.first->equals(*pair.second)) {
       pairs.push_back(pair);
       return true;

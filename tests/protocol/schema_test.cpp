@@ -9,7 +9,7 @@ using namespace protocol;
 
 namespace {
 
-using Samples = Only<SelectResp, StringListProp, SignedIntProp, CreateResp, NullProp, DataInterval>;
+using Samples = Only<SelectResp, StringListProp, SignedIntProp, CreateResp, NullProp, DataInterval, Response>;
 
 std::unique_ptr<BerValue> sample(const std::string& hex) { return decoded(hex, false, Samples()); }
 
@@ -42,6 +42,7 @@ TEST(Schema, ComparesFieldByField) {
       {"shorter list of records", records(high), records(low + low), false, true},
       {"first difference of records", records(low + low), records(low + high), false, true},
       {"records without order", records(low + high), records(mixed + high), false, false},
+      {"union of a class without fields", "75 05 02 01 01 A1 00", "75 05 02 01 02 A1 00", false, true},
       {"union of another class", records(""), "30 0B A1 09 02 01 00 0A 00 04 02 'up'", false, false},
   };
   for (const auto& row : rows) {

@@ -16,6 +16,11 @@ struct Reading {
                    const protocol::BerProtocol& catalogue = protocol::guiProtocol::instance())
       : script{std::move(incoming), {}, {}}, reader(catalogue, std::make_unique<ScriptedIo>(script)) {}
 
+  // Lets the peer open as legacy peers do, with a ClientWants.
+  void openLegacy() {
+    script.incoming.push_front(bytesOf("60 80 02 02 01 00 61 80 16 00 16 00 16 00 01 00 00 00 00 00"));
+  }
+
   // All that finish before the script ends.
   std::vector<std::unique_ptr<protocol::BerValue>> messages() {
     while (!script.incoming.empty()) {
@@ -40,14 +45,13 @@ struct Only final : protocol::BerProtocol {
   }
 };
 
-// The message with these bytes; a legacy peer has opened as such peers do.
+// The message with these bytes, behind the opening of a legacy peer if it is one.
 inline std::unique_ptr<protocol::BerValue> decoded(
     std::string_view hex, bool legacy = false,
     const protocol::BerProtocol& catalogue = protocol::guiProtocol::instance()) {
   Reading reading({bytesOf(hex)}, catalogue);
   if (legacy) {
-    reading.script.incoming.push_front(
-        bytesOf("60 80 02 02 01 00 61 80 16 00 16 00 16 00 01 00 00 00 00 00"));
+    reading.openLegacy();
   }
   return std::move(reading.messages().at(legacy ? 1 : 0));
 }
