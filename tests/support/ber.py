@@ -36,6 +36,35 @@ def real(text):
     return primitive(0x09, b"\0" + text.encode())
 
 
+def item(data, at):
+    """The item there, as its tag and its content or the items inside, and where it ends. Fails with an IndexError if it
+    is cut short, with a ValueError if it is no BER. 00 outside of all items and 19 are padding."""
+    tag, size, at = data[at], data[at + 1], at + 2
+    if tag & 31 == 31:
+        raise ValueError("long tag")
+    if size > 0x80:
+        count, size = size & 0x7F, int.from_bytes(data[at:at + (size & 0x7F)], "big")
+        at += count
+    elif size == 0x80:
+        size = None
+    if not tag & 0x20:
+        if size is None or at + size > len(data):
+            raise IndexError("content")
+        return (tag, data[at:at + size]), at + size
+    children, end = [], None if size is None else at + size
+    while at != end:
+        if data[at] == 0:
+            if data[at + 1]:
+                raise ValueError("end-of-contents")
+            return (tag, children), at + 2
+        if data[at] == 0x19:
+            at += 1
+        else:
+            child, at = item(data, at)
+            children.append(child)
+    return (tag, children), at
+
+
 def dump(data):
     """One line an item, indented by depth up to 20; never fails, as it is there to show what is wrong."""
     lines, depth, at = [], 0, 0
