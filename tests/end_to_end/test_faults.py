@@ -1,32 +1,36 @@
 """Every command against a server that fails at each byte, mangles its answers, or does not read."""
 
+import itertools
 import os
 import re
+import resource
 import time
 
 import pytest
-from ber import item, wire
-from faults import Stage, closes, finishes, plays, record, resets
-from server import refusal, response
+from ber import integers, item, string, wire
+from faults import ENDLESS, MEMORY, Stage, finishes, plays, record
+from peer import closes, resets
+from server import call, called, data, interval, made, refusal, response, selected, text, thing
 from tool import SANITIZED, Run
 
-EVERY = int(os.environ.get("MORVEX_EVERY", 97 if SANITIZED else 41))  # which bytes are tried: every n-th, and the borders of messages
+EVERY = int(os.environ.get("MORVEX_EVERY", 97 if SANITIZED else 41))  # strikes at each n-th byte and all borders of messages
 COMMANDS = {
     "listdomains": ["."], "listnodes": ["Backbone.Routers"], "listchecks": ["-r", "Backbone.Switches"],
     "listproperties": "Backbone.Routers,mainrouter aliases balance comment created dependencies gid threshold".split(),
     "select": ["-u", "-b", str(int(time.time()) - 700000), "Backbone.Routers,mainrouter,interfaces^eth0^traffic^daily"],
     "insert": ["Backbone.Routers,mainrouter,interfaces^eth0^traffic^daily"],
     "update": ["Backbone.Routers,mainrouter", "longLabel=other"], "listmetrics": [],
-    "monitormetrics": ["-a", "sample.ticks", "-i", "sample.poll", "sample.wave", "-a", "sample.sawtooth"]}
-SPOKEN = r"((Could not monitor: .*\n)*Got (\d) metrics\n)?"
+    ENDLESS: ["-a", "sample.ticks", "-i", "sample.poll", "sample.wave", "-a", "sample.sawtooth"]}
+SPOKEN = r"((Could not monitor: .*\n)*Got (\d+) metrics\n)?"
 FAILED = re.compile(SPOKEN + r"(Caught error: .*|Error getting Morvex server metrics)\n")
+LOST = re.compile("(^|\n)Caught error: (Error reading|Error writing to socket|Wrong username / password)")
 
 
 @pytest.fixture(scope="module")
 def stage():
-    with Stage() as built:
-        yield built
-        print(f"\n{built.runs} runs, {built.cut} bytes cut, {built.flipped} bytes flipped, at most {built.peak >> 20} MiB")
+    built = Stage()
+    yield built
+    print(f"\n{built.runs} runs, {built.cut} cut off, {built.flipped} with a byte flipped")
 
 
 @pytest.fixture(scope="module")
@@ -42,29 +46,20 @@ def session(request, recorded):
     return recorded[request.param]
 
 
-def whole(data):
-    """The messages, each with its bytes; fails if there is anything else."""
-    messages, at = [], 0
-    while at < len(data):
-        if data[at] in b"\0\x19":
-            at += 1
-            continue
-        message, end = item(data, at)
-        messages.append((message, data[at:end]))
-        at = end
-    return messages
-
-
 def pieces(data):
-    return [piece for _, piece in whole(data)]
+    """The bytes of each message; fails if anything but padding is between them."""
+    found = []
+    while data := data.lstrip(b"\0\x19"):
+        found.append(data[:item(data, 0)[1]])
+        data = data[len(found[-1]):]
+    return found
 
 
 def places(session):
     """Where to strike: at some bytes, and around the borders of messages."""
-    size, borders = len(session.stream), [0]
-    for piece in pieces(session.stream):
-        borders.append(borders[-1] + len(piece))
+    borders = itertools.accumulate(map(len, pieces(session.stream)), initial=0)
     near = {border + by for border in borders for by in (-1, 0, 1)}
+    size = len(session.stream)
     return sorted(at for at in {*range(0, size, EVERY)} | near if 0 <= at < size)
 
 
@@ -77,13 +72,15 @@ def assert_failed(session, result):
 @pytest.mark.parametrize("ending", [closes, resets])
 def test_connection_lost(stage, session, ending):
     for end in places(session):
-        assert_failed(session, stage.run(session.args, session.until(end, ending)))
+        result = stage.run(session.args, session.until(end, ending))
+        assert_failed(session, result)
+        assert LOST.search(result.err), result
         stage.cut += 1
 
 
 def flat(messages):
     """The items of all messages in their order: constructed ones as the number of those inside."""
-    left, items = [message for message, _ in reversed(messages)], []
+    left, items = messages[::-1], []
     while left:
         tag, value = left.pop()
         items.append((tag, len(value) if isinstance(value, list) else value))
@@ -102,11 +99,11 @@ def words(text):
 
 
 def assert_sound(session, flipped, result):
-    """Success, with the flipped byte: the answers still are whole and to the same requests, as read by other code than the
-    program's. Only a flip in an object's class or id, or in the structure, changes which lines there are; only what was
-    sent is printed, but for numbers, which may be computed; and what decodes to the same prints the same."""
-    sent, got = whole(session.stream), whole(flipped)
-    assert [(tag, items[:1]) for (tag, items), _ in got[2:]] == [(tag, items[:1]) for (tag, items), _ in sent[2:]]
+    """Success in spite of the flip: to a reader that is not the program's, the answers are still whole, and to the same
+    requests. What decodes to the same prints the same. Only a flip in the structure, or in an object's class or id, changes
+    how many lines there are, and no word is printed that was not sent."""
+    sent, got = [[item(piece, 0)[0] for piece in pieces(data)] for data in (session.stream, flipped)]
+    assert [(tag, items[:1]) for tag, items in got[2:]] == [(tag, items[:1]) for tag, items in sent[2:]]
     if session.args[0] == "listmetrics" and result == Run(0, "", "Error getting Morvex server metrics\n"):
         return  # the root is no group, which this command takes for a refusal
     columns = (re.fullmatch(SPOKEN, result.err) or [None] * 4)[3]
@@ -118,8 +115,8 @@ def assert_sound(session, flipped, result):
     elif len(sent) == len(got) and changed[0][1] not in heads(sent):
         assert result.out.count("\n") == session.result.out.count("\n"), (changed, result)
     if changed and changed[0][0] == 4:
-        text = flipped.decode(errors="surrogateescape")
-        assert all(word in text for word in words(result.out) - words(session.result.out)), (changed, result)
+        known = flipped.decode(errors="surrogateescape")
+        assert all(word in known for word in words(result.out) - words(session.result.out)), (changed, result)
 
 
 def test_flipped_byte(stage, session):
@@ -134,7 +131,7 @@ def test_flipped_byte(stage, session):
             assert_sound(session, bytes(flipped), result)
 
 
-STRANGERS = refusal(1000, 15) + response(2147483647, wire("A7( )"))
+STRANGERS = refusal(1000, 15) + bytes(3) + response(2147483647, wire("A7( )")) + b"\x19"  # with padding
 
 
 @pytest.mark.parametrize("change", [
@@ -144,8 +141,8 @@ def test_answers_that_are_too_many_or_out_of_order(stage, session, change):
     changed = [(count, b"".join(change(pieces(answer)))) for count, answer in session.turns]
     assert stage.run(session.args, plays([*session.turns[:2], *changed[2:]])) == session.result
     for turn in (0, 1):
-        turns = [*session.turns[:turn], (session.turns[turn][0], STRANGERS + session.turns[turn][1]), *session.turns[turn + 1:]]
-        assert_failed(session, stage.run(session.args, plays(turns)))
+        start = session.starts()[turn]
+        assert_failed(session, stage.run(session.args, session.until(start, finishes, STRANGERS + session.stream[start:])))
 
 
 def test_answers_that_do_not_come(stage, session):
@@ -155,7 +152,7 @@ def test_answers_that_do_not_come(stage, session):
         assert_failed(session, stage.run(session.args, session.until(at, finishes, rest)))
         following = pieces(rest)[0] if rest else b""
         early = session.until(at, finishes, following + piece + rest[len(following):])
-        if rest and not (session.args[0] == "monitormetrics" and at >= session.starts()[-1]):
+        if rest and not (session.args[0] == ENDLESS and at >= session.starts()[-1]):
             assert_failed(session, stage.run(session.args, early))
         at += len(piece)
 
@@ -164,20 +161,65 @@ def test_single_bytes(stage, session):
     assert stage.run(session.args, plays(session.turns, piece=1)) == session.result
 
 
-COUNT, DEPTH = 500000, 200000
+COUNT, DEPTH, ROWS = 500000, 200000, 500000 if EVERY < 10 else 50000
 NESTED, MANY = wire("3080") * DEPTH + bytes(2 * DEPTH), wire("3080") + wire("0500") * COUNT + bytes(2)
+ANNOUNCED, SENT = wire("0484FFFFFFFF") + bytes(1 << 20), wire("0483100000") + bytes(1 << 20)
 
 
-@pytest.mark.parametrize("huge", [NESTED, MANY], ids=["nested", "many"])
-def test_huge_field_that_is_skipped(stage, session, huge):
-    *turns, (count, last) = session.turns
-    assert stage.run(session.args, plays([*turns, (count, last[:-2] + huge + last[-2:])])) == session.result
-
-
-@pytest.mark.parametrize("huge", [NESTED, MANY, wire("0484FFFFFFFF") + bytes(1 << 20), wire("0483100000") + bytes(1 << 20)],
-                         ids=["nested", "many", "announced", "sent"])
+@pytest.mark.parametrize("huge", [NESTED, MANY, ANNOUNCED, SENT], ids=["nested", "many", "announced", "sent"])
 def test_huge_field(stage, session, huge):
-    """In place of each answer's first string."""
+    """In place of each answer's first string; and behind all that is read, where it is skipped."""
     for (_, answer), start in list(zip(session.turns, session.starts()))[1:]:
         if b"\4" in answer:
             assert_failed(session, stage.run(session.args, session.until(start + answer.index(b"\4"), finishes, huge)))
+    *turns, (count, last) = session.turns
+    if huge is not ANNOUNCED:
+        assert stage.run(session.args, plays([*turns, (count, last[:-2] + huge + last[-2:])]), 2 * MEMORY) == session.result
+
+
+@pytest.mark.parametrize("command, answer, out", [
+    ("select", data(1, interval(0xA4, integers(*range(5))) * ROWS), "Begin,End,Mask,ngood,nbad\n" + "0,1,2,3,4\n" * ROWS),
+    ("listdomains", selected(1, thing("Domain", "1", "", thing("Domain", "2", "a", label="A") * ROWS)), "A\t2\ta\n" * ROWS),
+], ids=["select", "listdomains"])
+def test_huge_output(stage, recorded, command, answer, out):
+    args, (*turns, (count, _)), _ = recorded[command]
+    result = stage.run(args, plays([*turns, (count, answer)]), memory=MEMORY + (2 << 10) * ROWS)
+    assert (result.code, result.err) == (0, "") and result.out == out
+
+
+NAME, POLLS = ".".join(["n" * 900] * 3), 1900  # more than the program's socket ever takes while the server does not read
+METRIC = made("GaugeInt64", "", text("unit", ""))
+
+
+def calls(method, start, *answer):
+    """The turns of one call for each of the metrics, with answers that are far longer than what they hold."""
+    padding = string("x" * 4096) if method == 2 else b""
+    return [(len(call(number, method, NAME)), called(number, *answer)[:-2] + padding + bytes(2))
+            for number in range(start, start + POLLS)]
+
+
+@pytest.fixture(scope="module")
+def narrow():
+    """A stage for arguments of megabytes, with sockets that hold next to nothing."""
+    limits = resource.getrlimit(resource.RLIMIT_STACK)
+    resource.setrlimit(resource.RLIMIT_STACK, (64 << 20, limits[1]))  # a quarter of it is for arguments
+    yield Stage(small=True)
+    resource.setrlimit(resource.RLIMIT_STACK, limits)
+
+
+@pytest.fixture(scope="module")
+def monitors(recorded):
+    return [*recorded[ENDLESS].turns[:2], *calls(3, 0, "", METRIC)]
+
+
+@pytest.mark.parametrize("ending", [closes, resets])
+def test_server_that_stops_reading(narrow, monitors, recorded, ending, tmp_path):
+    def leaves(peer, client):
+        time.sleep(0.5)  # so that the program most probably waits by then; it must fail either way
+        ending(peer, client)
+
+    (tmp_path / "rows").write_text("header\n" + "1000,2000,1,2,3,4,5\n" * 200000)
+    inserted = ["-f", str(tmp_path / "rows"), *recorded["insert"].args[2:]]
+    for args, turns in [(inserted, recorded["insert"].turns[:-1]), ([ENDLESS, *[NAME] * POLLS], monitors)]:
+        result = narrow.run(args, plays(turns, leaves), memory=128 << 20)
+        assert (result.code, result.out) == (1, "") and FAILED.fullmatch(result.err), result

@@ -37,32 +37,21 @@ def real(text):
 
 
 def item(data, at):
-    """The item there, as its tag and its content or the items inside, and where it ends. Fails with an IndexError if it
-    is cut short, with a ValueError if it is no BER. 00 outside of all items and 19 are padding."""
+    """The item there, as its tag and its content or the items inside, and where it ends; fails if there is none."""
     tag, size, at = data[at], data[at + 1], at + 2
-    if tag & 31 == 31:
-        raise ValueError("long tag")
-    if size > 0x80:
-        count, size = size & 0x7F, int.from_bytes(data[at:at + (size & 0x7F)], "big")
-        at += count
-    elif size == 0x80:
-        size = None
+    endless, long, inside = size == 0x80, max(size - 0x80, 0), []
+    end = at + long + (int.from_bytes(data[at:at + long], "big") if long else size)
+    at += long
     if not tag & 0x20:
-        if size is None or at + size > len(data):
-            raise IndexError("content")
-        return (tag, data[at:at + size]), at + size
-    children, end = [], None if size is None else at + size
-    while at != end:
+        assert not endless and end <= len(data), f"content at {at}"
+        return (tag, data[at:end]), end
+    while endless or at != end:
         if data[at] == 0:
-            if data[at + 1]:
-                raise ValueError("end-of-contents")
-            return (tag, children), at + 2
-        if data[at] == 0x19:
-            at += 1
-        else:
-            child, at = item(data, at)
-            children.append(child)
-    return (tag, children), at
+            assert data[at + 1] == 0, f"end-of-contents at {at}"
+            return (tag, inside), at + 2
+        child, at = (None, at + 1) if data[at] == 0x19 else item(data, at)
+        inside += [child] if child else []  # 19 is padding
+    return (tag, inside), at
 
 
 def dump(data):

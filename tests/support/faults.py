@@ -10,10 +10,12 @@ import socket
 import struct
 from typing import NamedTuple
 
+from peer import sends
 from server import LOGIN
 from tool import PATIENCE, SANITIZED, TOOL, Run, environment
 
-MEMORY = 64 << 20  # bytes of address space for a run, and of memory; the sanitizers need more
+MEMORY = 16 << 20  # bytes of address space for a run, code and stack included; the sanitizers take terabytes
+ENDLESS = "monitormetrics"
 
 
 class Session(NamedTuple):
@@ -36,16 +38,7 @@ class Session(NamedTuple):
         return plays([*self.turns[:turn], last], ending)
 
 
-def closes(client):
-    client.close()
-
-
-def resets(client):
-    client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-    client.close()
-
-
-def finishes(client):
+def finishes(_, client):
     """Sends no more, but takes what still comes. The program may have gone before."""
     with contextlib.suppress(OSError):
         client.shutdown(socket.SHUT_WR)
@@ -57,80 +50,68 @@ def plays(turns, ending=finishes, piece=None):
             client.setsockopt(socket.IPPROTO_TCP, socket.TCP_QUICKACK, 1)  # as the program's next message waits for it
             if len(client.recv(count, socket.MSG_WAITALL)) < count:
                 return
-            for start in range(0, len(answer), piece or len(answer) or 1):
-                client.sendall(answer[start:start + (piece or len(answer))])
-        ending(client)
+            sends(answer, piece)(None, client)
+        ending(None, client)
     return play
-
-
-def endless(args):
-    return args[0] == "monitormetrics"
 
 
 class Stage:
     """Where the program runs: one listener and two pipes for all runs, so that one takes a few milliseconds."""
 
-    def __init__(self):
-        self.runs = self.cut = self.flipped = self.peak = 0
+    def __init__(self, small=False):
+        self.runs = self.cut = self.flipped = 0
         self.listener = socket.create_server(("127.0.0.1", 0))
+        if small:  # so are the segments, which keeps the program's own buffer from growing fast
+            for option in (socket.SO_RCVBUF, socket.SO_SNDBUF):
+                self.listener.setsockopt(socket.SOL_SOCKET, option, 4096)
+            self.listener.setsockopt(socket.IPPROTO_TCP, socket.TCP_MAXSEG, 536)
         self.listener.settimeout(PATIENCE)
         self.nothing = os.open(os.devnull, os.O_RDONLY)
         self.readers, self.writers = zip(os.pipe(), os.pipe())
         for reader in self.readers:
             os.set_blocking(reader, False)
 
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.listener.close()
-        for descriptor in [self.nothing, *self.readers, *self.writers]:
-            os.close(descriptor)
-
-    def run(self, args, play, memory=MEMORY, port=None):
+    def run(self, args, play, memory=MEMORY):
         """Ends the program behind its first line if it never ends by itself."""
-        command = [TOOL, "-s", "127.0.0.1", "-p", str(port or self.listener.getsockname()[1]), *LOGIN, *args]
+        command = [TOOL, "-s", "127.0.0.1", "-p", str(self.listener.getsockname()[1]), *LOGIN, *args]
         streams = [(os.POSIX_SPAWN_DUP2, source, target) for target, source in enumerate([self.nothing, *self.writers])]
         child = os.posix_spawn(TOOL, command, environment("UTC"), file_actions=streams, setsid=True)
         try:
             if not SANITIZED:
                 resource.prlimit(child, resource.RLIMIT_AS, (memory, memory))
-            client = self.listener.accept()[0]
-            client.settimeout(None)
-            client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVTIMEO, struct.pack("ll", PATIENCE, 0))
-            client.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-            with client:
+            with self.accept() as client:
                 with contextlib.suppress(ConnectionError):
                     play(client)
-                out, stopped = self.output(child, endless(args))
+                out, ended = self.output(child, args[0] == ENDLESS)
         finally:
             with contextlib.suppress(ProcessLookupError):
                 os.kill(child, signal.SIGKILL)
-            _, status, usage = os.wait4(child, 0)
-        err = self.take(1)
-        self.runs, self.peak = self.runs + 1, max(self.peak, usage.ru_maxrss << 10)
-        result = Run(0 if stopped else os.waitstatus_to_exitcode(status), out.decode(errors="surrogateescape"),
-                     err.decode(errors="surrogateescape"))
+            status = os.waitpid(child, 0)[1]
+        self.runs += 1
+        result = Run(os.waitstatus_to_exitcode(status) if ended else 0,
+                     *[text.decode(errors="surrogateescape") for text in (out, self.take(1))])
         assert result.code in (0, 1) and not re.search("Sanitizer|runtime error", result.err), result
-        assert usage.ru_maxrss << 10 <= memory * (8 if SANITIZED else 1), usage
         return result
 
+    def accept(self):
+        client = self.listener.accept()[0]
+        client.settimeout(None)
+        for limit in (socket.SO_RCVTIMEO, socket.SO_SNDTIMEO):
+            client.setsockopt(socket.SOL_SOCKET, limit, struct.pack("ll", PATIENCE, 0))
+        client.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+        return client
+
     def output(self, child, first_line):
-        """What the program prints, and whether a first line was all that was wanted of it."""
-        ended, out = os.pidfd_open(child), bytearray()
-        poller = select.poll()
-        for descriptor in (ended, self.readers[0]):
-            poller.register(descriptor, select.POLLIN)
-        try:
+        """What the program prints, and whether it ended; else there is the first line that was wanted of it."""
+        out = bytearray()
+        with os.fdopen(os.pidfd_open(child), "rb", 0) as end:
             while not (first_line and b"\n" in out):
-                events = [descriptor for descriptor, _ in poller.poll(PATIENCE * 1000)]
-                assert events, f"still runs, and printed {out[-1000:]}"
+                ready = select.select([end, self.readers[0]], [], [], PATIENCE)[0]
+                assert ready, f"still runs, and printed {out[-1000:]}"
                 out += self.take(0)
-                if ended in events:
-                    return out + self.take(0), False
-            return out, True
-        finally:
-            os.close(ended)
+                if end in ready:
+                    return out + self.take(0), True
+        return out, False
 
     def take(self, stream):
         data = b""
@@ -142,14 +123,13 @@ class Stage:
 
 def record(stage, server, args):
     """What the program and the server say to each other. All polls of a cycle are one turn: their answers may come early."""
-    turns = []
+    turns, endless = [], args[0] == ENDLESS
 
     def relay(client):
         with socket.create_connection((server[1], int(server[3]))) as upstream:
-            while ready := select.select([client, upstream, *stage.readers[:endless(args)]], [], [])[0]:
-                if stage.readers[0] in ready:
-                    return
-                data = ready[0].recv(65536)
+            while True:
+                ready = select.select([client, upstream, *stage.readers[:endless]], [], [])[0]
+                data = b"" if stage.readers[0] in ready else ready[0].recv(65536)
                 if not data:
                     return
                 (upstream if ready[0] is client else client).sendall(data)
@@ -158,6 +138,6 @@ def record(stage, server, args):
                 turns[-1][ready[0] is upstream] += len(data) if ready[0] is client else data
 
     result = stage.run(args, relay)
-    first_poll = 2 + sum(not arg.startswith("-") for arg in args[1:]) if endless(args) else len(turns)
-    polls = [[sum(count for count, _ in turns[first_poll:]), b"".join(answer for _, answer in turns[first_poll:])]]
-    return Session(args, turns[:first_poll] + polls * endless(args), result)
+    first_poll = 2 + sum(not arg.startswith("-") for arg in args[1:]) if endless else len(turns)
+    polls = [[sum(counts), b"".join(answers)] for counts, answers in [zip(*turns[first_poll:])] * endless]
+    return Session(args, turns[:first_poll] + polls, result)
