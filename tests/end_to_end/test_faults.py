@@ -36,7 +36,7 @@ def stage():
 @pytest.fixture(scope="module")
 def recorded(server, stage, tmp_path_factory):
     rows = tmp_path_factory.mktemp("faults") / "rows"
-    rows.write_text("header\n1000,2000,1,2,3,4,5\n2000,3000,,,,1,1\n")
+    rows.write_text("header\n1000,2000,1,2,3,4,5\n2000,3000,1,2,3,4,5\n")
     return {command: record(stage, server, ["-f", str(rows)] * (command == "insert") + [command, *args])
             for command, args in COMMANDS.items()}
 
@@ -82,15 +82,15 @@ def flat(messages):
     """The items of all messages in their order: constructed ones as the number of those inside."""
     left, items = messages[::-1], []
     while left:
-        tag, value = left.pop()
-        items.append((tag, len(value) if isinstance(value, list) else value))
-        left += reversed(value) if isinstance(value, list) else []
+        tag, inside = left.pop()
+        items.append((tag, len(inside) if isinstance(inside, list) else inside))
+        left += inside[::-1] if isinstance(inside, list) else []
     return items
 
 
 def heads(items):
     """The classes and ids of objects: they decide which lines there are."""
-    return {value for at, (tag, value) in enumerate(items[:-2]) if tag == 4 and (
+    return {content for at, (tag, content) in enumerate(items[:-2]) if tag == 4 and (
         items[at - 1][0] == 0x30 and items[at + 1][0] == 2 or items[at - 1][0] == 2 and items[at - 2][0] == 4)}
 
 

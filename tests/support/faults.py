@@ -138,6 +138,7 @@ def record(stage, server, args):
                 turns[-1][ready[0] is upstream] += len(data) if ready[0] is client else data
 
     result = stage.run(args, relay)
+    assert result.code == 0 and all(answer for _, answer in turns), result  # else the faults would be held against one
     first_poll = 2 + sum(not arg.startswith("-") for arg in args[1:]) if endless else len(turns)
     polls = [[sum(counts), b"".join(answers)] for counts, answers in [zip(*turns[first_poll:])] * endless]
     return Session(args, turns[:first_poll] + polls, result)
