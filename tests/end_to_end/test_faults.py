@@ -10,7 +10,7 @@ import pytest
 from ber import integers, item, string, wire
 from faults import ENDLESS, MEMORY, Stage, finishes, plays, record
 from peer import closes, resets
-from server import call, called, data, interval, made, refusal, response, selected, text, thing
+from server import call, called, data, interval, made, refusal, response, selected, text, thing, value
 from tool import SANITIZED, Run
 
 EVERY = int(os.environ.get("MORVEX_EVERY", 97 if SANITIZED else 41))  # strikes at each n-th byte and all borders of messages
@@ -210,6 +210,12 @@ def narrow():
 @pytest.fixture(scope="module")
 def monitors(recorded):
     return [*recorded[ENDLESS].turns[:2], *calls(3, 0, "", METRIC)]
+
+
+def test_polls_that_are_answered_one_by_one(narrow, monitors):
+    turns = [*monitors, *calls(2, POLLS, value(7))]
+    result = narrow.run([ENDLESS, *[NAME] * POLLS], plays(turns), memory=128 << 20)
+    assert result == Run(0, "\t".join(["7"] * POLLS) + "\n", f"Got {POLLS} metrics\n")
 
 
 @pytest.mark.parametrize("ending", [closes, resets])
