@@ -4,10 +4,9 @@ import subprocess
 
 import pytest
 from ber import constructed, integer, integers, real, wire
-from peer import closes, expects, resets, sends
-from server import (BOTH, CHECK_42, END_OF_STREAM, GET_DATA, GET_LAST, LIST_DOMAINS, LOGIN, LOOKUP_42, LOOKUP_ROOT,
-                    NAME, NODE_42, RESET, ROOT, caught, data, incident, interval, misused, refusal, response, select, selected,
-                    session, step, thing)
+from peer import expects, sends
+from server import (BOTH, CHECK_42, GET_DATA, GET_LAST, LIST_DOMAINS, LOGIN, LOOKUP_42, LOOKUP_ROOT, NAME, NODE_42, ROOT, caught,
+                    data, incident, interval, misused, refusal, response, select, selected, session, step, thing)
 from tool import SANITIZED, Run, environment, run
 
 LOOKUP_BACKBONE = wire("""74( 020100 A0( 31( 'root' )
@@ -202,24 +201,6 @@ def test_hostile_answers(answer, message):
     limit = "unlimited" if SANITIZED else "524288"  # KiB; an announced length must not become an allocation
     steps = [*SELECT_STEPS, sends(wire(answer))]
     assert session(SELECT, *steps, shell=f'ulimit -v {limit}; exec "$0" "$@"') == caught(message)
-
-
-def test_responses_that_nobody_awaits():
-    strangers = refusal(77, 15) + bytes(3) + response(2147483647, wire("A7( )")) + b"\x19"
-    steps = [expects(LOOKUP_42), sends(strangers + response(1, wire("A2( )")) + CHECK_42 + strangers), expects(GET_DATA)]
-    assert session(SELECT, *steps, sends(refusal(0, 1) + data(1, ENUM))) == Run(0, ENUMS + ENUM_ROW, "")
-
-
-@pytest.mark.parametrize("cut", range(0, len(NODES), 7))
-def test_cut_answer(cut):
-    steps = [expects(LOOKUP_BACKBONE), sends(BACKBONE), expects(LIST_NODES), sends(NODES[:cut]), closes]
-    assert session(["listnodes", "Back\\\\\\\\bone"], *steps) == caught(END_OF_STREAM)
-
-
-@pytest.mark.parametrize("ending, message", [(closes, END_OF_STREAM), (resets, RESET)])
-def test_connection_lost(ending, message):
-    assert session(SELECT, expects(LOOKUP_42), ending) == caught(message)
-    assert session(SELECT, *SELECT_STEPS, ending) == caught(message)
 
 
 def test_deep_answers():

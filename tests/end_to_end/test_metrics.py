@@ -5,21 +5,11 @@ import re
 import subprocess
 
 import pytest
-from ber import constructed, integer, wire
 from peer import closes, expects, sends
-from server import END_OF_STREAM, LOGIN, caught, made, prop, refusal, response, session, text
+from server import END_OF_STREAM, LOGIN, call, called, caught, made, prop, refusal, session, text, value
 from tool import TOOL, Run
 
 NO_METRICS = "Error getting Morvex server metrics\n"
-
-
-def called(number, properties="", *objects):
-    return response(number, constructed(0xAA, wire(f"30( {properties} )"), constructed(0x30, *objects)))
-
-
-def call(number, method, name=None):
-    path = "" if name is None else "30( 'name' 02010B A1( 30( %s ) ) )" % " ".join(f"'{word}'" for word in name.split("."))
-    return wire(f"74( {integer(number).hex()} A9( {integer(method).hex()} 30( {path} ) 30( ) ) )")
 
 
 def branch(kind, name, *children):
@@ -59,10 +49,6 @@ stray\tInstance\t\t
 ])
 def test_listing(args, answer, result):
     assert session(args.split(), expects(call(0, 1)), sends(answer)) == result
-
-
-def value(number, name="value"):
-    return prop(name, 16, f"AA( {integer(number).hex()} )")
 
 
 def timing(n, total, squares, low=1, high=9):

@@ -36,6 +36,24 @@ def real(text):
     return primitive(0x09, b"\0" + text.encode())
 
 
+def item(data, at):
+    """The item there, as its tag and its content or the items inside, and where it ends; fails if there is none."""
+    tag, size, at = data[at], data[at + 1], at + 2
+    endless, long, inside = size == 0x80, max(size - 0x80, 0), []
+    end = at + long + (int.from_bytes(data[at:at + long], "big") if long else size)
+    at += long
+    if not tag & 0x20:
+        assert not endless and end <= len(data), f"content at {at}"
+        return (tag, data[at:end]), end
+    while endless or at != end:
+        if data[at] == 0:
+            assert data[at + 1] == 0, f"end-of-contents at {at}"
+            return (tag, inside), at + 2
+        child, at = (None, at + 1) if data[at] == 0x19 else item(data, at)
+        inside += [child] if child else []  # 19 is padding
+    return (tag, inside), at
+
+
 def dump(data):
     """One line an item, indented by depth up to 20; never fails, as it is there to show what is wrong."""
     lines, depth, at = [], 0, 0

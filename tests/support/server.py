@@ -85,6 +85,19 @@ def thing(kind, key, name, *children, label=None):
     return made(kind, key, text("siblingName", name) + ("" if label is None else text("longLabel", label)), *children)
 
 
+def called(number, properties="", *objects):
+    return response(number, constructed(0xAA, wire(f"30( {properties} )"), constructed(0x30, *objects)))
+
+
+def call(number, method, name=None):
+    path = "" if name is None else "30( 'name' 02010B A1( 30( %s ) ) )" % " ".join(f"'{word}'" for word in name.split("."))
+    return wire(f"74( {integer(number).hex()} A9( {integer(method).hex()} 30( {path} ) 30( ) ) )")
+
+
+def value(number, name="value"):
+    return prop(name, 16, f"AA( {integer(number).hex()} )")
+
+
 # The look-ups of the path "." and of "-i 42", always the first request, with answers to them.
 NAME, BOTH = "'siblingName'", "'siblingName' 'longLabel'"
 LOOKUP_ROOT = select(0, "root", step("Domain", 0, NAME))

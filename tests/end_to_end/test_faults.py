@@ -1,0 +1,231 @@
+"""Every command against a server that fails at each byte, mangles its answers, or does not read."""
+
+import itertools
+import os
+import re
+import resource
+import time
+
+import pytest
+from ber import integers, item, string, wire
+from faults import ENDLESS, MEMORY, Stage, finishes, plays, record
+from peer import closes, resets
+from server import call, called, data, interval, made, refusal, response, selected, text, thing, value
+from tool import SANITIZED, Run
+
+EVERY = int(os.environ.get("MORVEX_EVERY", 97 if SANITIZED else 41))  # strikes at each n-th byte and all borders of messages
+COMMANDS = {
+    "listdomains": ["."], "listnodes": ["Backbone.Routers"], "listchecks": ["-r", "Backbone.Switches"],
+    "listproperties": "Backbone.Routers,mainrouter aliases balance comment created dependencies gid threshold".split(),
+    "select": ["-u", "-b", str(int(time.time()) - 700000), "Backbone.Routers,mainrouter,interfaces^eth0^traffic^daily"],
+    "insert": ["Backbone.Routers,mainrouter,interfaces^eth0^traffic^daily"],
+    "update": ["Backbone.Routers,mainrouter", "longLabel=other"], "listmetrics": [],
+    ENDLESS: ["-a", "sample.ticks", "-i", "sample.poll", "sample.wave", "-a", "sample.sawtooth"]}
+SPOKEN = r"((Could not monitor: .*\n)*Got (\d+) metrics\n)?"
+FAILED = re.compile(SPOKEN + r"(Caught error: .*|Error getting Morvex server metrics)\n")
+LOST = re.compile("(^|\n)Caught error: (Error reading|Error writing to socket|Wrong username / password)")
+
+
+@pytest.fixture(scope="module")
+def stage():
+    built = Stage()
+    yield built
+    print(f"\n{built.runs} runs, {built.cut} cut off, {built.flipped} with a byte flipped")
+
+
+@pytest.fixture(scope="module")
+def recorded(server, stage, tmp_path_factory):
+    rows = tmp_path_factory.mktemp("faults") / "rows"
+    rows.write_text("header\n1000,2000,1,2,3,4,5\n2000,3000,1,2,3,4,5\n")
+    return {command: record(stage, server, ["-f", str(rows)] * (command == "insert") + [command, *args])
+            for command, args in COMMANDS.items()}
+
+
+@pytest.fixture(params=COMMANDS)
+def session(request, recorded):
+    return recorded[request.param]
+
+
+def pieces(data):
+    """The bytes of each message; fails if anything but padding is between them."""
+    found = []
+    while data := data.lstrip(b"\0\x19"):
+        found.append(data[:item(data, 0)[1]])
+        data = data[len(found[-1]):]
+    return found
+
+
+def places(session):
+    """Where to strike: at some bytes, and around the borders of messages."""
+    borders = itertools.accumulate(map(len, pieces(session.stream)), initial=0)
+    near = {border + by for border in borders for by in (-1, 0, 1)}
+    size = len(session.stream)
+    return sorted(at for at in {*range(0, size, EVERY)} | near if 0 <= at < size)
+
+
+def assert_failed(session, result):
+    """An error, and not all of the output. An insertion has none, and an update has no other."""
+    assert result.code == 1 and FAILED.fullmatch(result.err), result
+    assert session.result.out.startswith(result.out) and (result.out == "" or result.out != session.result.out), result
+
+
+@pytest.mark.parametrize("ending", [closes, resets])
+def test_connection_lost(stage, session, ending):
+    for end in places(session):
+        result = stage.run(session.args, session.until(end, ending))
+        assert_failed(session, result)
+        assert LOST.search(result.err), result
+        stage.cut += 1
+
+
+def flat(messages):
+    """The items of all messages in their order: constructed ones as the number of those inside."""
+    left, items = messages[::-1], []
+    while left:
+        tag, inside = left.pop()
+        items.append((tag, len(inside) if isinstance(inside, list) else inside))
+        left += inside[::-1] if isinstance(inside, list) else []
+    return items
+
+
+def heads(items):
+    """The classes and ids of objects: they decide which lines there are."""
+    return {content for at, (tag, content) in enumerate(items[:-2]) if tag == 4 and (
+        items[at - 1][0] == 0x30 and items[at + 1][0] == 2 or items[at - 1][0] == 2 and items[at - 2][0] == 4)}
+
+
+def words(text):
+    return set(re.findall(r"[^\W_]+", re.sub(r"\\(\\|[a-z]|[0-7]{3})", " ", text)))
+
+
+def assert_sound(session, flipped, result):
+    """Success in spite of the flip: to a reader that is not the program's, the answers are still whole, and to the same
+    requests. What decodes to the same prints the same. Only a flip in the structure, or in an object's class or id, changes
+    how many lines there are, and no word is printed that was not sent."""
+    sent, got = [[item(piece, 0)[0] for piece in pieces(data)] for data in (session.stream, flipped)]
+    assert [(tag, items[:1]) for tag, items in got[2:]] == [(tag, items[:1]) for tag, items in sent[2:]]
+    if session.args[0] == "listmetrics" and result == Run(0, "", "Error getting Morvex server metrics\n"):
+        return  # the root is no group, which this command takes for a refusal
+    columns = (re.fullmatch(SPOKEN, result.err) or [None] * 4)[3]
+    assert result.err == "" or int(columns) == result.out.count("\t") + 1, result
+    sent, got = flat(sent), flat(got)
+    changed = [before for before, after in zip(sent, got) if before != after]
+    if sent == got:
+        assert result == session.result
+    elif len(sent) == len(got) and changed[0][1] not in heads(sent):
+        assert result.out.count("\n") == session.result.out.count("\n"), (changed, result)
+    if changed and changed[0][0] == 4:
+        known = flipped.decode(errors="surrogateescape")
+        assert all(word in known for word in words(result.out) - words(session.result.out)), (changed, result)
+
+
+def test_flipped_byte(stage, session):
+    for at in places(session):
+        flipped = bytearray(session.stream)
+        flipped[at] ^= 1 << at % 8
+        result = stage.run(session.args, session.until(at, finishes, bytes(flipped[at:])))
+        stage.flipped += 1
+        if result.code:
+            assert_failed(session, result)
+        else:
+            assert_sound(session, bytes(flipped), result)
+
+
+STRANGERS = refusal(1000, 15) + bytes(3) + response(2147483647, wire("A7( )")) + b"\x19"  # with padding
+
+
+@pytest.mark.parametrize("change", [
+    lambda answers: answers * 2, lambda answers: [part for answer in answers for part in (answer, answer)],
+    lambda answers: [STRANGERS, *answers, STRANGERS], lambda answers: answers[::-1]])
+def test_answers_that_are_too_many_or_out_of_order(stage, session, change):
+    changed = [(count, b"".join(change(pieces(answer)))) for count, answer in session.turns]
+    assert stage.run(session.args, plays([*session.turns[:2], *changed[2:]])) == session.result
+    for turn in (0, 1):
+        start = session.starts()[turn]
+        assert_failed(session, stage.run(session.args, session.until(start, finishes, STRANGERS + session.stream[start:])))
+
+
+def test_answers_that_do_not_come(stage, session):
+    at = 0
+    for piece in pieces(session.stream):
+        rest = session.stream[at + len(piece):]
+        assert_failed(session, stage.run(session.args, session.until(at, finishes, rest)))
+        following = pieces(rest)[0] if rest else b""
+        early = session.until(at, finishes, following + piece + rest[len(following):])
+        if rest and not (session.args[0] == ENDLESS and at >= session.starts()[-1]):
+            assert_failed(session, stage.run(session.args, early))
+        at += len(piece)
+
+
+def test_single_bytes(stage, session):
+    assert stage.run(session.args, plays(session.turns, piece=1)) == session.result
+
+
+COUNT, DEPTH, ROWS = 500000, 200000, 500000 if EVERY < 10 else 50000
+NESTED, MANY = wire("3080") * DEPTH + bytes(2 * DEPTH), wire("3080") + wire("0500") * COUNT + bytes(2)
+ANNOUNCED, SENT = wire("0484FFFFFFFF") + bytes(1 << 20), wire("0483100000") + bytes(1 << 20)
+
+
+@pytest.mark.parametrize("huge", [NESTED, MANY, ANNOUNCED, SENT], ids=["nested", "many", "announced", "sent"])
+def test_huge_field(stage, session, huge):
+    """In place of each answer's first string; and behind all that is read, where it is skipped."""
+    for (_, answer), start in list(zip(session.turns, session.starts()))[1:]:
+        if b"\4" in answer:
+            assert_failed(session, stage.run(session.args, session.until(start + answer.index(b"\4"), finishes, huge)))
+    *turns, (count, last) = session.turns
+    if huge is not ANNOUNCED:
+        assert stage.run(session.args, plays([*turns, (count, last[:-2] + huge + last[-2:])]), 2 * MEMORY) == session.result
+
+
+@pytest.mark.parametrize("command, answer, out", [
+    ("select", data(1, interval(0xA4, integers(*range(5))) * ROWS), "Begin,End,Mask,ngood,nbad\n" + "0,1,2,3,4\n" * ROWS),
+    ("listdomains", selected(1, thing("Domain", "1", "", thing("Domain", "2", "a", label="A") * ROWS)), "A\t2\ta\n" * ROWS),
+], ids=["select", "listdomains"])
+def test_huge_output(stage, recorded, command, answer, out):
+    args, (*turns, (count, _)), _ = recorded[command]
+    result = stage.run(args, plays([*turns, (count, answer)]), memory=MEMORY + (2 << 10) * ROWS)
+    assert (result.code, result.err) == (0, "") and result.out == out
+
+
+NAME, POLLS = ".".join(["n" * 900] * 3), 1900  # more than the program's socket ever takes while the server does not read
+METRIC = made("GaugeInt64", "", text("unit", ""))
+
+
+def calls(method, start, *answer):
+    """The turns of one call for each of the metrics, with answers that are far longer than what they hold."""
+    padding = string("x" * 4096) if method == 2 else b""
+    return [(len(call(number, method, NAME)), called(number, *answer)[:-2] + padding + bytes(2))
+            for number in range(start, start + POLLS)]
+
+
+@pytest.fixture(scope="module")
+def narrow():
+    """A stage for arguments of megabytes, with sockets that hold next to nothing."""
+    limits = resource.getrlimit(resource.RLIMIT_STACK)
+    resource.setrlimit(resource.RLIMIT_STACK, (64 << 20, limits[1]))  # a quarter of it is for arguments
+    yield Stage(small=True)
+    resource.setrlimit(resource.RLIMIT_STACK, limits)
+
+
+@pytest.fixture(scope="module")
+def monitors(recorded):
+    return [*recorded[ENDLESS].turns[:2], *calls(3, 0, "", METRIC)]
+
+
+def test_polls_that_are_answered_one_by_one(narrow, monitors):
+    turns = [*monitors, *calls(2, POLLS, value(7))]
+    result = narrow.run([ENDLESS, *[NAME] * POLLS], plays(turns), memory=128 << 20)
+    assert result == Run(0, "\t".join(["7"] * POLLS) + "\n", f"Got {POLLS} metrics\n")
+
+
+@pytest.mark.parametrize("ending", [closes, resets])
+def test_server_that_stops_reading(narrow, monitors, recorded, ending, tmp_path):
+    def leaves(peer, client):
+        time.sleep(0.5)  # so that the program most probably waits by then; it must fail either way
+        ending(peer, client)
+
+    (tmp_path / "rows").write_text("header\n" + "1000,2000,1,2,3,4,5\n" * 200000)
+    inserted = ["-f", str(tmp_path / "rows"), *recorded["insert"].args[2:]]
+    for args, turns in [(inserted, recorded["insert"].turns[:-1]), ([ENDLESS, *[NAME] * POLLS], monitors)]:
+        result = narrow.run(args, plays(turns, leaves), memory=128 << 20)
+        assert (result.code, result.out) == (1, "") and FAILED.fullmatch(result.err), result
