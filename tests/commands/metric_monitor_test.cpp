@@ -72,6 +72,14 @@ TEST(MetricMonitor, ShowsWhatItsClassAndOptionsSay) {
   }
 }
 
+TEST(MetricMonitor, ComparesEachPollWithTheOneBefore) {
+  const auto counter = monitorFor("CounterInt64"), timing = monitorFor("Timing", "-d -c");
+  for (const auto& [value, column] : {std::pair{7U, "-"}, {9U, "2"}, {12U, "3"}}) {
+    EXPECT_EQ(counter->column(*answerOf({value})), column);
+    EXPECT_EQ(timing->column(*answerOf({value, 0, 0, 0, 0})), column);
+  }
+}
+
 TEST(MetricMonitor, TakesNoOtherTypeAndNothingLess) {
   const auto answer = answerOf({});
   tql::encode(answer->resultProperties["value"], "value", tql::kReal, 1234567.0);

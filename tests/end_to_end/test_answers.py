@@ -79,6 +79,7 @@ def test_lookup_fails(command, answer, message):
     (["select", "-i", 'a"'], 'Unterminated string literal: parsing .*[siblingName] > .[siblingName] { id = "a"" }'),
     (["listproperties", ".", "a", "Type"], f"{NO_NAME % 'Type'}Domain[siblingName, a, Type]"),
     (["update", "-i", "5", "a=b", "=x"], f'{NO_NAME % "]"}.*[siblingName] > .[siblingName, a, ] {{ id = "5" }}'),
+    (["update", "-i", "5", "=x"], f'{NO_NAME % "]"}.*[siblingName] > .[siblingName,  ] {{ id = "5" }}'),
     (["listnodes", "n" * 1025], "String exceeds allowed length 1025 > 1024"),
 ])
 def test_paths_that_are_not_sent(args, message):
@@ -110,6 +111,7 @@ WRITTEN_NAN = interval(0xA3, integers(1, 2), wire("090160"), real("inf"), real("
 NOTE = incident(5, "0A00", "a")
 SERIES, ENUMS, INCIDENTS = "Begin,End,Min,Avg,Max,ngood,nbad\n", "Begin,End,Mask,ngood,nbad\n", "Time,Severity,Text\n"
 UNKNOWN = "Data of unknown type\n"
+EXPORT_42 = selected(0, thing("Domain", "root", "", thing("DomainExport", "42", "out")))  # of no part of a path
 ENUM_ROW = "300,400,4294967295,7,8\n"
 
 
@@ -142,6 +144,7 @@ def test_select(piece, options, intervals, out, err):
     ("-b 5 -m 1", CHECK_42, GET_LAST, wire("75( 020101 A9( 020100 ") + RAW + bytes(4), Run(0, "", UNKNOWN)),
     ("-m 1", CHECK_42, GET_LAST, refusal(1, 1), caught("Error retrieving result")),
     ("-m 1", CHECK_42, GET_LAST, data(1), caught("Wrong type in GetLastData::decode.")),
+    ("-m 1", EXPORT_42, GET_LAST, wire("75( 020101 A9( 020100 ") + ENUM + bytes(4), Run(0, ENUMS + ENUM_ROW, "")),
     ("-b 100 -e 1000", NODE_42, GET_DATA.replace(wire("'tsdbIndex'"), wire("'tsdbIncident'")), refusal(1, 14), Run(0, "", "")),
 ])
 def test_other_requests(options, found, query, answer, result):

@@ -126,4 +126,13 @@ TEST(SortChildren, IsStableAndLosesNone) {
   EXPECT_EQ(sorted({"c", "b", "5", "a"}, true), "Type mismatch 0123");
 }
 
+TEST(CompareForSort, LaterKeysDecideWhatEarlierOnesLeaveOpen) {
+  tqlquery::Result low, high;
+  low.properties["y"] = prop(tql::kSignedInteger, 1);
+  high.properties["y"] = prop(tql::kSignedInteger, 2);
+  EXPECT_TRUE(tql::compareForSort({{"x", true}, {"y", true}}, low, high));
+  low.properties["x"] = high.properties["x"] = prop(tql::kString, std::string("same"));
+  EXPECT_TRUE(tql::compareForSort({{"x", true}, {"y", false}}, high, low));
+}
+
 }  // namespace

@@ -19,6 +19,7 @@ TEST(Parser, BuildsTheTreeOfSteps) {
        "Node [siblingName] > (CheckGroup/1 [siblingName] > (Check/4 [siblingName longLabel] "
        "{0 active 1:Boolean true} > (.)))"},
       {"A**!$#- =007[b,b]", "A/31 =7 [b b]"},
+      {"A* > B! > C$ > D# > E-", "A/1 > (B/2 > (C/4 > (D/8 > (E/16))))"},
       {"Node! =4294967298", "Node/2 =2"},
       {"Node { true }", "Node"},
       {"N { true & in in {} and and=false & c=1 }",
@@ -38,8 +39,9 @@ TEST(Parser, ReadsConstantsByTheirForm) {
        "7:String x, 7:Null, 15:String x, 15:String , 7:String , 15:String x, 6:String q\"I, "},
       {R"(a={} & a={"x", "y"} & a={[,"x"I})",
        R"(8:StringList, 8:StringList "x" "y", 8:StringList "" "x\"", )"},
-      {"a=+5 & a=- & a=+ & a=-2147483648 & a=+4294967295",
-       "3:SignedInt 5, 3:SignedInt 0, 3:SignedInt 0, 3:SignedInt -2147483648, 3:SignedInt -1, "},
+      {"a=+5 & a=-7 & a=- & a=+ & a=-2147483648 & a=+4294967295",
+       "3:SignedInt 5, 3:SignedInt -7, 3:SignedInt 0, 3:SignedInt 0, 3:SignedInt -2147483648, 3:SignedInt "
+       "-1, "},
       {"a=4294967295 & a=4294967296 & a=18446744073709551615T",
        "2:UnsignedInt 4294967295, 2:UnsignedInt 0, 10:UnsignedInt 4294967295, "},
       {"a=18446744073709551616B & a=1000000000000000000000000001B & a=0B",
