@@ -84,7 +84,6 @@ TEST(BerInteger, ReadsWhatOthersWrite) {
 
 TEST(BerReal, TravelsAsTextOrASpecialForm) {
   expectItem(1.5, "09 0D 00 '1.500000e+00'", real);
-  expectItem(-0.25, "09 0E 00 '-2.500000e-01'", real);
   expectItem(1e300, "09 0E 00 '1.000000e+300'", real);
   expectItem(HUGE_VAL, "09 01 40", real);
   expectItem(-HUGE_VAL, "09 01 41", real);
