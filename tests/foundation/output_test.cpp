@@ -1,16 +1,13 @@
 #include "foundation/output.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <fstream>
 #include <iterator>
-#include <thread>
 #include <vector>
 
 #include "foundation/errors.h"
-#include "foundation/process.h"
 #include "support/text_of.h"
 
 namespace {
@@ -53,25 +50,4 @@ TEST(OutputFile, ReplacesWhatWasThere) {
   std::ifstream written(name);
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(written), {}), "new");
   unlink(name.c_str());
-  EXPECT_EQ(OutputFile::create("/nowhere/at/all"), nullptr);
-}
-
-TEST(OutputFile, WaitsForASlowReaderAndNoticesThatItWentAway) {
-  prepareProcess();
-  int ends[2];
-  ASSERT_EQ(pipe(ends), 0);
-  const auto output = OutputFile::create("/proc/self/fd/" + std::to_string(ends[1]));
-  fcntl(ends[1] + 1, F_SETFL, O_NONBLOCK);  // the file's own descriptor
-  std::size_t received = 0;
-  std::thread reader([&] {
-    for (char block[1000]; received < 500000;) {
-      received += static_cast<std::size_t>(read(ends[0], block, sizeof block));
-    }
-  });
-  output->write(std::string(500000, 'x'));
-  reader.join();
-  close(ends[0]);
-  output->write("x");
-  EXPECT_THROW(output->flush(), OutputAbandoned);
-  close(ends[1]);
 }

@@ -7,32 +7,23 @@
 using namespace protocol;
 
 TEST(Encoding, WritesTheShortestHeaderAndShortItemsAtOnce) {
-  const struct {
-    std::uint32_t tagWord;
-    std::size_t length;
-    const char* header;
-  } rows[] = {
-      {163, 0, "74 00"},
-      {247, 0, "FE 00"},      // number 30, the last of the short form
-      {251, 64, "7F 1F 40"},  // number 31
-      {127 * 8 + 5, 0, "BF 7F 00"},
-      {128 * 8 + 5, 0, "BF 81 00 00"},
-      {0xFFFFFFFF, 0, "FF 81 FF FF FF 7F 00"},
-      {32, 127, "04 7F"},
-      {32, 128, "04 81 80"},
-      {32, 255, "04 81 FF"},
-      {32, 256, "04 82 01 00"},
-      {32, 65535, "04 82 FF FF"},
-      {32, 65536, "04 83 01 00 00"},
-      {32, 0x1000000, "04 84 01 00 00 00"},
-  };
-  for (const auto& row : rows) {
-    MemoryIo io;
-    const std::vector<std::uint8_t> content(row.length, 0x5A);
-    writePrimitive(io, row.tagWord, content);
-    std::vector<std::uint8_t> expected = bytesOf(row.header);
-    expected.insert(expected.end(), content.begin(), content.end());
-    EXPECT_TRUE(io.bytes == expected) << row.header;
-    EXPECT_EQ(io.writes, row.length <= 64 ? 1U : 2U) << row.header;
+  MemoryIo tags;  // 30 is the last number of the short form
+  for (const std::uint32_t number : {20U, 30U, 31U, 127U, 128U, 0x1FFFFFFFU}) {
+    writePrimitive(tags, number << 3U | 5U, {});
   }
+  EXPECT_EQ(hexOf(tags.bytes),
+            plainHex("B4 00  BE 00  BF 1F 00  BF 7F 00  BF 81 00 00  BF 81 FF FF FF 7F 00"));
+  std::string headers;
+  for (const std::size_t length : {64U, 127U, 128U, 255U, 256U, 65535U, 65536U, 0x1000000U}) {
+    MemoryIo io;
+    const std::vector<std::uint8_t> content(length, 0x5A);
+    writePrimitive(io, 32, content);
+    const auto header = std::span(io.bytes).first(io.bytes.size() - length);
+    EXPECT_TRUE(std::ranges::equal(std::span(io.bytes).last(length), content)) << length;
+    EXPECT_EQ(io.writes, length <= 64 ? 1U : 2U) << length;
+    headers += hexOf(header) + "  ";
+  }
+  EXPECT_EQ(
+      headers,
+      "04 40  04 7F  04 81 80  04 81 FF  04 82 01 00  04 82 FF FF  04 83 01 00 00  04 84 01 00 00 00  ");
 }
