@@ -2,11 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "commands/support.h"
-#include "foundation/clock.h"
-#include "frontend/login.h"
 #include "query/tql/property_codec.h"
-#include "session/scripted_server.h"
 
 namespace {
 
@@ -78,62 +74,6 @@ TEST(MetricMonitor, ComparesEachPollWithTheOneBefore) {
     EXPECT_EQ(counter->column(*answerOf({value})), column);
     EXPECT_EQ(timing->column(*answerOf({value, 0, 0, 0, 0})), column);
   }
-}
-
-TEST(MetricMonitor, TakesNoOtherTypeAndNothingLess) {
-  const auto answer = answerOf({});
-  tql::encode(answer->resultProperties["value"], "value", tql::kReal, 1234567.0);
-  EXPECT_EQ(monitorFor("GaugeDouble")->column(*answer), "1.23457e+06");
-  EXPECT_EQ(textOf<errors::tql>([&] { monitorFor("GaugeInt64")->column(*answer); }),
-            "Type mismatch for property: value, wanted 16 got 4");
-  EXPECT_EQ(monitorFor("Histogram"), nullptr);
-  EXPECT_EQ(textOf<errors::objecterror>([] { makeMonitor({}, {}, {}); }), "Property \"unit\" not found in ");
-  EXPECT_EXIT(monitorFor("Timing")->column(*answerOf({1, 2, 3, 4})), testing::ExitedWithCode(1),
-              "^Error getting Morvex server metrics\n$");
-}
-
-TEST(MetricMonitor, PollsTogetherAndEndsWithARefusal) {
-  ScriptedServer server;
-  server.sends(kOffer);
-  server.sends(kSession);
-  sessionRequestCounters.clear();
-  const auto connection = ScriptedServer::logIn();
-  g_connection = connection.get();
-  server.takeWritten();
-
-  server.sends("75 80 02 01 00 AA 80 30 80 00 00 30 80 00 00 00 00 00 00");
-  EXPECT_EXIT(createMonitor({}, "a.b"), testing::ExitedWithCode(1), "^Could not monitor: a.b\n$");
-  server.script.incoming.clear();
-  server.sends(
-      "75 80 02 01 00 AA 80 30 80 00 00 30 80 30 80 04 0A 'GaugeInt64' 02 01 00 04 00 04 00 30 80 30 80"
-      "  04 04 'unit' 02 01 06 A0 80 04 00 00 00 00 00 00 00 30 80 00 00 31 80 00 00 00 00 00 00 00 00 00 "
-      "00");
-  const auto first = createMonitor({}, "..x..*");
-  EXPECT_EQ(server.takeWritten(),
-            std::vector{plainHex("74 80 02 01 00 A9 80 02 01 03 30 80 30 80"
-                                 "  04 04 'name' 02 01 0B A1 80 30 80 04 01 'x' 04 01 '*'"
-                                 "  00 00 00 00 00 00 00 00 30 80 00 00 00 00 00 00")});
-  const auto second = monitorFor("CounterInt64");
-  refreshMonitor(*first);
-  refreshMonitor(*second);
-  EXPECT_EQ(server.takeWritten().size(), 2U);  // and nothing awaited: there is no answer yet
-  server.sends(
-      "75 80 02 01 02 AA 80 30 80 30 80 04 05 'value' 02 01 10 AA 80 02 01 08 00 00 00 00 00 00 30 80 00 00"
-      "  00 00 00 00 75 80 02 01 01 AA 80 30 80 30 80 04 05 'value' 02 01 10 AA 80 02 01 07 00 00 00 00"
-      "  00 00 30 80 00 00 00 00 00 00");
-  TextOutput output;
-  const std::int64_t before = currentSeconds() - 1;  // the two clocks may tick apart
-  first->print(output);
-  EXPECT_EQ(first->call.get(), nullptr);
-  EXPECT_TRUE(second->call->time.seconds >= before && second->call->time.seconds <= currentSeconds() + 1);
-  second->print(output);
-  EXPECT_EQ(output.text(), "7-");
-
-  refreshMonitor(*first);
-  server.sends("75 80 02 01 03 A8 80 02 01 01 30 80 04 03 'why' 04 03 'how' 00 00 00 00 00 00");
-  EXPECT_EXIT(first->print(output), testing::ExitedWithCode(1),
-              "^why\nhow\nError getting Morvex server metrics\n$");
-  g_connection = nullptr;
 }
 
 }  // namespace

@@ -25,9 +25,12 @@ CHECK_TAIL = step("Node", 0, NAME, below=step("CheckGroup", 1, NAME, below=step(
 LIST_CHECKS = select(1, "root", step("Domain", 1, NAME, below=CHECK_TAIL))
 LIST_NODE_CHECKS = select(1, "42", CHECK_TAIL)
 CHECK = thing("Check", "9", "c\\d", thing("CheckAccumulation", "10", "sum", label="Sum"), label="Ping")
-CHECKS = selected(1, thing("Domain", "root", "", thing("Domain", "2", "a.b", thing("Node", "3", "n,1", thing(
-    "CheckGroup", "4", "g^", CHECK)))))
-CHECKS_OF_NODE = selected(1, thing("Node", "42", "box", thing("Check", "9", "http", label="Web")))
+EXPORT = thing("DomainExport", "11", "x")
+OWN, LAST = thing("Check", "12", "own", label="Own"), thing("Check", "13", "", label="")
+CHECKS = selected(1, thing("Domain", "root", "", thing(
+    "Domain", "2", "a.b", thing("Node", "3", "n,1", thing("CheckGroup", "4", "g^", CHECK), EXPORT, OWN),
+    thing("Domain", "5", "", thing("Node", "6", "m\\", LAST)))))
+CHECKS_OF_NODE = selected(1, thing("Node", "42", "box", thing("Node", "7", "in"), thing("Check", "9", "http", label="Web")))
 LIST_ALL_DOMAINS = select(1, "root", step(".", 0, "", below=step("Domain", 1, BOTH)))
 DOMAINS = selected(1, thing("Domain", "root", "", thing("Domain", "2", "a", thing("Domain", "3", "b.", label="B"), label="A"),
                             thing("Domain", "4", "c", label="C")))
@@ -40,7 +43,8 @@ NO_NAME = "Expected property name got: \"%s\" after parsing '[': parsing "
      "Main \u00e9\t8\tBack\\\\\\\\bone,a\\,1\n\t9\tBack\\\\\\\\bone,b.2\n"),
     ("listchecks -r -o Nipdnc .", LOOKUP_ROOT, ROOT, LIST_CHECKS, CHECKS,
      "Ping\t9\ta\\\\.b,n\\,1,g\\\\^^c\\\\\\\\d\ta\\.b\tn,1\t^g\\^^c\\\\d\n"
-     "Sum\t10\ta\\\\.b,n\\,1,g\\\\^^c\\\\\\\\d^sum\ta\\.b\tn,1\t^g\\^^c\\\\d^sum\n"),
+     "Sum\t10\ta\\\\.b,n\\,1,g\\\\^^c\\\\\\\\d^sum\ta\\.b\tn,1\t^g\\^^c\\\\d^sum\n"
+     "Own\t12\ta\\\\.b,n\\,1,own\ta\\.b\tn,1\t^own\n\t13\ta\\\\.b.,m\\\\,\ta\\.b.\tm\\\t^\n"),
     ("listchecks /r -o cdp -i 42 . -x", LOOKUP_42, NODE_42, LIST_NODE_CHECKS, CHECKS_OF_NODE, "^http\t.\t.,box,http\n"),
     ("LISTdomains /r /o d -o pp .", LOOKUP_ROOT, ROOT, LIST_ALL_DOMAINS, DOMAINS, "a\ta\na.b\\\\.\ta.b\\\\.\nc\tc\n"),
     ("listdomains -o  .", LOOKUP_ROOT, ROOT, LIST_DOMAINS, DOMAINS, "\n\n\n"),
@@ -168,7 +172,7 @@ def test_time_zones(zone):
     request = GET_DATA.replace(integer(100), start).replace(integer(1000), integer(2147483647))
     steps = [*SELECT_STEPS[:2], expects(request), sends(data(1, *[incident(time, "0A00", "") for time in times]))]
     lines = [date(zone, "-d", f"@{time}", '+%Y-%m-%d %H:%M:%S,0,""') for time in times]
-    result = session("select -b 2003-03-25-T00:25:03 -e 2147483647 -i 42".split(), *steps, zone=zone)
+    result = session("select -b 2003-03-25-T00:25:03 -e 2106-02-07-T06:28:16 -i 42".split(), *steps, zone=zone)
     assert result == Run(0, INCIDENTS + "".join(lines), "")
 
 

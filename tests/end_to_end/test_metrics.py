@@ -46,6 +46,10 @@ stray\tInstance\t\t
     *[(args, called(0, "", branch("Group", "root", *TREE)), Run(0, LISTING, "")) for args in ("listmetrics", "-f /no/where LM -x y")],
     *[("lm", answer, Run(0, "", NO_METRICS)) for answer in (refusal(0, 12), called(0), called(0, "", *TREE[:2]))],
     ("lm", called(0, "", branch("Table", "")), caught("Invalid argument")),
+    ("lm", called(0, "", branch("Group", "", metric("Timing", "a"), made("Timing", "5", text("name", "b")))),
+     caught('Property "unit" not found in 5', "a\tTiming\t\t\n")),
+    ("lm", called(0, "", branch("Group", "", metric("Timing", "a"), made("Timing", "", prop("name", 7, "A0( 'b' )")))),
+     caught("Type mismatch")),
 ])
 def test_listing(args, answer, result):
     assert session(args.split(), expects(call(0, 1)), sends(answer)) == result
@@ -105,17 +109,22 @@ def one(kind, answer, *steps, args="a", **options):
     ("GaugeInt64", refusal(1, 1, "'why' 'so'"), "why\nso\n" + NO_METRICS), ("CounterInt64", refusal(1, 1, ""), NO_METRICS),
     ("GaugeDouble", called(1, value(7, "Value")), NO_METRICS), ("Timing", called(1, TWO.replace("'sum'", "'x'")), NO_METRICS),
     ("GaugeDouble", called(1, value(7)), "Caught error: Type mismatch for property: value, wanted 4 got 16\n"),
+    ("GaugeInt64", called(1, DOUBLE % "00"), "Caught error: Type mismatch for property: value, wanted 16 got 4\n"),
     ("GaugeInt64", b"", f"Caught error: {END_OF_STREAM}\n"),
 ])
 def test_poll_without_a_value(kind, answer, err):
     assert one(kind, answer, closes) == Run(1, "", f"Got 1 metrics\n{err}")
 
 
-@pytest.mark.parametrize("name, asked, answer", [
-    ("a.*.b", "a.*.b", refusal(0, 1)), ("..a..b.", "a.b", called(0)), ("-x", "-x", called(0, "", *TREE[:2]))])
-def test_metric_that_is_unknown(name, asked, answer):
+@pytest.mark.parametrize("name, asked, answer, err", [
+    ("a.*.b", "a.*.b", refusal(0, 1), "Could not monitor: a.*.b\n"),
+    ("..a..b.", "a.b", called(0), "Could not monitor: ..a..b.\n"),
+    ("-x", "-x", called(0, "", *TREE[:2]), "Could not monitor: -x\n"),
+    ("x", "x", called(0, "", made("Timing", "5", "")), caught('Property "unit" not found in 5').err),
+])
+def test_metric_that_is_unknown(name, asked, answer, err):
     result = session(["MM", "-a", name, "other"], expects(call(0, 3, asked)), sends(answer))
-    assert result == Run(1, "", f"Could not monitor: {name}\n")
+    assert result == Run(1, "", err)
 
 
 def test_lines_that_cannot_be_written():
