@@ -82,7 +82,7 @@ SENDING, RECEIVING, CONNECTING = "Error writing to socket: ", "Error reading fro
     ("lm", "recv:3:0:e11 poll:5:0:e12", RECEIVING + "Bad error happened in socket_recv(): Cannot allocate memory (12)"),
     ("-s localhost lm", "getaddrinfo:1:0:r-5", 'No addresses found when resolving "localhost"'),
     ("-s localhost lm", "getaddrinfo:1:0:r-3", 'Error resolving "localhost": Temporary failure in name resolution'),
-    ("select .,scale,enum", "setenv:1:0:e12", "Couldn't set TZ environment variable"),
+    ("select .,scale,enum", "setenv:1:1:e12", "Couldn't set TZ environment variable"),
     ("insert .,scale,enum", "read:1:0:e5", "Error reading input: Input/output error"),
     ("lm", "write:1:0:e5", WRITING + "Input/output error"),
     ("-f /dev/null listdomains .", "close:1:0:d5", WRITING + "Input/output error"),

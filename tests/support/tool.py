@@ -43,6 +43,13 @@ def faulty(rules, redirection=""):
     return f'export LD_PRELOAD="{preload}" MORVEX_FAULT="{rules}"; exec "$0" "$@" {redirection}'
 
 
+def take(terminal):
+    """Makes it the terminal of a new process, which answers to signals, also where those who run the tests ignore them."""
+    fcntl.ioctl(terminal, termios.TIOCSCTTY, 0)
+    for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM):
+        signal.signal(number, signal.SIG_DFL)
+
+
 def run_on_terminal(typed, *args):
     """Types the text as soon as the prompt stands, or sends the signal, or hangs up for None; the standard streams lead
     elsewhere. Returns the run, and unless the terminal is gone, what it showed, whether it had its echo at the prompt and
@@ -50,7 +57,7 @@ def run_on_terminal(typed, *args):
     keyboard, terminal = pty.openpty()
     has_echo = lambda: bool(termios.tcgetattr(terminal)[3] & termios.ECHO)
     process = subprocess.Popen([TOOL, *args], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                               start_new_session=True, preexec_fn=lambda: fcntl.ioctl(terminal, termios.TIOCSCTTY, 0))
+                               start_new_session=True, preexec_fn=lambda: take(terminal))
     try:
         screen = b""
         while not screen.endswith(b": "):
