@@ -1,6 +1,8 @@
-#include "commands/update_command.h"
-
+#include <cstdint>
 #include <cstdlib>
+#include <list>
+#include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -12,7 +14,9 @@
 #include "foundation/text.h"
 #include "frontend/login.h"
 #include "frontend/options.h"
+#include "query/result.h"
 #include "query/tql/property_codec.h"
+#include "query/update.h"
 
 namespace {
 
@@ -57,21 +61,20 @@ void printLine(const std::string& text) {
   standardOutput().endLine();
 }
 
-// The request for what the object, as it is now, still lacks; null if that is nothing.
-comquery::Held<ConsoleUpdate> makeUpdate(const UpdateOptions& options) {
-  const FoundObject found = findObject(options.object.text, options.object.byId, {}, options.propertyList);
-  std::list<protocol::Property> changes = changesTo(found.object->properties, options.attributes);
-  if (changes.empty()) {
-    return comquery::Held<ConsoleUpdate>(nullptr);
-  }
-  return comquery::make<ConsoleUpdate>(found.object->id, found.object->version, std::move(changes));
-}
+// Tells the user what the server refuses. That the object has changed since it was read is no matter for the
+// user: the command tries again.
+class ConsoleUpdate final : public tqlquery::Update {
+ public:
+  static constexpr std::uint32_t kChangedMeanwhile = 3;
 
-}  // namespace
+  ConsoleUpdate(const std::string& id, std::string version, std::list<protocol::Property> properties)
+      : Update(id, std::move(version), std::move(properties)), objectId_(id) {}
 
-ConsoleUpdate::ConsoleUpdate(const std::string& id, std::string version,
-                             std::list<protocol::Property> properties)
-    : Update(id, std::move(version), std::move(properties)), objectId_(id) {}
+  void onError(std::uint32_t code, const protocol::ListOfString1024& messages) override;
+
+ private:
+  std::string objectId_;
+};
 
 void ConsoleUpdate::onError(std::uint32_t code, const protocol::ListOfString1024& messages) {
   if (code == kChangedMeanwhile) {
@@ -86,6 +89,9 @@ void ConsoleUpdate::onError(std::uint32_t code, const protocol::ListOfString1024
   }
 }
 
+// The properties to send so that an object with the current ones gets the values of the texts, in the order
+// of their names. One that the object lacks goes out as a String: the server decides about it. Throws as
+// parsePropertyValue does.
 std::list<protocol::Property> changesTo(const tqlquery::PropertyMap& current,
                                         const std::map<std::string, std::string>& attributes) {
   std::list<protocol::Property> changes;
@@ -102,6 +108,18 @@ std::list<protocol::Property> changesTo(const tqlquery::PropertyMap& current,
   }
   return changes;
 }
+
+// The request for what the object, as it is now, still lacks; null if that is nothing.
+comquery::Held<ConsoleUpdate> makeUpdate(const UpdateOptions& options) {
+  const FoundObject found = findObject(options.object.text, options.object.byId, {}, options.propertyList);
+  std::list<protocol::Property> changes = changesTo(found.object->properties, options.attributes);
+  if (changes.empty()) {
+    return comquery::Held<ConsoleUpdate>(nullptr);
+  }
+  return comquery::make<ConsoleUpdate>(found.object->id, found.object->version, std::move(changes));
+}
+
+}  // namespace
 
 void updateObject(int count, char** vector, int index) {
   const UpdateOptions options = parseUpdateOptions(count, vector, index);
