@@ -22,16 +22,6 @@ void checkLength(std::uint64_t length, std::size_t limit) {
   }
 }
 
-template <class T>
-T integerFrom(std::span<const std::uint8_t> content) {
-  const bool negative = std::numeric_limits<T>::is_signed && !content.empty() && content.front() >= 0x80;
-  std::uint64_t bits = negative ? ~std::uint64_t{0} : 0;
-  for (const std::uint8_t byte : content) {
-    bits = bits << 8U | byte;
-  }
-  return static_cast<T>(bits);
-}
-
 // What the first byte of a REAL says. X.690, clause 8.5 has the infinities; the other two are this
 // protocol's.
 enum class RealForm : std::uint8_t {
@@ -96,6 +86,25 @@ std::size_t putReal(double value, std::span<std::uint8_t> content) {
 }
 
 }  // namespace
+
+bool readPlainReal(std::span<const std::uint8_t> content, double& value) {
+  if (content.empty()) {
+    value = 0;
+    return true;
+  }
+  if (content.size() > BerReal::kMaxLength || content.front() != static_cast<std::uint8_t>(RealForm::text)) {
+    return false;
+  }
+  const char* begin = reinterpret_cast<const char*>(content.data()) + 1;
+  const char* end = begin + content.size() - 1;
+  double read = 0;
+  const auto [stop, fault] = std::from_chars(begin, end, read);
+  if (fault != std::errc() || stop != end) {
+    return false;
+  }
+  value = read;
+  return true;
+}
 
 // ---- BerShortValue ----
 
@@ -209,8 +218,6 @@ template class BerIntegerTemplate<std::int32_t>;
 template class BerIntegerTemplate<std::uint32_t>;
 template class BerIntegerTemplate<std::int64_t>;
 template class BerIntegerTemplate<std::uint64_t>;
-
-std::int32_t signed32(std::span<const std::uint8_t> content) { return integerFrom<std::int32_t>(content); }
 
 // ---- BerString ----
 
