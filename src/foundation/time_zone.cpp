@@ -100,7 +100,7 @@ const std::tm& Calendar::breakDown(std::uint64_t time) {
   if (second >= kDay || !isEven()) {
     std::tm fields{};
     breakDownTime(zone_, fields, time);
-    note(fields, time);
+    note(fields, time, false);
     return fields_;
   }
   const auto rest = static_cast<std::int32_t>(second);
@@ -111,29 +111,24 @@ const std::tm& Calendar::breakDown(std::uint64_t time) {
 }
 
 std::int64_t Calendar::compose(const std::tm& fields) {
-  if (fields.tm_isdst < 0 && isSameDate(fields, fields_) && within(fields.tm_hour, 0, 23) &&
+  if (composed_ && fields.tm_isdst < 0 && isSameDate(fields, fields_) && within(fields.tm_hour, 0, 23) &&
       within(fields.tm_min, 0, 59) && within(fields.tm_sec, 0, 59) && isEven()) {
-    composed_ = fields;
-    pending_ = true;
     return static_cast<std::int64_t>(begin_) + secondOfDay(fields);
-  }
-  if (pending_) {
-    pending_ = false;
-    composeTime(zone_, composed_);
   }
   std::tm normalised = fields;
   const std::int64_t time = composeTime(zone_, normalised);
-  note(normalised, static_cast<std::uint64_t>(time));
+  note(normalised, static_cast<std::uint64_t>(time), true);
   return time;
 }
 
-void Calendar::note(const std::tm& fields, std::uint64_t time) {
+void Calendar::note(const std::tm& fields, std::uint64_t time, bool composed) {
   const std::uint64_t begin = time - static_cast<std::uint64_t>(secondOfDay(fields));
   if (day_ == Day::unknown || begin != begin_) {
     day_ = Day::unchecked;
   }
   begin_ = begin;
   fields_ = fields;
+  composed_ = composed;
 }
 
 // Checked at the second time in a day only, so that times far apart cost nothing more.

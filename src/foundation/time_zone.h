@@ -37,14 +37,14 @@ class Calendar {
   // As breakDownTime. Good until the next call.
   const std::tm& breakDown(std::uint64_t time);
 
-  // As composeTime. Where tm_isdst is -1 and clocks were put back, the C library takes the offset of the
-  // conversion before this one, unless that was made by arithmetic in another Calendar.
+  // As composeTime. Where clocks were put back, the C library goes by the offset of what it composed before:
+  // as it should, unless another Calendar has composed in between.
   std::int64_t compose(const std::tm& fields);
 
  private:
   enum class Day { unknown, unchecked, even, uneven };
 
-  void note(const std::tm& fields, std::uint64_t time);
+  void note(const std::tm& fields, std::uint64_t time, bool composed);
   bool isEven();
   bool goesOnAt(std::uint64_t time) const;
 
@@ -52,8 +52,7 @@ class Calendar {
   Day day_ = Day::unknown;
   std::uint64_t begin_ = 0;  // of the day, reckoned back from a time in it
   std::tm fields_{};         // of the last time in it
-  std::tm composed_{};       // what was last composed by arithmetic,
-  bool pending_ = false;     // and of which the C library does not know
+  bool composed_ = false;    // a time in it was the last that the C library composed
 };
 
 // The texts of year, month, day, hour, minute and second to seconds since 1970. A field out of its range
