@@ -18,7 +18,7 @@ void printRows(benchmark::State& state, const char* format) {
   for (auto _ : state) {
     TimeText times(format, TimeZone(TimeZone::localMarker));
     for (const auto& interval : intervals) {
-      printCsvRow(output, times, *interval);
+      printCsvRow(output, times, interval);
     }
   }
   state.counters["rows/s"] = benchmark::Counter(

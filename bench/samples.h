@@ -24,7 +24,7 @@ inline protocol::Response sampleSeries(std::size_t rows) {
   auto& data = response.resp.emplace<protocol::GetDataResp>();
   data.dataType = 1;
   for (std::size_t i = 0; i < rows; ++i) {
-    auto& interval = data.intervals.emplace_back().emplace();
+    auto& interval = data.intervals.emplace_back();
     auto& row = interval.data.emplace<protocol::DataIntervalContinuous>();
     row.begin = static_cast<std::int32_t>(1'700'000'000 + 300 * i);
     row.end = row.begin + 300;

@@ -70,9 +70,9 @@ class MetricAnswer final : public Answer {
 
 const protocol::ListOfString1024& pathIn(const protocol::CallReq& request) {
   for (const auto& parameter : request.parameters) {
-    if (parameter->name == "name") {
-      const auto* const path = parameter->data.as<protocol::StringListProp>();
-      if (path == nullptr || (parameter->typeWord & tql::kBaseMask) != tql::kStringList) {
+    if (parameter.name == "name") {
+      const auto* const path = parameter.data.as<protocol::StringListProp>();
+      if (path == nullptr || (parameter.typeWord & tql::kBaseMask) != tql::kStringList) {
         throw Refusal(ErrorCode::illegalType, "Parameter \"name\" takes a list of strings");
       }
       return path->value;

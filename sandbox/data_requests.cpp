@@ -19,7 +19,7 @@ bool runsBackwards(const protocol::DataInterval& interval) {
 
 void check(const protocol::ListOfDataInterval& entries, SeriesKind kind) {
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    const protocol::DataInterval& entry = *entries[i];
+    const protocol::DataInterval& entry = entries[i];
     if (!isOfKind(entry, kind)) {
       throw Refusal(ErrorCode::illegalType,
                     "Entry " + std::to_string(i + 1) + " is of another kind than the series");

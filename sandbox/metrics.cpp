@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kMany = "many";
 
 void add(protocol::ListOfProperty& to, const char* name, std::uint64_t value) {
-  protocol::Property& property = to.emplace_back().emplace();
+  protocol::Property& property = to.emplace_back();
   property.name = name;
   property.typeWord = tql::kUnsigned64;
   property.data.emplace<protocol::UnsignedInt64Prop>().value = value;
@@ -21,10 +21,10 @@ void add(protocol::ListOfProperty& to, const char* name, std::uint64_t value) {
 
 void addValue(protocol::ListOfProperty& to, std::uint64_t value) { add(to, "value", value); }
 void addValue(protocol::ListOfProperty& to, double value) {
-  tql::encode(to.emplace_back().emplace(), "value", tql::kReal, value);
+  tql::encode(to.emplace_back(), "value", tql::kReal, value);
 }
 void addValue(protocol::ListOfProperty& to, std::string_view value) {
-  tql::encode(to.emplace_back().emplace(), "value", tql::kString, std::string(value));
+  tql::encode(to.emplace_back(), "value", tql::kString, std::string(value));
 }
 void addValue(protocol::ListOfProperty& to, const Timing& value) {
   add(to, "n", value.n);

@@ -81,8 +81,8 @@ void merge(std::vector<Entry>& rows, std::vector<Entry>& added) {
 }
 
 template <class Entry>
-Entry& entryIn(protocol::Owned<protocol::DataInterval>& interval) {
-  return *interval->data.as<Entry>();
+Entry& entryIn(protocol::DataInterval& interval) {
+  return *interval.data.as<Entry>();
 }
 
 }  // namespace

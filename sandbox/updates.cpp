@@ -16,7 +16,7 @@ std::string Updates::apply(protocol::UpdateReq& request) {
   std::optional<ErrorCode> first;
   std::vector<std::string> texts;
   for (const auto& change : request.properties) {
-    if (std::optional<Fault> fault = faultIn(tree_, object, *change)) {
+    if (std::optional<Fault> fault = faultIn(tree_, object, change)) {
       first = first.value_or(fault->code);
       texts.push_back(std::move(fault->text));
     }
@@ -25,7 +25,7 @@ std::string Updates::apply(protocol::UpdateReq& request) {
     throw Refusal(*first, std::move(texts));
   }
   for (auto& property : request.properties) {
-    change(object, *property);
+    change(object, property);
   }
   if (!request.properties.empty()) {
     tree_.touch(object);

@@ -98,7 +98,7 @@ dataquery::Intervals readLines(LineReader& input, const TimeZone& zone) {
     if (splitFields(fields, line, ',') != kind.fields) {
       throwFieldCount(number, kind);
     }
-    fill(rows.emplace_back().emplace().data.template emplace<Record>(), fields, times);
+    fill(rows.emplace_back().data.template emplace<Record>(), fields, times);
   }
   return rows;
 }

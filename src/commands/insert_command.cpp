@@ -61,7 +61,7 @@ void readCsvData(LineReader& input, const tqlquery::Result& object, const TimeZo
   }
   const auto pattern = std::move(stored->intervals.front());
   stored->intervals = {};  // there may be many, and the rows need their memory
-  dataquery::Intervals rows = readCsvLines(input, *pattern, zone);
+  dataquery::Intervals rows = readCsvLines(input, pattern, zone);
   if (!rows.empty()) {
     putData(object, stored->dataType, std::move(rows));
   }

@@ -157,9 +157,9 @@ void printEntries(Output& output, const std::string& format, const dataquery::In
   const std::size_t begin = limit.last == 0 ? 0 : entries.size() - atMost(limit.last);
   const std::size_t end = limit.first == 0 ? entries.size() : atMost(limit.first);
   TimeText times(format, zone);
-  printCsvHeader(output, *entries[begin]);
+  printCsvHeader(output, entries[begin]);
   for (std::size_t i = begin; i < end; ++i) {
-    printCsvRow(output, times, *entries[i]);
+    printCsvRow(output, times, entries[i]);
   }
 }
 

@@ -193,11 +193,12 @@ void copyNest(const Nest& nest, const void* from, void* to,
   }
 }
 
-// The first list with records in it. Only through lists can records nest without end.
+// The first list that owns records. Only through such lists can records nest without end.
 const Field* firstList(const Record& record) {
   for (const Field& row : record.schema().fields) {
     const Nest* nest = row.ops->nest;
-    if (nest != nullptr && nest->listTag != nullptr && nest->count(row.in(record)) != 0) {
+    if (nest != nullptr && nest->listTag != nullptr && nest->last != nullptr &&
+        nest->count(row.in(record)) != 0) {
       return &row;
     }
   }
@@ -213,10 +214,10 @@ std::unique_ptr<BerValue> Record::clone() const {
     const auto [from, to] = pending.back();
     pending.pop_back();
     for (const Field& row : from->schema().fields) {
-      if (row.ops->nest != nullptr) {
-        copyNest(*row.ops->nest, row.in(*from), row.in(*to), pending);
-      } else {
+      if (row.ops->assign != nullptr) {
         row.ops->assign(row.in(*to), row.in(*from));
+      } else {
+        copyNest(*row.ops->nest, row.in(*from), row.in(*to), pending);
       }
     }
   }

@@ -61,6 +61,7 @@ struct Nest {
   const Tag* listTag;  // null for a single value
   std::size_t (*count)(const void* member);
   const BerValue* (*at)(const void* member, std::size_t index);
+  // Null for records in place, which cannot nest without end and so copy and destroy themselves.
   BerValue* (*add)(void* member, std::unique_ptr<BerValue> value);
   BerValue*& (*last)(void* member);
   void (*dropLast)(void* member);
@@ -72,7 +73,8 @@ using Relation = bool (*)(const void* left, const void* right);
 struct FieldOps {
   // Returns the value that takes a child with this tag, or refuses it.
   BerValue* (*open)(const Field&, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&);
-  // Members that hold records bring a nest instead of the four others, and the walks do the work.
+  // Members that hold records bring a nest instead of the four others, and the walks do the work. Lists of
+  // records in place have both a nest and assign.
   void (*write)(const Field&, const void* member, BasicIo&, bool legacy) = nullptr;
   Relation equal = nullptr;
   Relation less = nullptr;
@@ -147,8 +149,9 @@ class Nullable {
   bool set_ = false;
 };
 
-// The containers of the list and set classes, whose members are primitives, or records by Owned<Record>.
-// A set travels like a list, in its own order and with its duplicates; only the tag differs.
+// The containers of the list and set classes. Their elements are primitives, records, or Owned<Record> where
+// the record may nest in itself: how deep that goes is the sender's choice, and Owned takes it down without
+// recursion. A set travels like a list, in its own order and with its duplicates; only the tag differs.
 template <class T, Bounds kElementBounds = Bounds{}>
 struct ListOf : std::vector<T> {
   using std::vector<T>::vector;
@@ -429,12 +432,33 @@ bool equalLists(const Nest& nest, const void* left, const void* right);
 bool lessLists(const Nest& nest, const void* left, const void* right);
 void writeList(const Nest& nest, const void* container, BasicIo& io, bool legacy);
 
-// Lists of records.
-template <class L, class T>
-struct Elements<L, Owned<T>> {
+// Lists of records. Self says how an element lies in its list.
+template <class L, class T, class Self>
+struct RecordElements {
   static L& of(void* member) { return *static_cast<L*>(member); }
   static const L& of(const void* member) { return *static_cast<const L*>(member); }
   static std::size_t count(const void* member) { return of(member).size(); }
+  static BerValue* append(void* container, std::uint32_t tag, bool legacy, FieldSlot&) {
+    if (tag != T::kSchema.tag.word(legacy)) {
+      refuseTag(T::kSchema.tag, tag, legacy);
+    }
+    return Self::grow(of(container));
+  }
+  static bool equal(const void* a, const void* b) { return equalLists(Self::kNest, a, b); }
+  static bool less(const void* a, const void* b) { return lessLists(Self::kNest, a, b); }
+  static void write(const void* container, BasicIo& io, bool legacy) {
+    writeList(Self::kNest, container, io, legacy);
+  }
+  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, write, equal, less};
+  static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
+    return openList(row.in(owner), kAccess, tag, legacy);
+  }
+};
+
+template <class L, class T>
+struct Elements<L, Owned<T>> : RecordElements<L, T, Elements<L, Owned<T>>> {
+  using Elements::RecordElements::of;
+  static BerValue* grow(L& list) { return &list.emplace_back().emplace(); }
   static const BerValue* at(const void* member, std::size_t index) { return of(member)[index].base(); }
   static BerValue* add(void* member, std::unique_ptr<BerValue> value) {
     BerValue*& slot = of(member).emplace_back().slot();
@@ -442,24 +466,20 @@ struct Elements<L, Owned<T>> {
   }
   static BerValue*& last(void* member) { return of(member).back().slot(); }
   static void dropLast(void* member) { of(member).pop_back(); }
-  static constexpr Nest kNest{&L::kTag, count, at, add, last, dropLast};
+  static constexpr Nest kNest{&L::kTag, Elements::count, at, add, last, dropLast};
+  static constexpr FieldOps kOps{.open = Elements::open, .nest = &kNest};
+};
 
-  static BerValue* append(void* container, std::uint32_t tag, bool legacy, FieldSlot&) {
-    if (tag != T::kSchema.tag.word(legacy)) {
-      refuseTag(T::kSchema.tag, tag, legacy);
-    }
-    return &of(container).emplace_back().emplace();
-  }
-  static bool equal(const void* a, const void* b) { return equalLists(kNest, a, b); }
-  static bool less(const void* a, const void* b) { return lessLists(kNest, a, b); }
-  static void write(const void* container, BasicIo& io, bool legacy) {
-    writeList(kNest, container, io, legacy);
-  }
-  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, write, equal, less};
-  static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
-    return openList(row.in(owner), kAccess, tag, legacy);
-  }
-  static constexpr FieldOps kOps{.open = open, .nest = &kNest};
+// Records in place. The last one, which alone can be incomplete, stays where it is until it is complete.
+template <class L, std::derived_from<Record> T>
+struct Elements<L, T> : RecordElements<L, T, Elements<L, T>> {
+  static_assert(std::is_nothrow_move_constructible_v<T>, "elements move when the list grows");
+  using Elements::RecordElements::of;
+  static BerValue* grow(L& list) { return &list.emplace_back(); }
+  static const BerValue* at(const void* member, std::size_t index) { return &of(member)[index]; }
+  static void assign(void* to, const void* from) { of(to) = of(from); }
+  static constexpr Nest kNest{&L::kTag, Elements::count, at, nullptr, nullptr, nullptr};
+  static constexpr FieldOps kOps{.open = Elements::open, .assign = assign, .nest = &kNest};
 };
 
 template <ListClass L>

@@ -11,7 +11,7 @@ std::unique_ptr<protocol::BerValue> Call::encode() {
   auto request = std::make_unique<protocol::CallReq>();
   request->method = method_;
   for (protocol::Property& parameter : parameters_) {
-    request->parameters.emplace_back().emplace(std::move(parameter));
+    request->parameters.push_back(std::move(parameter));
   }
   parameters_.clear();
   for (const Result* object : objects_) {

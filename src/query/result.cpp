@@ -66,7 +66,7 @@ std::unique_ptr<protocol::Object> Result::toObject() const {
     to->id = from->id;
     to->version = from->version;
     for (const auto& [name, property] : from->properties) {
-      to->properties.emplace_back().emplace(property);
+      to->properties.push_back(property);
     }
     for (const std::unique_ptr<Result>& child : from->children) {
       pending.emplace_back(child.get(), &to->children.emplace_back().emplace());
@@ -76,8 +76,8 @@ std::unique_ptr<protocol::Object> Result::toObject() const {
 }
 
 void takeProperties(PropertyMap& properties, protocol::ListOfProperty& from) {
-  for (protocol::Owned<protocol::Property>& property : from) {
-    properties.try_emplace(property->name, std::move(*property));  // copies the key before it moves the rest
+  for (protocol::Property& property : from) {
+    properties.try_emplace(property.name, std::move(property));  // copies the key before it moves the rest
   }
 }
 

@@ -12,7 +12,7 @@ std::unique_ptr<protocol::BerValue> Update::encode() {
   request->id = id_;
   request->version = version_;
   for (protocol::Property& property : properties_) {
-    request->properties.emplace_back().emplace(std::move(property));
+    request->properties.push_back(std::move(property));
   }
   return request;
 }

@@ -32,7 +32,7 @@ dataquery::Intervals read(const std::string& lines) {
 std::string print(const dataquery::Intervals& rows) {
   TextOutput output;
   TimeText times("%s", kGreenwich);
-  std::ranges::for_each(rows, [&](const auto& row) { printCsvRow(output, times, *row); });
+  std::ranges::for_each(rows, [&](const auto& row) { printCsvRow(output, times, row); });
   return output.text();
 }
 
@@ -68,7 +68,7 @@ TEST(CsvInput, EveryKindHasItsColumnsAndFaults) {
     EXPECT_EQ(function(lines), result) << lines;
   }
   const auto rows = read<DataIntervalSawtooth>("1,2,3,4,5,6,7\n");
-  const auto& row = *rows.at(0)->data.as<DataIntervalSawtooth>();
+  const auto& row = *rows.at(0).data.as<DataIntervalSawtooth>();
   EXPECT_TRUE(row.min == 3 && row.avg == 4 && row.max == 5);
 }
 
@@ -96,7 +96,7 @@ void expectSameTextBack(void (*fill)(Record&, Random&)) {
   Random random(1);
   dataquery::Intervals rows;
   for (int i = 0; i < 10000; ++i) {
-    auto& row = rows.emplace_back().emplace().data.template emplace<Record>();
+    auto& row = rows.emplace_back().data.template emplace<Record>();
     row.begin = static_cast<std::int32_t>(random());
     row.end = std::max(row.begin, static_cast<std::int32_t>(random()));
     row.ngood = static_cast<std::uint32_t>(random() >> 33);

@@ -17,7 +17,7 @@ TEST(DataQuery, EncodesItsFields) {
   EXPECT_EQ(writtenHex(*get->encode()),
             plainHex("A6 80 04 02 '1F' 04 04 'tsdb' 01 01 01 02 01 01 02 01 02 02 01 03 02 01 04 00 00"));
   dataquery::Intervals intervals;
-  intervals.emplace_back().emplace().data.emplace<protocol::DataIntervalIncident>().text = "x";
+  intervals.emplace_back().data.emplace<protocol::DataIntervalIncident>().text = "x";
   const auto put = comquery::make<Plain<dataquery::PutData>>("1F", "tsdb", 17, std::move(intervals));
   EXPECT_EQ(writtenHex(*put->encode()),
             plainHex("A7 80 04 02 '1F' 04 04 'tsdb' 02 01 11 30 80"

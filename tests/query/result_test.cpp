@@ -19,9 +19,9 @@ protocol::Object sampleTree() {
   domain.version = "v1";
   domain.objectSet.assign({5, 3, 5});
   for (const std::string value : {"first", "second"}) {
-    tql::encode(domain.properties.emplace_back().emplace(), "siblingName", tql::kString, value);
+    tql::encode(domain.properties.emplace_back(), "siblingName", tql::kString, value);
   }
-  tql::encodeNull(domain.properties.emplace_back().emplace(), "empty", tql::kString);
+  tql::encodeNull(domain.properties.emplace_back(), "empty", tql::kString);
   domain.children.emplace_back().emplace().id = "a";
   domain.children.emplace_back().emplace().id = "b";
   domain.children.back()->children.emplace_back().emplace().id = "c";

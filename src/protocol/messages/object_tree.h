@@ -22,7 +22,7 @@ struct ListOfObject : ListOf<Owned<Object>> {
 struct ListOfPathPattern : ListOf<Owned<PathPattern>> {
   using ListOf::ListOf;
 };
-struct ListOfProperty : ListOf<Owned<Property>> {
+struct ListOfProperty : ListOf<Property> {
   using ListOf::ListOf;
 };
 struct ListOfRelativeExpr : ListOf<Owned<RelativeExpr>> {

@@ -122,7 +122,7 @@ struct DataInterval final : Message<DataInterval> {
   static constexpr Schema kSchema{.tag = sequence("BE_DATA_INTERVAL"), .fields = kFields};
 };
 
-struct ListOfDataInterval : ListOf<Owned<DataInterval>> {
+struct ListOfDataInterval : ListOf<DataInterval> {
   using ListOf::ListOf;
 };
 
