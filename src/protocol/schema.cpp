@@ -233,12 +233,29 @@ void Record::write(BasicIo& io, bool legacy) const {
   walk.run();
 }
 
-BerValue* Record::makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) {
-  const auto rows = schema().fields;
+BerValue* Record::openField(const Schema& schema, std::uint32_t index, std::uint32_t tag, bool legacy,
+                            FieldSlot& slot) {
+  const auto rows = schema.fields;
   if (index >= rows.size()) {
     return openSkipper(tag, slot);
   }
   return rows[index].ops->open(rows[index], *this, tag, legacy, slot);
+}
+
+std::size_t Record::takePlainFields(const Schema& schema, std::uint32_t& index,
+                                    std::span<const std::uint8_t> bytes, bool legacy) {
+  const auto rows = schema.fields;
+  std::size_t taken = 0;
+  while (index < rows.size()) {
+    const Field& row = rows[index];
+    const PlainItem item = plainItem(bytes.subspan(taken), row.octets[legacy ? 1 : 0]);
+    if (item.size == 0 || row.take == nullptr || !row.take(row, *this, item.content)) {
+      break;
+    }
+    taken += item.size;
+    ++index;
+  }
+  return taken;
 }
 
 bool equalLists(const Nest& nest, const void* left, const void* right) {
@@ -314,6 +331,10 @@ bool ListValue::less(const BerValue& other) const {
 
 BerValue* ListValue::makeField(std::uint32_t, std::uint32_t tag, bool legacy, FieldSlot& slot) {
   return access_->append(container_, tag, legacy, slot);
+}
+
+std::size_t ListValue::takePlain(std::uint32_t& index, std::span<const std::uint8_t> bytes, bool legacy) {
+  return access_->takePlain == nullptr ? 0 : access_->takePlain(container_, index, bytes, legacy);
 }
 
 BerValue* openList(void* container, const ListAccess& access, std::uint32_t tag, bool legacy) {
