@@ -15,16 +15,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
+#include <ctime>
 
-#include "commands/csv_output.h"
-#include "foundation/text.h"
+#include "foundation/number_text.h"
+#include "foundation/time_zone.h"
 
 namespace {
 
 using Bytes = const std::uint8_t*;
 
 constexpr std::size_t kBlock = 1 << 16;
+constexpr std::size_t kLongestRow = 1 << 10;
 
 [[noreturn]] void fail(const char* step) {
   std::perror(step);
@@ -114,79 +115,109 @@ std::uint32_t takeInteger(Bytes& at) {
 }
 
 double takeReal(Bytes& at) {
-  const int length = at[1];
   const char* text = reinterpret_cast<const char*>(at) + 3;  // behind the byte that says it is text
-  at += 2 + length;
-  return length == 0 ? 0 : stringToReal({text, static_cast<std::size_t>(length - 1)});
+  at += 2 + at[1];
+  double value = 0;  // which has no text
+  readDecimal(text, reinterpret_cast<const char*>(at), value);
+  return value;
 }
 
-void put(std::string& out, std::uint32_t number) {
-  out += ',';
-  out += uintToString(number);
+char* putPair(char* to, int value) {
+  to[0] = static_cast<char>('0' + value / 10);
+  to[1] = static_cast<char>('0' + value % 10);
+  return to + 2;
 }
 
-void putSpan(std::string& out, TimeText& times, Bytes& at) {
-  out += times.of(static_cast<std::int32_t>(takeInteger(at)));
-  out += ',';
-  out += times.of(static_cast<std::int32_t>(takeInteger(at)));
+// Times in one of the two forms. A row begins where the one before it ended as a rule, so the last text is
+// kept.
+struct Times {
+  bool local;
+  TimeZone zone{TimeZone::localMarker};
+  std::uint32_t last = 0;
+  char text[20] = "1970-01-01 01:00:00";
+
+  char* put(char* to, std::uint32_t time) {
+    if (!local) {
+      return putUint(to, time);
+    }
+    if (time != last) {
+      std::tm fields{};
+      breakDownTime(zone, fields, time);
+      const int year = fields.tm_year + 1900;
+      putPair(putPair(text, year / 100), year % 100);
+      putPair(text + 5, fields.tm_mon + 1);
+      putPair(text + 8, fields.tm_mday);
+      putPair(text + 11, fields.tm_hour);
+      putPair(text + 14, fields.tm_min);
+      putPair(text + 17, fields.tm_sec);
+      last = time;
+    }
+    std::memcpy(to, text, 19);
+    return to + 19;
+  }
+};
+
+char* putSpan(char* to, Times& times, Bytes& at) {
+  to = times.put(to, takeInteger(at));
+  *to++ = ',';
+  return times.put(to, takeInteger(at));
 }
 
-void putMeasured(std::string& out, TimeText& times, Bytes& at) {
-  putSpan(out, times, at);
+char* putCount(char* to, Bytes& at) {
+  *to++ = ',';
+  return putUint(to, takeInteger(at));
+}
+
+char* putMeasured(char* to, Times& times, Bytes& at) {
+  to = putSpan(to, times, at);
   const double max = takeReal(at), avg = takeReal(at), min = takeReal(at);
   for (const double value : {min, avg, max}) {
-    out += ',';
-    appendReal(out, value);
+    *to++ = ',';
+    to = putReal(to, value);
   }
-  put(out, takeInteger(at));
-  put(out, takeInteger(at));
+  return putCount(putCount(to, at), at);
 }
 
-void putEnum(std::string& out, TimeText& times, Bytes& at) {
-  putSpan(out, times, at);
-  for (int i = 0; i < 3; ++i) {
-    put(out, takeInteger(at));
-  }
+char* putEnum(char* to, Times& times, Bytes& at) {
+  return putCount(putCount(putCount(putSpan(to, times, at), at), at), at);
 }
 
 // The texts are shorter than 128 bytes.
-void putIncident(std::string& out, TimeText& times, Bytes& at) {
-  out += times.of(static_cast<std::int32_t>(takeInteger(at)));
-  put(out, takeInteger(at));
-  out += ",\"";
-  out.append(reinterpret_cast<const char*>(at) + 2, at[1]);
-  out += '"';
+char* putIncident(char* to, Times& times, Bytes& at) {
+  to = putCount(times.put(to, takeInteger(at)), at);
+  *to++ = ',';
+  *to++ = '"';
+  std::memcpy(to, at + 2, at[1]);
+  to += at[1];
+  *to++ = '"';
   at += 2 + at[1];
+  return to;
 }
 
-const char* headerOf(std::uint8_t kind) {
-  return kind == 0xA1   ? "Time,Severity,Text\n"
-         : kind == 0xA4 ? "Begin,End,Mask,ngood,nbad\n"
-                        : "Begin,End,Min,Avg,Max,ngood,nbad\n";
-}
-
-void writeAll(int file, std::string& out) {
-  if (write(file, out.data(), out.size()) != static_cast<ssize_t>(out.size())) {
+void writeAll(int file, const char* from, const char* end) {
+  if (write(file, from, static_cast<std::size_t>(end - from)) != end - from) {
     fail("write");
   }
-  out.clear();
 }
 
-void print(int file, Bytes at, const char* timeFormat) {
-  TimeText times(timeFormat, TimeZone(TimeZone::localMarker));
+void print(int file, Bytes at, Times times) {
+  static char block[kBlock + kLongestRow];
   const std::uint8_t kind = at[2];
   const auto putEntry = kind == 0xA1 ? putIncident : kind == 0xA4 ? putEnum : putMeasured;
-  std::string out = headerOf(kind);
+  char* to = stpcpy(block, kind == 0xA1   ? "Time,Severity,Text\n"
+                           : kind == 0xA4 ? "Begin,End,Mask,ngood,nbad\n"
+                                          : "Begin,End,Min,Avg,Max,ngood,nbad\n");
   while (at[0] != 0) {
     at += 4;  // the interval and the entry in it
-    putEntry(out, times, at);
-    out += '\n';
+    to = putEntry(to, times, at);
+    *to++ = '\n';
     at += 4;
-    if (out.size() >= kBlock) {
-      writeAll(file, out);
+    if (to >= block + kBlock) {
+      writeAll(file, block, to);
+      to = block;
     }
   }
-  writeAll(file, out);
+  writeAll(file, block, to);
 }
 
 }  // namespace
@@ -199,6 +230,6 @@ int main(int count, char** arguments) {
   sendFile(connection, arguments[2]);
   const Bytes entries = findEntries(receiveAll(connection));
   const int file = open(arguments[3], O_WRONLY | O_CREAT | O_TRUNC, 0666);
-  print(file, entries, count > 4 && std::strcmp(arguments[4], "-u") == 0 ? "%s" : "%Y-%m-%d %H:%M:%S");
+  print(file, entries, {.local = count == 4});
   return close(file) == 0 ? 0 : 1;
 }

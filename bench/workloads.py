@@ -111,6 +111,7 @@ def compare_export(bench, name, series, options, memory):
         lambda: bench.runner.run(*bench.tool(bench.port, "-f", ours, *export(series, *options))),
         lambda: bench.runner.run(bench.programs / "straight-line", bench.port, asked, straight, *options),
         lambda: bench.runner.run("sqlite3", "-readonly", "-csv", "-header", database, query, output=theirs))
+    bench.report.rate(f"`{name}`", tool, ROWS)
     if not filecmp.cmp(ours, straight, shallow=False) or not same_rows(ours, theirs):
         raise RuntimeError(f"{name}: the programs have printed different rows")
     for program, best in [("morvex-tool", tool), ("straight line", line), ("sqlite3 -csv", peer)]:
@@ -201,6 +202,7 @@ def insert(bench):
     name = "insert, continuous"
     for program, best in [("morvex-tool", tool), ("sqlite3 .import", peer), ("psql \\copy", server)]:
         bench.report.measured(name, program, best, ROWS)
+    bench.report.rate(f"`{name}`", tool, ROWS)
     bench.report.goal(name, "CPU to that of sqlite3", tool.cpu / peer.cpu, 0.6)
     bench.report.goal(name, "peak memory to the file's bytes", tool.peak / csv.stat().st_size, 4)
     bench.report.goal(name, "wall time to that of psql", tool.wall / server.wall, 1)
@@ -229,6 +231,7 @@ def list_nodes(bench):
     name = "listnodes -r"
     for program, best in [("morvex-tool", tool), ("ldapsearch -LLL", peer)]:
         bench.report.measured(name, program, best, NODES)
+    bench.report.rate(f"`{name}`", tool, NODES)
     bench.report.goal(name, "CPU to that of ldapsearch", tool.cpu / peer.cpu, 1.5)
     bench.report.goal(name, "peak memory to the answer's bytes", tool.peak / answer, 5)
 
