@@ -128,13 +128,13 @@ void TreePrinter::enter(const tqlquery::Result& object) {
   levels_.push_back(levelOf(object));
   switch (pathPartOf(object.className)) {
     case PathPart::domain:
-      domains_.push(object.getStringProperty("siblingName"));
+      domains_.push(siblingName(object));
       break;
     case PathPart::node:
-      nodes_.push_back(object.getStringProperty("siblingName"));
+      nodes_.push_back(siblingName(object));
       break;
     case PathPart::check:
-      checks_.push(object.getStringProperty("siblingName"));
+      checks_.push(siblingName(object));
       break;
     case PathPart::none:
       break;
@@ -159,7 +159,7 @@ void TreePrinter::printLine(const tqlquery::Result& object) {
 void TreePrinter::appendColumn(char column, const tqlquery::Result& object) {
   switch (column) {
     case 'N':
-      line_ += object.getStringProperty("longLabel");
+      line_ += tqlquery::getStringProperty(object, "longLabel");
       break;
     case 'i':
       line_ += object.id;
