@@ -134,8 +134,8 @@ void printMetricGroup(Output& output, Result& root) {
 
 void listMetrics(int, char**, int) {
   login();
-  const auto call = comquery::make<tqlquery::Call>(tqlquery::kMetricTree, std::list<protocol::Property>(),
-                                                   std::vector<const Result*>());
+  auto call = comquery::make<tqlquery::Call>(tqlquery::kMetricTree, std::list<protocol::Property>(),
+                                             std::vector<const Result*>());
   g_connection->post(*call);
   g_connection->await(*call);  // a refusal leaves no objects
   if (call->resultObjects.size() != 1) {
@@ -144,4 +144,5 @@ void listMetrics(int, char**, int) {
   }
   printMetricGroup(standardOutput(), *call->resultObjects.front());
   standardOutput().flush();
+  call.keep();
 }
