@@ -90,7 +90,7 @@ Bytes skip(Bytes at) {
       for (int i = 0; i < count; ++i) {
         length = length << 8 | at[2 + i];
       }
-      at += 2 + count + length;
+      at += length + 2 + static_cast<std::size_t>(count);
     }
   } while (depth > 0);
   return at;
