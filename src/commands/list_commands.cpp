@@ -62,7 +62,7 @@ const char* star(const ListOptions& options) { return options.recursive ? "*" : 
 void runListQuery(const char* programName, const ListOptions& options, const FoundObject& base,
                   std::string expression, std::vector<std::string> classesPrinted) {
   const std::string& baseId = base.object->id;
-  const auto query = comquery::make<tqlquery::Select>(baseId, std::move(expression), 0U);
+  auto query = comquery::make<tqlquery::Select>(baseId, std::move(expression), 0U);
   g_connection->post(*query);
   g_connection->await(*query);  // a refusal leaves nothing to list
   const tqlquery::Result* result = query->find_result_opt(baseId);
@@ -71,6 +71,7 @@ void runListQuery(const char* programName, const ListOptions& options, const Fou
     TreePrinter(output.stream(), options.columns, std::move(classesPrinted), base.chain).printTree(*result);
   }
   output.finish();
+  query.keep();
 }
 
 // The root domain, which no trail names, is a lone dot.
@@ -128,13 +129,13 @@ void TreePrinter::enter(const tqlquery::Result& object) {
   levels_.push_back(levelOf(object));
   switch (pathPartOf(object.className)) {
     case PathPart::domain:
-      domains_.push(object.getStringProperty("siblingName"));
+      domains_.push(siblingName(object));
       break;
     case PathPart::node:
-      nodes_.push_back(object.getStringProperty("siblingName"));
+      nodes_.push_back(siblingName(object));
       break;
     case PathPart::check:
-      checks_.push(object.getStringProperty("siblingName"));
+      checks_.push(siblingName(object));
       break;
     case PathPart::none:
       break;
@@ -159,7 +160,7 @@ void TreePrinter::printLine(const tqlquery::Result& object) {
 void TreePrinter::appendColumn(char column, const tqlquery::Result& object) {
   switch (column) {
     case 'N':
-      line_ += object.getStringProperty("longLabel");
+      line_ += tqlquery::getStringProperty(object, "longLabel");
       break;
     case 'i':
       line_ += object.id;

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <list>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,7 +40,7 @@ class NameTrail {
   std::string inPath_;
 };
 
-// Prints one answer. chain leads to the object whose children are printed.
+// Prints one answer. chain leads to the object whose children are printed, and outlives the printer.
 class TreePrinter {
  public:
   TreePrinter(Output& output, std::string columns, std::vector<std::string> classesPrinted,
@@ -52,7 +51,7 @@ class TreePrinter {
   void printTree(const tqlquery::Result& object);
 
  private:
-  using Children = std::list<std::unique_ptr<tqlquery::Result>>;
+  using Children = protocol::ListOfObject;
 
   // An object under way: which of its children comes next, and what to go back to behind the last one.
   struct Level {
@@ -73,7 +72,7 @@ class TreePrinter {
   std::string columns_;
   std::vector<std::string> classesPrinted_;
   NameTrail domains_;
-  std::vector<std::string> nodes_;  // the last one is the current
+  std::vector<std::string_view> nodes_;  // the last one is the current
   NameTrail checks_;
   std::vector<Level> levels_;
   std::string line_;

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <list>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,12 +24,12 @@ class MetricPrinter {
   void print(Result& root);
 
  private:
-  using Children = std::list<std::unique_ptr<Result>>;
+  using Children = protocol::ListOfObject;
 
   // A group or table under way: which of its children comes next, and what to go back to behind the last.
   struct Level {
-    Children::const_iterator next;
-    Children::const_iterator end;
+    Children::iterator next;
+    Children::iterator end;
     std::size_t outerPrefix;   // the length of the prefix outside
     std::string closing = {};  // the last line of a table
   };
@@ -74,18 +73,18 @@ void MetricPrinter::printChild(Result& child) {
 }
 
 void MetricPrinter::enterGroup(Result& group, std::size_t outerPrefix) {
-  group.sortChildren({"name", true});
+  tqlquery::sortChildren(group, {"name", true});
   levels_.push_back({group.children.begin(), group.children.end(), outerPrefix});
 }
 
 // A table without instances stands for no metrics.
 void MetricPrinter::enterTable(Result& table, std::size_t outerPrefix) {
-  table.sortChildren({"name", true});
+  tqlquery::sortChildren(table, {"name", true});
   std::string closing;
-  for (const std::unique_ptr<Result>& child : table.children) {
+  for (const protocol::Owned<Result>& child : table.children) {
     if (child->className == "Instance") {
       closing += closing.empty() ? "Where * in {" : ",";
-      closing += child->getStringProperty("name");
+      closing += tqlquery::getStringProperty(*child, "name");
     }
   }
   if (closing.empty()) {
@@ -99,7 +98,7 @@ void MetricPrinter::enterTable(Result& table, std::size_t outerPrefix) {
 // Returns the length that the prefix had.
 std::size_t MetricPrinter::extendPrefix(const Result& object) {
   const std::size_t outerPrefix = prefix_.size();
-  prefix_.append(object.getStringProperty("name")).append(".");
+  prefix_.append(tqlquery::getStringProperty(object, "name")).append(".");
   return outerPrefix;
 }
 
@@ -113,10 +112,10 @@ void MetricPrinter::leave(const Level& level) {
 
 void MetricPrinter::printMetric(const Result& metric) {
   line_ = prefix_;
-  line_ += metric.getStringProperty("name");
+  line_ += tqlquery::getStringProperty(metric, "name");
   line_.append("\t").append(metric.className);
   for (const char* property : {"unit", "description"}) {
-    line_.append("\t").append(metric.getStringProperty(property));
+    line_.append("\t").append(tqlquery::getStringProperty(metric, property));
   }
   output_.write(line_);
   output_.endLine();
@@ -135,8 +134,8 @@ void printMetricGroup(Output& output, Result& root) {
 
 void listMetrics(int, char**, int) {
   login();
-  const auto call = comquery::make<tqlquery::Call>(tqlquery::kMetricTree, std::list<protocol::Property>(),
-                                                   std::vector<const Result*>());
+  auto call = comquery::make<tqlquery::Call>(tqlquery::kMetricTree, std::list<protocol::Property>(),
+                                             std::vector<const Result*>());
   g_connection->post(*call);
   g_connection->await(*call);  // a refusal leaves no objects
   if (call->resultObjects.size() != 1) {
@@ -145,4 +144,5 @@ void listMetrics(int, char**, int) {
   }
   printMetricGroup(standardOutput(), *call->resultObjects.front());
   standardOutput().flush();
+  call.keep();
 }

@@ -51,11 +51,10 @@ std::array<Value, kCount> takeValues(const TimedCall& answer, std::uint32_t type
                                      const char* const (&names)[kCount]) {
   std::array<const protocol::Property*, kCount> properties;
   for (std::size_t i = 0; i < kCount; ++i) {
-    const auto found = answer.resultProperties.find(names[i]);
-    if (found == answer.resultProperties.end()) {
+    properties[i] = tqlquery::findProperty(answer.resultProperties, names[i]);
+    if (properties[i] == nullptr) {
       endRun("Error getting Morvex server metrics");
     }
-    properties[i] = &found->second;
   }
   std::array<Value, kCount> values;
   for (std::size_t i = 0; i < kCount; ++i) {
@@ -214,7 +213,7 @@ std::string AbsTimingMonitor::column(const TimedCall& answer) {
 
 std::unique_ptr<MetricMonitor> makeMonitor(const MonitorOptions& options, std::list<std::string> path,
                                            const tqlquery::Result& description) {
-  const std::string unit = description.getStringProperty("unit");  // wanted of every class
+  const std::string unit = tqlquery::getStringProperty(description, "unit");  // wanted of every class
   const std::string& className = description.className;
   if (className == "CounterInt64") {
     if (options.differences) {

@@ -76,12 +76,14 @@ std::string joinEscaped(const std::list<std::string>& list, char delimiter) {
 }
 
 void appendEscaped(std::string& to, std::string_view text, char special) {
-  for (const char character : text) {
-    if (character == special || character == '\\') {
-      to += '\\';
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == special || text[i] == '\\') {
+      to.append(text.substr(begin, i - begin)) += '\\';
+      begin = i;
     }
-    to += character;
   }
+  to.append(text.substr(begin));
 }
 
 std::string quoteTqlString(std::string_view text) {
@@ -142,16 +144,20 @@ PathPart pathPartOf(std::string_view className) {
   return found == kParts.end() ? PathPart::none : found->second;
 }
 
+const std::string& siblingName(const tqlquery::Result& object) {
+  return tqlquery::getStringProperty(object, "siblingName");
+}
+
 void ObjectChain::add(const tqlquery::Result& object) {
   switch (pathPartOf(object.className)) {
     case PathPart::domain:
-      domains.push_back(object.getStringProperty("siblingName"));
+      domains.push_back(siblingName(object));
       break;
     case PathPart::node:
-      node = object.getStringProperty("siblingName");
+      node = siblingName(object);
       break;
     case PathPart::check:
-      checks.push_back(object.getStringProperty("siblingName"));
+      checks.push_back(siblingName(object));
       break;
     case PathPart::none:
       break;

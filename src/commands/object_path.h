@@ -40,6 +40,9 @@ std::string pathExpression(const std::string& path, bool byId, const std::string
 enum class PathPart { domain, node, check, none };
 PathPart pathPartOf(std::string_view className);
 
+// The name of an object among its siblings, which paths are made of. Throws as getStringProperty does.
+const std::string& siblingName(const tqlquery::Result& object);
+
 // The sibling names on the way from the root down to an object, top first.
 struct ObjectChain {
   std::list<std::string> domains;

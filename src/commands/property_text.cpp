@@ -69,9 +69,9 @@ void writeProperties(Output& output, const tqlquery::Result& object, bool showTy
   printOwn("id", object.id, "Const Id");
   printOwn("class", object.className, "Const Class Type");
   printOwn("version", object.version, "Version String, Read Only");
-  for (const auto& [name, property] : object.properties) {
-    if (isWanted(name)) {
-      print(name, propertyText(property), showTypes ? propertyTypeText(property) : std::string());
+  for (const auto& [name, property] : tqlquery::byName(object.properties)) {
+    if (isWanted(property->name)) {
+      print(property->name, propertyText(*property), showTypes ? propertyTypeText(*property) : std::string());
     }
   }
 }

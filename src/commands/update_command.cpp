@@ -101,7 +101,7 @@ std::list<protocol::Property> changesTo(const tqlquery::PropertyMap& current,
     if (found == current.end()) {
       tql::encode(changed, name, tql::kString, text);
       changes.push_back(std::move(changed));
-    } else if (parsePropertyValue(found->second, changed, text) ||
+    } else if (parsePropertyValue(*found->second, changed, text) ||
                (changed.typeWord & tql::kBaseMask) == tql::kAction) {  // started anew each time
       changes.push_back(std::move(changed));
     }
@@ -112,7 +112,8 @@ std::list<protocol::Property> changesTo(const tqlquery::PropertyMap& current,
 // The request for what the object, as it is now, still lacks; null if that is nothing.
 comquery::Held<ConsoleUpdate> makeUpdate(const UpdateOptions& options) {
   const FoundObject found = findObject(options.object.text, options.object.byId, {}, options.propertyList);
-  std::list<protocol::Property> changes = changesTo(found.object->properties, options.attributes);
+  std::list<protocol::Property> changes =
+      changesTo(tqlquery::byName(found.object->properties), options.attributes);
   if (changes.empty()) {
     return comquery::Held<ConsoleUpdate>(nullptr);
   }

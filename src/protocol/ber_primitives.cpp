@@ -90,6 +90,11 @@ bool readPlainReal(std::span<const std::uint8_t> content, double& value) {
   return readDecimal(text + 1, text + content.size(), value);
 }
 
+std::uint8_t* putRealItem(std::uint8_t* at, double value) {
+  std::array<std::uint8_t, BerReal::kMaxLength> content;
+  return putPrimitive(at, BE_REAL.current, {content.data(), putContent(value, content)});
+}
+
 // ---- BerShortValue ----
 
 BerShortValue::BerShortValue(const BerShortValue& other)

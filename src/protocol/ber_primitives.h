@@ -44,6 +44,9 @@ bool readPlainInteger(std::span<const std::uint8_t> content, T low, T high, T& v
 }
 bool readPlainReal(std::span<const std::uint8_t> content, double& value);
 
+// Puts a whole REAL into room of kItemRoom bytes, and returns its end.
+std::uint8_t* putRealItem(std::uint8_t* at, double value);
+
 // A primitive whose content is collected, and decoded at readDone.
 class BerShortValue : public BerPrimitive {
  public:

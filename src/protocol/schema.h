@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -87,13 +88,18 @@ struct FieldOps {
 // Stores content that arrived whole. False leaves it, and what is wrong with it, to a view.
 using TakePlain = bool (*)(const Field&, Record& owner, std::span<const std::uint8_t> content);
 
+// Puts the item of a member into room of kItemRoom bytes and returns its end. Null leaves it, and what is
+// wrong with it, to write.
+using PutPlain = std::uint8_t* (*)(const Field&, const Record& owner, std::uint8_t* at, bool legacy);
+
 struct Field {
   std::string_view name;
   Bounds bounds;
   const FieldOps* ops;
   void* (*in)(const Record&);  // where the member lies in its record
-  TakePlain take = nullptr;    // for primitives that have a short way
-  std::uint8_t octets[2]{};    // their tag on the wire, in the current and in the legacy set
+  TakePlain take = nullptr;    // these two for primitives that have a short way
+  PutPlain put = nullptr;
+  std::uint8_t octets[2]{};  // their tag on the wire, in the current and in the legacy set
 };
 
 struct Schema {
@@ -341,7 +347,7 @@ inline PlainItem plainItem(std::span<const std::uint8_t> bytes, std::uint8_t oct
 }
 
 // ---- What each member type does. A Leaf says which view stands for a primitive member, and how plain
-// content is taken without one. ----
+// items are taken and put without one. ----
 
 template <class T>
 struct Leaf;
@@ -361,6 +367,9 @@ struct Leaf<double> {
   static View view(double* member, const Bounds&) { return View(member); }
   static bool take(double& member, const Bounds&, std::span<const std::uint8_t> content) {
     return readPlainReal(content, member);
+  }
+  static std::uint8_t* put(std::uint8_t* at, double member, const Bounds&, bool) {
+    return putRealItem(at, member);
   }
 };
 template <>
@@ -387,6 +396,13 @@ struct Leaf<std::string> {
     member.append(reinterpret_cast<const char*>(content.data()), content.size());
     return true;
   }
+  static std::uint8_t* put(std::uint8_t* at, const std::string& member, const Bounds& bounds, bool legacy) {
+    if (member.size() > std::min(kLongestShortContent, static_cast<std::size_t>(bounds.high))) {
+      return nullptr;
+    }
+    return putPrimitive(at, kTag.word(legacy),
+                        {reinterpret_cast<const std::uint8_t*>(member.data()), member.size()});
+  }
 };
 template <std::integral T>
 struct Leaf<T> {
@@ -405,6 +421,16 @@ struct Leaf<T> {
   static bool take(T& member, const Bounds& bounds, std::span<const std::uint8_t> content) {
     return readPlainInteger(content, low(bounds), high(bounds), member);
   }
+  static std::uint8_t* put(std::uint8_t* at, T member, const Bounds& bounds, bool) {
+    if (member < low(bounds) || member > high(bounds)) {
+      return nullptr;
+    }
+    if constexpr (std::is_signed_v<T>) {
+      return putSigned(at, kTag.current, member);
+    } else {
+      return putUnsigned(at, kTag.current, member);
+    }
+  }
 };
 template <class T>
 requires std::is_enum_v<T>
@@ -419,6 +445,9 @@ struct Leaf<T> {
     }
     member = static_cast<T>(integerFrom<std::int32_t>(content));
     return true;
+  }
+  static std::uint8_t* put(std::uint8_t* at, T member, const Bounds&, bool) {
+    return putEnumerated(at, static_cast<std::int32_t>(member));
   }
 };
 
@@ -642,7 +671,7 @@ struct Elements<L, T> : RecordElements<L, T, Elements<L, T>> {
 template <ListClass L>
 struct Wire<L> : Elements<L> {};
 
-// Where the member of a row lies, and its short way.
+// Where the member of a row lies, and its short ways.
 template <auto Member>
 struct Access;
 template <class R, class M, M R::*kMember>
@@ -651,6 +680,9 @@ struct Access<kMember> {
   static void* in(const Record& record) { return const_cast<M*>(&(static_cast<const R&>(record).*kMember)); }
   static bool take(const Field& row, Record& owner, std::span<const std::uint8_t> content) {
     return Leaf<M>::take(static_cast<R&>(owner).*kMember, row.bounds, content);
+  }
+  static std::uint8_t* put(const Field& row, const Record& owner, std::uint8_t* at, bool legacy) {
+    return Leaf<M>::put(at, static_cast<const R&>(owner).*kMember, row.bounds, legacy);
   }
 };
 
@@ -664,6 +696,7 @@ consteval Field field(std::string_view name, Bounds bounds = {}) {
   Field row{name, bounds, &Wire<Type>::kOps, &Access<kMember>::in};
   if constexpr (HasShortWay<Type>) {
     row.take = &Access<kMember>::take;
+    row.put = &Access<kMember>::put;
     row.octets[0] = identifierOctet(Leaf<Type>::kTag.current);
     row.octets[1] = identifierOctet(Leaf<Type>::kTag.legacy);
   }

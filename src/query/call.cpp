@@ -1,5 +1,7 @@
 #include "query/call.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace tqlquery {
@@ -15,18 +17,15 @@ std::unique_ptr<protocol::BerValue> Call::encode() {
   }
   parameters_.clear();
   for (const Result* object : objects_) {
-    request->objects.emplace_back(object->toObject());
+    request->objects.emplace_back(toObject(*object));
   }
   return request;
 }
 
 void Call::decode(protocol::BerValue& response) {
   const auto take = [this](protocol::CallResp& answer) {
-    takeProperties(resultProperties, answer.properties);
-    resultObjects.clear();
-    for (protocol::Owned<protocol::Object>& object : answer.objects) {
-      resultObjects.push_back(Result::take(*object));
-    }
+    std::ranges::move(answer.properties, std::back_inserter(resultProperties));
+    resultObjects = std::exchange(answer.objects, {});
   };
   // The text is the same for all queries on the tree.
   decodeAnswer<protocol::CallResp>(response, "Wrong type in Select::decode.", take);

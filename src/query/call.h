@@ -27,8 +27,8 @@ class Call : public virtual comquery::Query {
   std::unique_ptr<protocol::BerValue> encode() override;
   void decode(protocol::BerValue& response) override;
 
-  PropertyMap resultProperties;
-  std::vector<std::unique_ptr<Result>> resultObjects;  // in the order of the message
+  protocol::ListOfProperty resultProperties;  // of two with one name the first counts
+  protocol::ListOfObject resultObjects;
 
  protected:
   ~Call() override = default;

@@ -1,5 +1,7 @@
 #include "query/result.h"
 
+#include <list>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -9,76 +11,69 @@
 
 namespace tqlquery {
 
-// The objects below a child join the list before the child goes, so that no destructor runs inside another.
-Result::~Result() {
-  while (!children.empty()) {
-    children.splice(children.end(), children.front()->children);
-    children.pop_front();
+PropertyMap byName(const protocol::ListOfProperty& properties) {
+  PropertyMap map;
+  for (const protocol::Property& property : properties) {
+    map.try_emplace(property.name, &property);
   }
+  return map;
 }
 
-std::unique_ptr<Result> Result::take(protocol::Object& object) {
-  auto top = std::make_unique<Result>();
-  std::vector<std::pair<protocol::Object*, Result*>> pending{{&object, top.get()}};
-  while (!pending.empty()) {
-    const auto [from, to] = pending.back();
-    pending.pop_back();
-    to->className = std::move(from->className);
-    to->objectNumber = from->objectNumber;
-    to->objectSet.insert(from->objectSet.begin(), from->objectSet.end());
-    to->id = std::move(from->id);
-    to->version = std::move(from->version);
-    takeProperties(to->properties, from->properties);
-    for (protocol::Owned<protocol::Object>& child : from->children) {
-      to->children.push_back(std::make_unique<Result>());
-      pending.emplace_back(child.get(), to->children.back().get());
+const protocol::Property* findProperty(const protocol::ListOfProperty& properties, std::string_view name) {
+  for (const protocol::Property& property : properties) {
+    if (property.name == name) {
+      return &property;
     }
   }
-  return top;
+  return nullptr;
 }
 
-std::string Result::getStringProperty(const std::string& name) const {
-  const auto found = properties.find(name);
-  if (found == properties.end()) {
-    throw errors::objecterror("Property \"" + name + "\" not found in " + id);
+const std::string& getStringProperty(const Result& object, std::string_view name) {
+  const protocol::Property* property = findProperty(object.properties, name);
+  if (property == nullptr) {
+    throw errors::objecterror("Property \"" + std::string(name) + "\" not found in " + object.id);
   }
-  std::string value;
-  tql::decode(found->second, tql::kString, value);
-  return value;
+  return tql::stringValue(*property);
 }
 
-void Result::sortChildren(const SortKey& key) {
+// What is sorted are pointers, so a comparison that throws loses no child. A list is, since its way of
+// sorting asks no more of the order than that it answers: values that are no numbers have none.
+void sortChildren(Result& object, const SortKey& key) {
   const std::list<SortKey> keys{key};
-  children.sort([&keys](const std::unique_ptr<Result>& left, const std::unique_ptr<Result>& right) {
-    return tql::compareForSort(keys, *left, *right);
-  });
+  std::list<protocol::Owned<Result>*> order;
+  for (protocol::Owned<Result>& child : object.children) {
+    order.push_back(&child);
+  }
+  order.sort(
+      [&keys](const auto* left, const auto* right) { return tql::compareForSort(keys, **left, **right); });
+  protocol::ListOfObject sorted;
+  sorted.reserve(order.size());
+  for (protocol::Owned<Result>* child : order) {
+    sorted.push_back(std::move(*child));
+  }
+  object.children = std::move(sorted);
 }
 
-std::unique_ptr<protocol::Object> Result::toObject() const {
+std::unique_ptr<protocol::Object> toObject(const Result& object) {
   auto top = std::make_unique<protocol::Object>();
-  std::vector<std::pair<const Result*, protocol::Object*>> pending{{this, top.get()}};
+  std::vector<std::pair<const Result*, protocol::Object*>> pending{{&object, top.get()}};
   while (!pending.empty()) {
     const auto [from, to] = pending.back();
     pending.pop_back();
     to->className = from->className;
     to->objectNumber = from->objectNumber;
-    to->objectSet.assign(from->objectSet.begin(), from->objectSet.end());
+    const std::set<std::uint32_t> numbers(from->objectSet.begin(), from->objectSet.end());
+    to->objectSet.assign(numbers.begin(), numbers.end());
     to->id = from->id;
     to->version = from->version;
-    for (const auto& [name, property] : from->properties) {
-      to->properties.push_back(property);
+    for (const auto& [name, property] : byName(from->properties)) {
+      to->properties.push_back(*property);
     }
-    for (const std::unique_ptr<Result>& child : from->children) {
+    for (const protocol::Owned<Result>& child : from->children) {
       pending.emplace_back(child.get(), &to->children.emplace_back().emplace());
     }
   }
   return top;
-}
-
-void takeProperties(PropertyMap& properties, protocol::ListOfProperty& from) {
-  for (protocol::Property& property : from) {
-    properties.try_emplace(property.name, std::move(property));  // copies the key before it moves the rest
-  }
 }
 
 }  // namespace tqlquery

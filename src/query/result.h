@@ -1,17 +1,28 @@
 #pragma once
 
-#include <cstdint>
-#include <list>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
+#include <string_view>
 
 #include "protocol/messages/object_tree.h"
 
 namespace tqlquery {
 
-using PropertyMap = std::map<std::string, protocol::Property>;
+// One object of an answer, and those below it, as the message brought them. The tree mirrors the query: an
+// object at depth n was matched by step n. Of two properties with one name the first counts.
+using Result = protocol::Object;
+
+// Properties by their names. It points into the list that it is made of.
+using PropertyMap = std::map<std::string_view, const protocol::Property*>;
+PropertyMap byName(const protocol::ListOfProperty& properties);
+
+// One property, for who wants no more than a few of them; null if there is none of that name.
+const protocol::Property* findProperty(const protocol::ListOfProperty& properties, std::string_view name);
+
+// The value of a property of type String, which lives as long as the object is not changed. Throws
+// errors::objecterror if the object lacks it, errors::tql if it is null or of another type.
+const std::string& getStringProperty(const Result& object, std::string_view name);
 
 // What children are sorted by.
 struct SortKey {
@@ -19,38 +30,12 @@ struct SortKey {
   bool ascending = true;
 };
 
-// One object of an answer, and those below it. The tree mirrors the query: an object at depth n was matched
-// by step n.
-struct Result {
-  Result() = default;
-  Result(const Result&) = delete;
-  Result& operator=(const Result&) = delete;
-  ~Result();
+// Sorts the children by a property, stably. In ascending order those that lack it come first. Throws
+// errors::tql_incomparable for values that cannot be compared; the children then stay as they were.
+void sortChildren(Result& object, const SortKey& key);
 
-  // Takes the contents of an object, with all below it, by moving.
-  static std::unique_ptr<Result> take(protocol::Object& object);
-
-  // The value of a property of type String. Throws errors::objecterror if the object lacks it, errors::tql if
-  // it is null or of another type.
-  std::string getStringProperty(const std::string& name) const;
-
-  // Sorts the children by a property, stably. In ascending order those that lack it come first. Throws
-  // errors::tql_incomparable for values that cannot be compared.
-  void sortChildren(const SortKey& key);
-
-  // A deep copy in message form, with the properties in the order of their names.
-  std::unique_ptr<protocol::Object> toObject() const;
-
-  std::string className;  // "Domain", "Node", "Check", ...
-  std::uint32_t objectNumber = 0;
-  std::set<std::uint32_t> objectSet;
-  std::string id;
-  std::string version;     // what an update has to quote
-  PropertyMap properties;  // of two with one name, the first
-  std::list<std::unique_ptr<Result>> children;
-};
-
-// Inserts the properties of a message by name, moving them; a name that is there already keeps its value.
-void takeProperties(PropertyMap& properties, protocol::ListOfProperty& from);
+// A deep copy to be sent, with the properties in the order of their names and the numbers of the set in
+// theirs, each once.
+std::unique_ptr<protocol::Object> toObject(const Result& object);
 
 }  // namespace tqlquery

@@ -18,12 +18,17 @@ Select::Select(std::string startId, std::string expression, std::uint32_t option
   startIds_.push_back(std::move(startId));
 }
 
-Result* Select::find_result_opt(const std::string& id) const {
+const Result* Select::find_result_opt(const std::string& id) const {
   if (state() != State::answered) {
     throw errors::selecterror("find_result_opt() invoked before await() for query \"" + expression_ + "\"");
   }
-  const auto found = results_.find(id);
-  return found == results_.end() ? nullptr : found->second.get();
+  const Result* found = nullptr;
+  for (const protocol::Owned<Result>& object : results_) {
+    if (object->id == id) {
+      found = object.get();  // of two with one id the last counts
+    }
+  }
+  return found;
 }
 
 std::string Select::describe() const {
@@ -43,14 +48,7 @@ std::unique_ptr<protocol::BerValue> Select::encode() {
 }
 
 void Select::decode(protocol::BerValue& response) {
-  const auto take = [this](protocol::SelectResp& answer) {
-    results_.clear();
-    for (protocol::Owned<protocol::Object>& object : answer.objects) {
-      std::unique_ptr<Result> result = Result::take(*object);
-      const std::string& id = result->id;
-      results_.insert_or_assign(id, std::move(result));
-    }
-  };
+  const auto take = [this](protocol::SelectResp& answer) { results_ = std::exchange(answer.objects, {}); };
   decodeAnswer<protocol::SelectResp>(response, "Wrong type in Select::decode.", take);
 }
 

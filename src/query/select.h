@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <list>
-#include <map>
 #include <memory>
 #include <string>
 
@@ -20,7 +19,7 @@ class Select : public virtual comquery::Query {
 
   // The answer's tree below one start object; null if there is none. The tree lives as long as the query.
   // Throws errors::selecterror before the answer has come.
-  Result* find_result_opt(const std::string& id) const;
+  const Result* find_result_opt(const std::string& id) const;
 
   std::string describe() const override;
   std::unique_ptr<protocol::BerValue> encode() override;
@@ -31,7 +30,7 @@ class Select : public virtual comquery::Query {
   ~Select() override = default;
 
  private:
-  std::map<std::string, std::unique_ptr<Result>> results_;
+  protocol::ListOfObject results_;
   std::list<std::string> startIds_;
   std::unique_ptr<protocol::PathPattern> pattern_;  // until encode
   std::uint32_t options_;                           // bit 0: stay registered for further answers

@@ -10,10 +10,10 @@ namespace {
 using tqlquery::Result;
 
 Result& add(Result& parent, const char* className, const std::string& name) {
-  Result& child = *parent.children.emplace_back(std::make_unique<Result>());
+  Result& child = parent.children.emplace_back().emplace();
   child.className = className;
   for (const auto& [property, value] : {std::pair{"name", name}, {"unit", "u"}, {"description", "d d"}}) {
-    tql::encode(child.properties[property], property, tql::kString, value);
+    tql::encode(child.properties.emplace_back(), property, tql::kString, value);
   }
   return child;
 }

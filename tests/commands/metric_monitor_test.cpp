@@ -13,7 +13,8 @@ comquery::Held<TimedCall> answerOf(const Values& values, const SystemTime& time 
   static const std::vector<std::string> kTiming{"n", "min", "max", "sum", "sumSquares"};
   auto answer = comquery::make<TimedCall>(2, std::list<protocol::Property>());
   for (std::size_t i = 0; i < values.size(); ++i) {
-    protocol::Property& property = answer->resultProperties[values.size() == 1 ? "value" : kTiming[i]];
+    protocol::Property& property = answer->resultProperties.emplace_back();
+    property.name = values.size() == 1 ? "value" : kTiming[i];
     property.typeWord = tql::kUnsigned64;
     property.data.emplace<protocol::UnsignedInt64Prop>().value = values[i];
   }
@@ -26,7 +27,7 @@ std::unique_ptr<MetricMonitor> monitorFor(const char* className, const std::stri
                                           const std::string& unit = "s") {
   tqlquery::Result description;
   description.className = className;
-  tql::encode(description.properties["unit"], "unit", tql::kString, unit);
+  tql::encode(description.properties.emplace_back(), "unit", tql::kString, unit);
   const auto display = options.ends_with("c")   ? TimingDisplay::count
                        : options.ends_with("s") ? TimingDisplay::sum
                                                 : TimingDisplay::statistics;

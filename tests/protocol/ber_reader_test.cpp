@@ -107,7 +107,7 @@ TEST(BerReader, SpeaksLegacyWithAPeerThatOpensSo) {
   EXPECT_EQ(writtenHex(*legacy.messages().at(0)),
             "60 80 02 02 01 00 A1 80 04 01 41 04 00 04 00 01 01 01 01 01 00 01 01 00 00 00 00 00");
   legacy.reader.send(NegotiateNack());
-  EXPECT_EQ(legacy.script.written, (std::vector<std::string>{"63 80", "16 00", "00 00"}));
+  EXPECT_EQ(legacy.script.written, (std::vector<std::string>{"63 80 16 00 00 00"}));
   EXPECT_EQ(legacy.script.calls.back(), 'f');
 }
 

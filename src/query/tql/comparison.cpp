@@ -133,20 +133,18 @@ bool compare(const Property& left, RelOperator op, const Property& right) {
 bool compareForSort(const std::list<tqlquery::SortKey>& keys, const tqlquery::Result& left,
                     const tqlquery::Result& right) {
   for (const auto& [name, ascending] : keys) {
-    const auto l = left.properties.find(name);
-    const auto r = right.properties.find(name);
-    const bool leftHas = l != left.properties.end();
-    const bool rightHas = r != right.properties.end();
-    if (leftHas != rightHas) {
-      return rightHas == ascending;
+    const Property* l = tqlquery::findProperty(left.properties, name);
+    const Property* r = tqlquery::findProperty(right.properties, name);
+    if ((l == nullptr) != (r == nullptr)) {
+      return (l == nullptr) == ascending;
     }
-    if (!leftHas) {
+    if (l == nullptr) {
       continue;
     }
-    if (compare(l->second, RelOperator::less, r->second)) {
+    if (compare(*l, RelOperator::less, *r)) {
       return ascending;
     }
-    if (compare(r->second, RelOperator::less, l->second)) {
+    if (compare(*r, RelOperator::less, *l)) {
       return !ascending;
     }
   }

@@ -14,6 +14,8 @@ namespace {
 // The server's "Property updated with illegal type".
 constexpr std::uint32_t kIllegalType = 9;
 
+constexpr const char* kStringKind = "string";  // in the message about a null
+
 // Whether a type word is of one of these base types. kEnumeration stands for all enumerations.
 template <std::uint32_t... kTypes>
 constexpr bool isOf(std::uint32_t typeWord) {
@@ -55,9 +57,9 @@ void checkDecode(std::string_view type, std::uint32_t wanted, const std::string&
   }
 }
 
-// Reads the value of a Prop; kind names it in the message about a null.
-template <class Prop, class Result>
-void read(const Property& property, std::uint32_t wanted, const char* kind, Result& result) {
+// The value of a Prop; kind names it in the message about a null.
+template <class Prop>
+const auto& valueOf(const Property& property, std::uint32_t wanted, const char* kind) {
   const std::uint32_t wantedBase = wanted & kBaseMask;
   const std::uint32_t base = property.typeWord & kBaseMask;
   if (wantedBase != base) {
@@ -71,7 +73,12 @@ void read(const Property& property, std::uint32_t wanted, const char* kind, Resu
   if (held == nullptr) {
     throw errors::tql(std::string("Null given for ") + kind + " property: " + property.name, kIllegalType);
   }
-  store(result, held->value);
+  return held->value;
+}
+
+template <class Prop, class Result>
+void read(const Property& property, std::uint32_t wanted, const char* kind, Result& result) {
+  store(result, valueOf<Prop>(property, wanted, kind));
 }
 
 }  // namespace
@@ -154,7 +161,7 @@ void decode(const Property& property, std::uint32_t wanted, std::uint32_t& resul
 
 void decode(const Property& property, std::uint32_t wanted, std::string& result) {
   checkDecode<kString, kId, kSnmpOid>("string/object", wanted);
-  read<protocol::StringProp>(property, wanted, "string", result);
+  read<protocol::StringProp>(property, wanted, kStringKind, result);
 }
 
 void decode(const Property& property, std::uint32_t wanted, std::int64_t& result) {
@@ -188,6 +195,10 @@ void decode(const Property& property, std::uint32_t wanted, std::vector<std::uin
 void decode(const Property& property, std::uint32_t wanted, std::list<std::uint32_t>& result) {
   checkDecode<kGidList>("list<uint32_t>", wanted);
   read<protocol::UnsignedIntListProp>(property, wanted, "unsigned int list", result);
+}
+
+const std::string& stringValue(const Property& property) {
+  return valueOf<protocol::StringProp>(property, kString, kStringKind);
 }
 
 }  // namespace tql

@@ -75,4 +75,7 @@ void decode(const Property& property, std::uint32_t wanted, std::list<std::strin
 void decode(const Property& property, std::uint32_t wanted, std::vector<std::uint8_t>& result);
 void decode(const Property& property, std::uint32_t wanted, std::list<std::uint32_t>& result);
 
+// The value of a property of type String, where it lies. Throws as decode does.
+const std::string& stringValue(const Property& property);
+
 }  // namespace tql
