@@ -132,7 +132,7 @@ char* putPair(char* to, int value) {
 // kept.
 struct Times {
   bool local;
-  TimeZone zone{TimeZone::localMarker};
+  Calendar calendar{TimeZone(TimeZone::localMarker)};
   std::uint32_t last = 0;
   char text[20] = "1970-01-01 01:00:00";
 
@@ -141,8 +141,7 @@ struct Times {
       return putUint(to, time);
     }
     if (time != last) {
-      std::tm fields{};
-      breakDownTime(zone, fields, time);
+      const std::tm& fields = calendar.breakDown(time);
       const int year = fields.tm_year + 1900;
       putPair(putPair(text, year / 100), year % 100);
       putPair(text + 5, fields.tm_mon + 1);
