@@ -226,7 +226,8 @@ void Client::serve(protocol::BerValue& message, Time now) {
   if (auto* request = dynamic_cast<protocol::Request*>(&message)) {
     const Time asked = std::chrono::steady_clock::now();
     const RequestKind kind = kindOf(*request);
-    queue_.push_back({service_.handler.answer(*request), now + service_.options.delay, asked, kind});
+    queue_.push_back(
+        {service_.handler.answer(*request, reader_.legacy()), now + service_.options.delay, asked, kind});
   } else if (dynamic_cast<const protocol::ServerTimeReq*>(&message) != nullptr) {
     const WallClock clock = wallClock();
     protocol::ServerTimeResp response;

@@ -65,7 +65,7 @@ std::unique_ptr<Answer> DataRequests::serve(std::int32_t requestId,
   const auto stored = stored_.of(object);
   const std::size_t count = stored == nullptr ? 0 : stored->size();
   if (count > 0 && (!hasOwn || stored->compare(count - 1, entry) >= 0)) {
-    entry.data = (*stored)[count - 1].clone();
+    stored->copyTo(entry, count - 1);
   } else if (!hasOwn) {
     throw Refusal(ErrorCode::nothingMatched);
   }

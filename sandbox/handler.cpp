@@ -9,19 +9,36 @@
 
 namespace sandbox {
 
-std::unique_ptr<Answer> Handler::answer(protocol::Request& request) {
+std::unique_ptr<Answer> Handler::answer(protocol::Request& request, bool legacy) {
   const RequestKind kind = kindOf(request);
   Activity::Requests& activity = activity_.of(kind);
   ++activity.count;
   try {
-    return serve(request, kind);
+    return serve(request, kind, legacy);
   } catch (const Refusal& refusal) {
     ++activity.errors;
     return makeRefusal(request.requestId, refusal);
   }
 }
 
-std::unique_ptr<Answer> Handler::serve(protocol::Request& request, RequestKind kind) {
+// What stands in the tree and in the series changes with a request alone, the clock aside: an export that was
+// kept shows the entries of its day.
+std::unique_ptr<Answer> Handler::serve(protocol::Request& request, RequestKind kind, bool legacy) {
+  switch (kind) {
+    case RequestKind::getData:
+    case RequestKind::select:
+      return kept_.answer(request, legacy, [&] { return serveAnew(request, kind); });
+    case RequestKind::putData:
+    case RequestKind::update:
+      kept_.forget();
+      break;
+    default:
+      break;
+  }
+  return serveAnew(request, kind);
+}
+
+std::unique_ptr<Answer> Handler::serveAnew(protocol::Request& request, RequestKind kind) {
   const std::int32_t requestId = request.requestId;
   switch (kind) {
     case RequestKind::call:

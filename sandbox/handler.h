@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -9,6 +10,7 @@
 #include "sandbox/answer.h"
 #include "sandbox/calls.h"
 #include "sandbox/data_requests.h"
+#include "sandbox/kept_answers.h"
 #include "sandbox/options.h"
 #include "sandbox/tree.h"
 #include "sandbox/updates.h"
@@ -24,16 +26,18 @@ class Handler {
         activity_(activity),
         data_(tree, activity),
         updates_(tree, activity, options.conflicts),
-        calls_(tree, activity, options.metrics) {}
+        calls_(tree, activity, options.metrics),
+        kept_(std::size_t{options.keep} << 20U) {}
 
-  // Takes from the request what it has to keep.
-  std::unique_ptr<Answer> answer(protocol::Request& request);
+  // The answer, for a client with that tag set. Takes from the request what it has to keep.
+  std::unique_ptr<Answer> answer(protocol::Request& request, bool legacy);
 
   // The object from which clients start.
   std::string rootId() const { return tree_.id(Tree::kRoot); }
 
  private:
-  std::unique_ptr<Answer> serve(protocol::Request& request, RequestKind kind);
+  std::unique_ptr<Answer> serve(protocol::Request& request, RequestKind kind, bool legacy);
+  std::unique_ptr<Answer> serveAnew(protocol::Request& request, RequestKind kind);
   std::unique_ptr<Answer> select(std::int32_t requestId, protocol::SelectReq& request) const;
   std::unique_ptr<Answer> update(std::int32_t requestId, protocol::UpdateReq& request);
 
@@ -42,6 +46,7 @@ class Handler {
   DataRequests data_;
   Updates updates_;
   Calls calls_;
+  KeptAnswers kept_;
 };
 
 }  // namespace sandbox

@@ -14,7 +14,7 @@ namespace {
 void run(const sandbox::Options& options) {
   sandbox::catchStopSignals();
   sandbox::Listener listener(options.port);
-  sandbox::Tree tree = sandbox::makeSampleTree(options.nodes, options.rows);
+  sandbox::Tree tree = sandbox::makeSampleTree(options);
   sandbox::Activity activity;
   sandbox::Handler handler(tree, activity, options);
   sandbox::Service service{options, handler, activity, {}};

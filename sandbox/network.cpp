@@ -33,6 +33,16 @@ void requestStop(int) { g_stopRequested = 1; }
 
 bool isTemporary() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
 
+// Without it the client still works, only later.
+void switchOn(int socket, int option) {
+  const int on = 1;
+  (void)::setsockopt(socket, IPPROTO_TCP, option, &on, sizeof on);
+}
+
+// A client that collects small messages until the one before is acknowledged would wait for the end of our
+// delay. The system goes back to delaying by itself, so this is asked for again and again.
+void acknowledgeAtOnce(int socket) { switchOn(socket, TCP_QUICKACK); }
+
 sockaddr_in loopback(std::uint16_t port) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
@@ -59,6 +69,7 @@ Descriptor::~Descriptor() {
 std::optional<std::size_t> Peer::receive(std::span<std::uint8_t> buffer) {
   const ssize_t received = ::recv(number(), buffer.data(), buffer.size(), 0);
   if (received > 0) {
+    acknowledgeAtOnce(number());
     return static_cast<std::size_t>(received);
   }
   return received < 0 && isTemporary() ? std::optional<std::size_t>(0) : std::nullopt;
@@ -96,9 +107,8 @@ std::optional<Peer> Listener::accept(bool& exhausted) {
     exhausted = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
     return std::nullopt;
   }
-  // An answer leaves at once. Without it the client still works, only later.
-  const int on = 1;
-  (void)::setsockopt(accepted.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  switchOn(accepted.number(), TCP_NODELAY);  // an answer leaves at once
+  acknowledgeAtOnce(accepted.number());
   return Peer(std::move(accepted));
 }
 

@@ -2,18 +2,13 @@
 
 #include <charconv>
 #include <string_view>
+#include <type_traits>
 
 #include "foundation/errors.h"
 #include "foundation/text.h"
 
 namespace sandbox {
 namespace {
-
-constexpr std::uint32_t kMaxNodes = 5'000'000;
-constexpr std::uint32_t kMaxRows = 20'000'000;
-constexpr std::uint32_t kMaxMetrics = 1'000'000;
-constexpr std::uint32_t kMaxConflicts = 1'000'000;
-constexpr std::uint32_t kMaxDelay = 60'000;
 
 std::uint32_t numberUpTo(std::uint32_t limit, std::string_view option, std::string_view text) {
   std::uint32_t value = 0;
@@ -26,31 +21,36 @@ std::uint32_t numberUpTo(std::uint32_t limit, std::string_view option, std::stri
   return value;
 }
 
+template <auto kMember, std::uint32_t kLimit>
+void takeNumber(Options& to, std::string_view option, std::string_view value) {
+  using Number = std::remove_reference_t<decltype(to.*kMember)>;
+  to.*kMember = static_cast<Number>(numberUpTo(kLimit, option, value));
+}
+
+template <auto kMember>
+void takeText(Options& to, std::string_view, std::string_view value) {
+  to.*kMember = value;
+}
+
 struct Row {
   std::string_view option;
   void (*take)(Options&, std::string_view option, std::string_view value);
 };
 
 constexpr Row kRows[] = {
-    {"--port",
-     [](Options& to, std::string_view option, std::string_view value) {
-       to.port = static_cast<std::uint16_t>(numberUpTo(65535, option, value));
-     }},
-    {"--login", [](Options& to, std::string_view, std::string_view value) { to.login = value; }},
-    {"--password", [](Options& to, std::string_view, std::string_view value) { to.password = value; }},
-    {"--domain", [](Options& to, std::string_view, std::string_view value) { to.domain = value; }},
-    {"--nodes", [](Options& to, std::string_view option,
-                   std::string_view value) { to.nodes = numberUpTo(kMaxNodes, option, value); }},
-    {"--rows", [](Options& to, std::string_view option,
-                  std::string_view value) { to.rows = numberUpTo(kMaxRows, option, value); }},
-    {"--metrics", [](Options& to, std::string_view option,
-                     std::string_view value) { to.metrics = numberUpTo(kMaxMetrics, option, value); }},
-    {"--conflicts", [](Options& to, std::string_view option,
-                       std::string_view value) { to.conflicts = numberUpTo(kMaxConflicts, option, value); }},
-    {"--delay",
-     [](Options& to, std::string_view option, std::string_view value) {
-       to.delay = std::chrono::milliseconds(numberUpTo(kMaxDelay, option, value));
-     }},
+    {"--port", takeNumber<&Options::port, 65535>},
+    {"--login", takeText<&Options::login>},
+    {"--password", takeText<&Options::password>},
+    {"--domain", takeText<&Options::domain>},
+    {"--nodes", takeNumber<&Options::nodes, 5'000'000>},
+    {"--domains", takeNumber<&Options::domains, 10'000>},
+    {"--rows", takeNumber<&Options::rows, 20'000'000>},
+    {"--lob", takeNumber<&Options::lobBytes, 2'097'152>},
+    {"--list", takeNumber<&Options::listLength, 1'000'000>},
+    {"--metrics", takeNumber<&Options::metrics, 1'000'000>},
+    {"--conflicts", takeNumber<&Options::conflicts, 1'000'000>},
+    {"--delay", takeNumber<&Options::delay, 60'000>},
+    {"--keep", takeNumber<&Options::keep, 1'048'576>},
 };
 
 const Row& rowOf(std::string_view option) {
@@ -77,11 +77,19 @@ const char* const kUsage =
     "  --password TEXT  its password (default secret)\n"
     "  --domain TEXT    its login domain (default .)\n"
     "  --nodes N        adds N nodes below the domain \"generated\", a thousand in each of its subdomains\n"
+    "  --domains N      adds N empty domains to the root\n"
     "  --rows N         adds the node \"scale\" to the root: the checks continuous, sawtooth and enum, and\n"
-    "                   its incident log, hold N entries each\n"
+    "                   its incident log, hold N entries each; the incidents have texts of 60 bytes\n"
+    "  --lob N          adds the node \"large\" to the root, whose property \"picture\" holds N bytes\n"
+    "  --list N         the same node, whose lists \"dependencies\", \"aliases\" and \"gidList\" hold N "
+    "elements\n"
+    "                   each, the aliases texts of 60 bytes\n"
     "  --metrics N      adds the group \"many\" to the metrics, with the counters m0 to m(N-1)\n"
     "  --conflicts N    refuses the first N updates, as if somebody else had just changed the object\n"
     "  --delay MS       holds each answer to a request back for so many milliseconds\n"
+    "  --keep MIB       keeps answers to listings and exports, up to so many MiB of them, and gives them "
+    "again\n"
+    "                   to the same question, until something is stored or updated\n"
     "  --help           prints this text\n"
     "\n"
     "The session key of the n-th log-in is 4d6f72766578 followed by n in eight hexadecimal digits.\n";

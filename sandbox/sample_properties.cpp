@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/big_num.h"
+#include "foundation/text.h"
 #include "query/tql/property_codec.h"
 
 namespace sandbox {
@@ -17,6 +18,8 @@ constexpr std::uint32_t kStatusEnumeration = tql::kEnumeration | 0x5;
 constexpr std::uint32_t kReportEnumeration = tql::kEnumeration | 0x9;
 constexpr std::uint32_t kNotifyEnumeration = tql::kEnumeration | 0xE;
 constexpr std::uint32_t kNodeTypeEnumeration = tql::kEnumeration | 0x15;
+
+constexpr std::size_t kLargeTextBytes = 60;
 
 constexpr std::uint32_t kStatusWarning = 12;
 constexpr std::uint32_t kNotifyAsAlert = 2;
@@ -85,6 +88,21 @@ PropertyList named(const std::string& siblingName, const std::string& longLabel)
   add(properties, "longLabel", tql::kString, longLabel);
   add(properties, "active", tql::kBoolean, true);
   return properties;
+}
+
+void addLargeValues(PropertyList& properties, std::size_t lobBytes, std::size_t listLength) {
+  std::list<std::string> ids, texts;
+  std::vector<std::uint32_t> gids;
+  for (std::uint32_t number = 0; number < listLength; ++number) {
+    ids.push_back(hexToString(number, 8));
+    texts.push_back("No. " + hexToString(number, 8));
+    texts.back().resize(kLargeTextBytes, '.');
+    gids.push_back(number);
+  }
+  add(properties, "dependencies", tql::kIdSet, std::move(ids));
+  add(properties, "aliases", tql::kStringList, std::move(texts));
+  add(properties, "gidList", tql::kGidList, std::move(gids));
+  add(properties, "picture", tql::kLob, bytes(std::string(lobBytes, 'p')));
 }
 
 void addEveryType(PropertyList& properties) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "sandbox/tree.h"
@@ -11,5 +12,8 @@ PropertyList named(const std::string& siblingName, const std::string& longLabel)
 
 // Adds one property of every type, as enumerations too, with all kinds of flags; and a null of every type.
 void addEveryType(PropertyList& properties);
+
+// Adds a LOB of so many bytes, and a list of each type with so many elements.
+void addLargeValues(PropertyList& properties, std::size_t lobBytes, std::size_t listLength);
 
 }  // namespace sandbox

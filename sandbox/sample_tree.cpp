@@ -22,6 +22,8 @@ constexpr SeriesPlan kIncidents{SeriesKind::incidents, 21600, kDays * 4};
 // Short enough for twenty million rows since 1970.
 constexpr std::int32_t kScaleSlotSeconds = 60;
 
+constexpr std::size_t kScaleTextBytes = 60;
+
 constexpr std::uint32_t kNodesPerBlock = 1000;
 
 class Builder {
@@ -74,9 +76,21 @@ class Builder {
     }
   }
 
+  void addDomains(std::uint32_t count) {
+    for (std::uint32_t number = 0; number < count; ++number) {
+      tree_.addGenerated(Tree::kRoot, ObjectClass::domain, number);
+    }
+  }
+
+  void addLarge(std::size_t lobBytes, std::size_t listLength) {
+    PropertyList properties = named("large", "Node with large properties");
+    addLargeValues(properties, lobBytes, listLength);
+    tree_.add(Tree::kRoot, ObjectClass::node, std::move(properties), kIncidents);
+  }
+
   void addScale(std::uint32_t rowCount) {
     const auto plan = [rowCount](SeriesKind kind) {
-      return SeriesPlan{kind, kScaleSlotSeconds, static_cast<std::int32_t>(rowCount)};
+      return SeriesPlan{kind, kScaleSlotSeconds, static_cast<std::int32_t>(rowCount), kScaleTextBytes};
     };
     const ObjectIndex scale =
         tree_.add(Tree::kRoot, ObjectClass::node, named("scale", "Node with large series"),
@@ -177,7 +191,7 @@ void addAwkwardNames(Builder& to) {
 
 }  // namespace
 
-Tree makeSampleTree(std::uint32_t nodes, std::uint32_t rows) {
+Tree makeSampleTree(const Options& options) {
   Builder builder;
   builder.rich(kNoObject, ObjectClass::domain, "root", "Root domain");
   const ObjectIndex gateway = builder.node(Tree::kRoot, "gateway", "Gateway to everything");
@@ -185,11 +199,15 @@ Tree makeSampleTree(std::uint32_t nodes, std::uint32_t rows) {
   addBackbone(builder);
   addCustomers(builder);
   addAwkwardNames(builder);
-  if (rows > 0) {
-    builder.addScale(rows);
+  if (options.rows > 0) {
+    builder.addScale(options.rows);
   }
-  if (nodes > 0) {
-    builder.addGenerated(nodes);
+  if (options.lobBytes > 0 || options.listLength > 0) {
+    builder.addLarge(options.lobBytes, options.listLength);
+  }
+  builder.addDomains(options.domains);
+  if (options.nodes > 0) {
+    builder.addGenerated(options.nodes);
   }
   return builder.take();
 }

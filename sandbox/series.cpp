@@ -146,6 +146,7 @@ void Series::fill(std::int64_t slot, DataInterval& interval) const {
       entry.time = seconds(incidentTime(slot));
       entry.severity = static_cast<protocol::Severity>(incident.severity);
       entry.text = incident.text;
+      entry.text.resize(std::max(entry.text.size(), plan_.textBytes), '.');
       break;
     }
     case SeriesKind::none:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "protocol/messages/time_series.h"
@@ -15,6 +16,7 @@ struct SeriesPlan {
   SeriesKind kind = SeriesKind::none;
   std::int32_t slotSeconds = 1;
   std::int32_t slots = 0;
+  std::size_t textBytes = 0;  // of an incident, if its own text is shorter
 };
 
 // The data of one object, as it stands at one moment.

@@ -143,6 +143,11 @@ const protocol::BerValue& StoredSeries::operator[](std::size_t index) const {
   return std::visit([&](const auto& rows) -> const protocol::BerValue& { return rows[index]; }, rows_);
 }
 
+void StoredSeries::copyTo(protocol::DataInterval& to, std::size_t index) const {
+  std::visit([&]<class Entry>(const std::vector<Entry>& rows) { to.data.emplace<Entry>() = rows[index]; },
+             rows_);
+}
+
 std::strong_ordering StoredSeries::compare(std::size_t index, const protocol::DataInterval& other) const {
   return std::visit(
       [&]<class Entry>(const std::vector<Entry>& rows) {

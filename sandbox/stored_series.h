@@ -30,6 +30,7 @@ class StoredSeries {
 
   // The entry, as an alternative of DataInterval.
   const protocol::BerValue& operator[](std::size_t index) const;
+  void copyTo(protocol::DataInterval& to, std::size_t index) const;
 
   // How an entry stands to one that the series has by itself. If they are equal it takes its place.
   std::strong_ordering compare(std::size_t index, const protocol::DataInterval& other) const;

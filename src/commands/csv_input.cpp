@@ -36,18 +36,18 @@ using Fields = std::array<std::string_view, 7>;
 // Converts times; remembers the last one, as a row usually begins where the one before it ended.
 class Times {
  public:
-  explicit Times(const TimeZone& zone) : zone_(zone) {}
+  explicit Times(const TimeZone& zone) : calendar_(zone) {}
 
   std::int32_t of(std::string_view text) {  // which is never empty: empty fields are none
     if (text != text_) {
-      time_ = parseCsvTime(text, zone_);
+      time_ = parseCsvTime(text, calendar_);
       text_ = text;
     }
     return time_;
   }
 
  private:
-  TimeZone zone_;
+  Calendar calendar_;
   std::string text_;
   std::int32_t time_ = 0;
 };
@@ -107,14 +107,14 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
 
-std::int32_t parseCsvTime(std::string_view text, const TimeZone& zone) {
+std::int32_t parseCsvTime(std::string_view text, Calendar& calendar) {
   if (std::ranges::all_of(text, isDigit)) {
     // The 32 bits of a time as an unsigned number are what select writes, for a time before 1970 too.
     return static_cast<std::int32_t>(stringToUint(text));
   }
   const std::int64_t time = parseCalendarTime({text.substr(0, 4), text.substr(5, 2), text.substr(8, 2),
                                                text.substr(11, 2), text.substr(14, 2), text.substr(17, 2)},
-                                              zone);
+                                              calendar);
   if (!std::in_range<std::int32_t>(time)) {  // cut to 32 bits it would be stored as some other time
     throw error::EParseError("Error parsing: " + quotedString(text));
   }

@@ -20,3 +20,5 @@ bool platform_set_zone(const char* zone);
 bool platform_break_down(std::int64_t time, tm& result);
 // -1 if the fields are not representable.
 std::int64_t platform_compose(tm& fields);
+// Whether both have the same distance to UTC, by the same name.
+bool platform_same_offset(const tm& one, const tm& other);

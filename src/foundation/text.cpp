@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "foundation/errors.h"
+#include "foundation/number_text.h"
 
 namespace {
 
@@ -28,8 +29,8 @@ std::string integerToString(Integer value, bool pad) {
 
 // Takes plain text, such as a number is nearly always. False sends the caller to the C library, which
 // defines what else is a number.
-template <class Number>
-bool readPlain(std::string_view text, Number& value) {
+template <class Integer>
+bool readPlain(std::string_view text, Integer& value) {
   const char* end = text.data() + text.size();
   const auto result = std::from_chars(text.data(), end, value);
   return result.ec == std::errc() && result.ptr == end;
@@ -58,12 +59,6 @@ Unsigned32 readUnsigned32(const std::string& text, int base) {
     return {kLargest, true, length};
   }
   return {static_cast<std::uint32_t>(wide), false, length};
-}
-
-// A whole number below a million, which is what most checks measure, has an integer's digits. Not so -0.
-bool isShortWhole(double value) {
-  return value > -1e6 && value < 1e6 && value == static_cast<std::int32_t>(value) &&
-         (value != 0 || !std::signbit(value));
 }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
@@ -167,19 +162,13 @@ std::string realToString(double value, int width, int precision) {
 }
 
 void appendReal(std::string& text, double value) {
-  std::array<char, 24> digits;
-  if (isShortWhole(value)) {
-    const auto whole = static_cast<std::int32_t>(value);
-    text.append(digits.begin(), std::to_chars(digits.begin(), digits.end(), whole).ptr);
-    return;
-  }
-  const auto end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::general, 6).ptr;
-  text.append(digits.begin(), end);
+  std::array<char, kNumberRoom> digits;
+  text.append(digits.data(), putReal(digits.data(), value));
 }
 
 double stringToReal(std::string_view text) {
   double value = 0;
-  if (readPlain(text, value) && std::isfinite(value)) {
+  if (readDecimal(text.data(), text.data() + text.size(), value)) {
     return value;
   }
   const std::string terminated(text);

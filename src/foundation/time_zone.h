@@ -26,10 +26,39 @@ void breakDownTime(const TimeZone& zone, std::tm& result, std::uint64_t time);
 // Throws error::ESystemError for a time that is not representable, or is -1.
 std::int64_t composeTime(const TimeZone& zone, std::tm& fields);
 
+// Conversions of many times that lie near each other, as those of a series do: with the outcome of the two
+// functions above, called in the same order. The C library is asked about each day; the times of an even one,
+// which lies a day or more away from any change of the clocks, follow by arithmetic. Clocks that are changed
+// and changed back within three days would go unnoticed; no zone has that.
+class Calendar {
+ public:
+  explicit Calendar(const TimeZone& zone) : zone_(zone) {}
+
+  // As breakDownTime. Good until the next call.
+  const std::tm& breakDown(std::uint64_t time);
+
+  // As composeTime. Where clocks were put back, the C library goes by the offset of what it composed before:
+  // as it should, unless another Calendar has composed in between.
+  std::int64_t compose(const std::tm& fields);
+
+ private:
+  enum class Day { unknown, unchecked, even, uneven };
+
+  void note(const std::tm& fields, std::uint64_t time, bool composed);
+  bool isEven();
+  bool goesOnAt(std::uint64_t time) const;
+
+  TimeZone zone_;
+  Day day_ = Day::unknown;
+  std::uint64_t begin_ = 0;  // of the day, reckoned back from a time in it
+  std::tm fields_{};         // of the last time in it
+  bool composed_ = false;    // a time in it was the last that the C library composed
+};
+
 // The texts of year, month, day, hour, minute and second to seconds since 1970. A field out of its range
 // gives 0; the day is not compared with the length of its month. Throws error::EParseError for a text that is
 // no number, and as composeTime does.
-std::int64_t parseCalendarTime(const std::array<std::string_view, 6>& fieldTexts, const TimeZone& zone);
+std::int64_t parseCalendarTime(const std::array<std::string_view, 6>& fieldTexts, Calendar& calendar);
 
 // Reads 'YYYY-MM-DD-Thh:mm:ss', whatever stands between the numbers. A field out of its range gives 0.
 // Throws error::EParseError for another length than 20, and as parseCalendarTime does.

@@ -1,13 +1,12 @@
 #include "protocol/ber_primitives.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <system_error>
 #include <typeinfo>
 
 #include "foundation/assertion.h"
 #include "foundation/class_name.h"
+#include "foundation/number_text.h"
 #include "foundation/text.h"
 #include "foundation/wipe.h"
 #include "protocol/ber_error.h"
@@ -22,16 +21,6 @@ void checkLength(std::uint64_t length, std::size_t limit) {
   }
 }
 
-template <class T>
-T integerFrom(std::span<const std::uint8_t> content) {
-  const bool negative = std::numeric_limits<T>::is_signed && !content.empty() && content.front() >= 0x80;
-  std::uint64_t bits = negative ? ~std::uint64_t{0} : 0;
-  for (const std::uint8_t byte : content) {
-    bits = bits << 8U | byte;
-  }
-  return static_cast<T>(bits);
-}
-
 // What the first byte of a REAL says. X.690, clause 8.5 has the infinities; the other two are this
 // protocol's.
 enum class RealForm : std::uint8_t {
@@ -42,15 +31,8 @@ enum class RealForm : std::uint8_t {
 };
 
 double realFromText(const std::uint8_t* bytes, std::size_t count) {
-  const char* begin = reinterpret_cast<const char*>(bytes);
-  const char* end = begin + count;
-  double value = 0;
-  const auto [stop, fault] = std::from_chars(begin, end, value);
-  if (fault == std::errc() && stop == end) {
-    return value;
-  }
   try {
-    return stringToReal(std::string(begin, end));
+    return stringToReal({reinterpret_cast<const char*>(bytes), count});
   } catch (const error::EParseError&) {
     throw EBer("Parse error in real number");
   }
@@ -74,7 +56,7 @@ double realFrom(std::span<const std::uint8_t> content) {
 }
 
 // Puts the content of a number into a buffer and returns its size.
-std::size_t putReal(double value, std::span<std::uint8_t> content) {
+std::size_t putContent(double value, std::span<std::uint8_t> content) {
   const auto special = [&](RealForm form) {
     content[0] = static_cast<std::uint8_t>(form);
     return std::size_t{1};
@@ -89,13 +71,29 @@ std::size_t putReal(double value, std::span<std::uint8_t> content) {
     return 0;
   }
   char* text = reinterpret_cast<char*>(content.data()) + special(RealForm::text);
-  char* textEnd = reinterpret_cast<char*>(content.data()) + content.size();
-  const auto [stop, fault] = std::to_chars(text, textEnd, value, std::chars_format::scientific, 6);
-  assertThat(fault == std::errc(), "String representation of double larger than buffer");
-  return 1 + static_cast<std::size_t>(stop - text);
+  const std::size_t length = 1 + static_cast<std::size_t>(putScientific(text, value) - text);
+  assertThat(length <= content.size(), "String representation of double larger than buffer");
+  return length;
 }
 
 }  // namespace
+
+bool readPlainReal(std::span<const std::uint8_t> content, double& value) {
+  if (content.empty()) {
+    value = 0;
+    return true;
+  }
+  if (content.size() > BerReal::kMaxLength || content.front() != static_cast<std::uint8_t>(RealForm::text)) {
+    return false;
+  }
+  const char* text = reinterpret_cast<const char*>(content.data());
+  return readDecimal(text + 1, text + content.size(), value);
+}
+
+std::uint8_t* putRealItem(std::uint8_t* at, double value) {
+  std::array<std::uint8_t, BerReal::kMaxLength> content;
+  return putPrimitive(at, BE_REAL.current, {content.data(), putContent(value, content)});
+}
 
 // ---- BerShortValue ----
 
@@ -159,7 +157,7 @@ void BerReal::readDone() { value() = realFrom(content()); }
 
 void BerReal::write(BasicIo& io, bool legacy) const {
   std::array<std::uint8_t, kMaxLength> content;
-  writePrimitive(io, tag(legacy), {content.data(), putReal(value(), content)});
+  writePrimitive(io, tag(legacy), {content.data(), putContent(value(), content)});
 }
 
 void BerBigNum::readDone() { value().bn_set_data(content().data(), content().size()); }
@@ -209,8 +207,6 @@ template class BerIntegerTemplate<std::int32_t>;
 template class BerIntegerTemplate<std::uint32_t>;
 template class BerIntegerTemplate<std::int64_t>;
 template class BerIntegerTemplate<std::uint64_t>;
-
-std::int32_t signed32(std::span<const std::uint8_t> content) { return integerFrom<std::int32_t>(content); }
 
 // ---- BerString ----
 

@@ -17,6 +17,36 @@
 // that a union field can hold (int, real, string, null) can also own their value. A copy always owns.
 namespace protocol {
 
+// The number in the content of an INTEGER or ENUMERATED: two's complement, or without a sign.
+template <class T>
+T integerFrom(std::span<const std::uint8_t> content) {
+  const bool negative = std::numeric_limits<T>::is_signed && !content.empty() && content.front() >= 0x80;
+  std::uint64_t bits = negative ? ~std::uint64_t{0} : 0;
+  for (const std::uint8_t byte : content) {
+    bits = bits << 8U | byte;
+  }
+  return static_cast<T>(bits);
+}
+
+// The content of a number that arrived whole. False for what only the long way through a view can take or
+// refuse; value is then untouched.
+template <class T>
+bool readPlainInteger(std::span<const std::uint8_t> content, T low, T high, T& value) {
+  if (content.size() > sizeof(T)) {
+    return false;
+  }
+  const T read = integerFrom<T>(content);
+  if (read < low || read > high) {
+    return false;
+  }
+  value = read;
+  return true;
+}
+bool readPlainReal(std::span<const std::uint8_t> content, double& value);
+
+// Puts a whole REAL into room of kItemRoom bytes, and returns its end.
+std::uint8_t* putRealItem(std::uint8_t* at, double value);
+
 // A primitive whose content is collected, and decoded at readDone.
 class BerShortValue : public BerPrimitive {
  public:
@@ -139,9 +169,6 @@ extern template class BerIntegerTemplate<std::uint32_t>;
 extern template class BerIntegerTemplate<std::int64_t>;
 extern template class BerIntegerTemplate<std::uint64_t>;
 
-// Decodes signed content; shared by the enumerations.
-std::int32_t signed32(std::span<const std::uint8_t> content);
-
 // Enum has std::int32_t behind it. No range is checked: peers may know values that this program does not.
 template <class Enum>
 class BerEnumerated final : public BerShortOf<Enum> {
@@ -149,7 +176,7 @@ class BerEnumerated final : public BerShortOf<Enum> {
   explicit BerEnumerated(Enum* member) : BerShortOf<Enum>(member, 4) {}
   std::unique_ptr<BerValue> clone() const override { return std::make_unique<BerEnumerated>(*this); }
   std::uint32_t tag(bool) const override { return BE_ENUMERATED.current; }
-  void readDone() override { this->value() = static_cast<Enum>(signed32(this->content())); }
+  void readDone() override { this->value() = static_cast<Enum>(integerFrom<std::int32_t>(this->content())); }
   void write(BasicIo& io, bool) const override {
     writeEnumerated(io, static_cast<std::int32_t>(this->value()));
   }

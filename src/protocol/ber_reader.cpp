@@ -41,6 +41,12 @@ inline bool isShortHeader(std::span<const std::uint8_t> chunk) {
   return tag != kEndTag && tag != kPadTag && chunk[1] <= kIndefiniteByte;
 }
 
+constexpr bool isConstructedOctet(std::uint8_t octet) { return (octet & 0x20U) != 0; }
+
+inline bool isEndOfContents(std::span<const std::uint8_t> chunk) {
+  return chunk.size() >= 2 && chunk[0] == 0 && chunk[1] == 0;
+}
+
 }  // namespace
 
 BerReader::BerReader(const protocol::BerProtocol& catalogue, std::unique_ptr<BasicIo> stream)
@@ -109,14 +115,49 @@ void BerReader::feed(std::span<const std::uint8_t> chunk) {
   while (!chunk.empty()) {
     if (state_ == State::content) {
       chunk = chunk.subspan(takeContent(chunk));
-    } else if (state_ == State::tag && isShortHeader(chunk)) {
-      takeShortHeader(chunk[0], chunk[1]);
-      chunk = chunk.subspan(2);
     } else {
-      takeByte(chunk.front());
-      chunk = chunk.subspan(1);
+      const std::size_t taken = state_ == State::tag ? takeShort(chunk) : 0;
+      if (taken == 0) {
+        takeByte(chunk.front());
+      }
+      chunk = chunk.subspan(std::max<std::size_t>(taken, 1));
     }
   }
+}
+
+// What lies whole at the front of the chunk, without the states between its bytes: a run of plain children, a
+// header, or an end-of-contents. Returns 0 for anything else.
+std::size_t BerReader::takeShort(std::span<const std::uint8_t> chunk) {
+  if (isEndOfContents(chunk)) {
+    if (stack_.empty()) {
+      return 0;
+    }
+    consume(2);
+    closeTop();
+    closeComplete();
+    return 2;
+  }
+  if (!stack_.empty() && !isConstructedOctet(chunk[0])) {
+    if (const std::size_t taken = takePlain(chunk); taken != 0) {
+      return taken;
+    }
+  }
+  if (isShortHeader(chunk)) {
+    takeShortHeader(chunk[0], chunk[1]);
+    return 2;
+  }
+  return 0;
+}
+
+// The short way for the children of the value on top.
+std::size_t BerReader::takePlain(std::span<const std::uint8_t> chunk) {
+  StackEntry& top = stack_.back();
+  const std::uint64_t left = top.length - top.consumed;  // nearly without end for an indefinite length
+  const auto within = static_cast<std::size_t>(std::min<std::uint64_t>(chunk.size(), left));
+  const std::size_t taken = top.value->takePlain(top.fieldIndex, chunk.first(within), legacy_);
+  top.consumed += taken;
+  closeComplete();
+  return taken;
 }
 
 // What takeTag and takeLength do, without the state between them.
@@ -223,10 +264,10 @@ std::size_t BerReader::takeContent(std::span<const std::uint8_t> chunk) {
 void BerReader::startValue() {
   BerValue& value = openValue();
   checkTag(value);
-  if (BerPrimitive* primitive = value.primitive()) {
-    startPrimitive(*primitive);
-  } else if (BerConstructed* constructed = value.constructed()) {
+  if (BerConstructed* constructed = value.constructed()) {
     startConstructed(*constructed);
+  } else if (BerPrimitive* primitive = value.primitive()) {
+    startPrimitive(*primitive);
   } else {
     assertionFailed("Value neither BerPrimitive nor BerConstructed");
   }

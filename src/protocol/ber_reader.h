@@ -72,6 +72,8 @@ class BerReader final : public GenericLayer {
   static constexpr std::uint64_t kIndefinite = ~std::uint64_t{0};
 
   void readOpening();
+  std::size_t takeShort(std::span<const std::uint8_t> chunk);
+  std::size_t takePlain(std::span<const std::uint8_t> chunk);
   void takeShortHeader(std::uint8_t tag, std::uint8_t length);
   void takeByte(std::uint8_t byte);
   void takeTag(std::uint8_t byte);

@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::uint32_t kFirstLongTag = 31 * 8;
 constexpr std::uint8_t kIndefinite = 0x80;
-constexpr std::size_t kLongestHeader = 6 + 5;
 
 // The put functions write at a place that has room and return the place behind what they wrote.
 
@@ -56,56 +55,85 @@ std::uint8_t* putLength(std::uint8_t* at, std::uint32_t length) {
 // How many bytes a number takes whose sign stands ahead of so many significant bits.
 int bytesFor(std::uint64_t magnitude) { return static_cast<int>(std::bit_width(magnitude)) / 8 + 1; }
 
-void writeInteger(BasicIo& io, std::uint32_t tagWord, std::uint64_t bits, int count) {
-  std::array<std::uint8_t, 9> content;
-  putBytes(content.data(), bits, count);
-  writePrimitive(io, tagWord, {content.data(), static_cast<std::size_t>(count)});
+std::uint8_t* putInteger(std::uint8_t* at, std::uint32_t tagWord, std::uint64_t bits, int count) {
+  at = putTag(at, tagWord);
+  *at++ = static_cast<std::uint8_t>(count);
+  return putBytes(at, bits, count);
 }
 
-template <std::size_t kRoom>
-void writeUpTo(BasicIo& io, const std::array<std::uint8_t, kRoom>& bytes, const std::uint8_t* end) {
-  io.write(bytes.data(), static_cast<std::size_t>(end - bytes.data()));
+using ItemRoom = std::array<std::uint8_t, kItemRoom>;
+
+void writeUpTo(BasicIo& io, const ItemRoom& item, const std::uint8_t* end) {
+  io.write(item.data(), static_cast<std::size_t>(end - item.data()));
 }
 
 }  // namespace
 
+std::uint8_t* putOpening(std::uint8_t* at, std::uint32_t tagWord) {
+  at = putTag(at, tagWord);
+  *at++ = kIndefinite;
+  return at;
+}
+
+std::uint8_t* putEndOfContents(std::uint8_t* at) {
+  *at++ = 0;
+  *at++ = 0;
+  return at;
+}
+
+std::uint8_t* putSigned(std::uint8_t* at, std::uint32_t tagWord, std::int64_t value) {
+  const auto bits = static_cast<std::uint64_t>(value);
+  return putInteger(at, tagWord, bits, bytesFor(value < 0 ? ~bits : bits));
+}
+
+std::uint8_t* putUnsigned(std::uint8_t* at, std::uint32_t tagWord, std::uint64_t value) {
+  return putInteger(at, tagWord, value, bytesFor(value));
+}
+
+std::uint8_t* putEnumerated(std::uint8_t* at, std::int32_t value) {
+  const auto bits = static_cast<std::uint32_t>(value);
+  const int count = value == 0 ? 0 : value < 0 ? 4 : bytesFor(bits);
+  return putInteger(at, BE_ENUMERATED.current, bits, count);
+}
+
+std::uint8_t* putPrimitive(std::uint8_t* at, std::uint32_t tagWord, std::span<const std::uint8_t> content) {
+  at = putLength(putTag(at, tagWord), static_cast<std::uint32_t>(content.size()));
+  return std::copy(content.begin(), content.end(), at);
+}
+
 void writeEndOfContents(BasicIo& io) {
-  static constexpr std::array<std::uint8_t, 2> kEndOfContents{0, 0};
-  io.write(kEndOfContents.data(), kEndOfContents.size());
+  ItemRoom item;
+  writeUpTo(io, item, putEndOfContents(item.data()));
 }
 
 void writeOpening(BasicIo& io, std::uint32_t tagWord) {
-  std::array<std::uint8_t, kLongestHeader> bytes;
-  std::uint8_t* end = putTag(bytes.data(), tagWord);
-  *end++ = kIndefinite;
-  writeUpTo(io, bytes, end);
+  ItemRoom item;
+  writeUpTo(io, item, putOpening(item.data(), tagWord));
 }
 
 void writePrimitive(BasicIo& io, std::uint32_t tagWord, std::span<const std::uint8_t> content) {
-  constexpr std::size_t kShort = 64;
-  std::array<std::uint8_t, kLongestHeader + kShort> item;
-  std::uint8_t* end = putLength(putTag(item.data(), tagWord), static_cast<std::uint32_t>(content.size()));
-  if (content.size() <= kShort) {
-    writeUpTo(io, item, std::copy(content.begin(), content.end(), end));
+  ItemRoom item;
+  if (content.size() <= kLongestShortContent) {
+    writeUpTo(io, item, putPrimitive(item.data(), tagWord, content));
     return;
   }
-  writeUpTo(io, item, end);
+  writeUpTo(io, item, putLength(putTag(item.data(), tagWord), static_cast<std::uint32_t>(content.size())));
   io.write(content.data(), content.size());
 }
 
 void writeSigned(BasicIo& io, std::uint32_t tagWord, std::int64_t value) {
-  const auto bits = static_cast<std::uint64_t>(value);
-  writeInteger(io, tagWord, bits, bytesFor(value < 0 ? ~bits : bits));
+  ItemRoom item;
+  writeUpTo(io, item, putSigned(item.data(), tagWord, value));
 }
 
 void writeUnsigned(BasicIo& io, std::uint32_t tagWord, std::uint64_t value) {
-  writeInteger(io, tagWord, value, bytesFor(value));
+  ItemRoom item;
+  writeUpTo(io, item, putUnsigned(item.data(), tagWord, value));
 }
 
 void writeEnumerated(BasicIo& io, std::int32_t value) {
-  const auto bits = static_cast<std::uint32_t>(value);
-  const int count = value == 0 ? 0 : value < 0 ? 4 : bytesFor(bits);
-  writeInteger(io, BE_ENUMERATED.current, bits, count);
+  ItemRoom item;
+  writeUpTo(io, item, putEnumerated(item.data(), value));
 }
 
 }  // namespace protocol

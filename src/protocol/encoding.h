@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -23,5 +24,17 @@ void writeUnsigned(BasicIo& io, std::uint32_t tagWord, std::uint64_t value);
 
 // Zero has empty content and a negative value takes four bytes: enumerations have a rule of their own.
 void writeEnumerated(BasicIo& io, std::int32_t value);
+
+// The same into room that the caller has, for items that come by the million. Each returns the end of what it
+// put and needs kItemRoom bytes, some of which it may change behind that end.
+inline constexpr std::size_t kLongestShortContent = 64;
+inline constexpr std::size_t kItemRoom = 6 + 5 + kLongestShortContent + 8;
+std::uint8_t* putOpening(std::uint8_t* at, std::uint32_t tagWord);
+std::uint8_t* putEndOfContents(std::uint8_t* at);
+std::uint8_t* putSigned(std::uint8_t* at, std::uint32_t tagWord, std::int64_t value);
+std::uint8_t* putUnsigned(std::uint8_t* at, std::uint32_t tagWord, std::uint64_t value);
+std::uint8_t* putEnumerated(std::uint8_t* at, std::int32_t value);
+// At most kLongestShortContent bytes of content.
+std::uint8_t* putPrimitive(std::uint8_t* at, std::uint32_t tagWord, std::span<const std::uint8_t> content);
 
 }  // namespace protocol

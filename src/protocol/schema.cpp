@@ -1,6 +1,9 @@
 #include "protocol/schema.h"
 
 #include <algorithm>
+#include <array>
+
+#include "foundation/wipe.h"
 
 namespace protocol {
 namespace {
@@ -86,23 +89,28 @@ bool holds(std::vector<Pair> pairs, const Comparison& by) {
   return true;
 }
 
-// Writes records without recursion: a frame per record or list that has been opened and not yet closed.
+// Writes records without recursion: a frame per record or list that has been opened and not yet closed. Small
+// items gather in a block of its own, so that the stream is called once for many.
 class WriteWalk {
  public:
   WriteWalk(BasicIo& io, bool legacy) : io_(io), legacy_(legacy) { frames_.reserve(kUsualDepth); }
+  WriteWalk(const WriteWalk&) = delete;
+  WriteWalk& operator=(const WriteWalk&) = delete;
+  ~WriteWalk() { wipe(block_.data(), block_.size()); }  // passwords pass through
 
   void open(const BerValue& value) {
     const Record* record = asRecord(&value);
     if (record == nullptr) {
+      flush();
       value.write(io_, legacy_);
       return;
     }
-    writeOpening(io_, record->tag(legacy_));
+    end_ = putOpening(room(), record->tag(legacy_));
     frames_.push_back({record, 0, nullptr, nullptr, 0});
   }
 
   void openList(const Nest& nest, const void* list) {
-    writeOpening(io_, nest.listTag->word(legacy_));
+    end_ = putOpening(room(), nest.listTag->word(legacy_));
     frames_.push_back({nullptr, 0, &nest, list, 0});
   }
 
@@ -114,10 +122,12 @@ class WriteWalk {
         stepList();
       }
     }
+    flush();
   }
 
  private:
   static constexpr std::size_t kUsualDepth = 16;
+  static constexpr std::size_t kBlock = 1024;
 
   struct Frame {
     const Record* record;
@@ -132,8 +142,14 @@ class WriteWalk {
     const auto rows = frame.record->schema().fields;
     while (frame.field < rows.size()) {
       const Field& row = rows[frame.field++];
+      std::uint8_t* end = row.put == nullptr ? nullptr : row.put(row, *frame.record, room(), legacy_);
+      if (end != nullptr) {
+        end_ = end;
+        continue;
+      }
       const void* member = row.in(*frame.record);
       if (row.ops->nest == nullptr) {
+        flush();
         row.ops->write(row, member, io_, legacy_);
         continue;
       }
@@ -167,12 +183,27 @@ class WriteWalk {
   }
 
   void close() {
-    writeEndOfContents(io_);
+    end_ = putEndOfContents(room());
     frames_.pop_back();
+  }
+
+  // Where the next item goes: there is room for one.
+  std::uint8_t* room() {
+    if (static_cast<std::size_t>(block_.data() + block_.size() - end_) < kItemRoom) {
+      flush();
+    }
+    return end_;
+  }
+
+  void flush() {
+    io_.write(block_.data(), static_cast<std::size_t>(end_ - block_.data()));
+    end_ = block_.data();
   }
 
   BasicIo& io_;
   bool legacy_;
+  std::array<std::uint8_t, kBlock> block_;
+  std::uint8_t* end_ = block_.data();
   std::vector<Frame> frames_;
 };
 
@@ -233,12 +264,29 @@ void Record::write(BasicIo& io, bool legacy) const {
   walk.run();
 }
 
-BerValue* Record::makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) {
-  const auto rows = schema().fields;
+BerValue* Record::openField(const Schema& schema, std::uint32_t index, std::uint32_t tag, bool legacy,
+                            FieldSlot& slot) {
+  const auto rows = schema.fields;
   if (index >= rows.size()) {
     return openSkipper(tag, slot);
   }
   return rows[index].ops->open(rows[index], *this, tag, legacy, slot);
+}
+
+std::size_t Record::takePlainFields(const Schema& schema, std::uint32_t& index,
+                                    std::span<const std::uint8_t> bytes, bool legacy) {
+  const auto rows = schema.fields;
+  std::size_t taken = 0;
+  while (index < rows.size()) {
+    const Field& row = rows[index];
+    const PlainItem item = plainItem(bytes.subspan(taken), row.octets[legacy ? 1 : 0]);
+    if (item.size == 0 || row.take == nullptr || !row.take(row, *this, item.content)) {
+      break;
+    }
+    taken += item.size;
+    ++index;
+  }
+  return taken;
 }
 
 bool equalLists(const Nest& nest, const void* left, const void* right) {
@@ -314,6 +362,10 @@ bool ListValue::less(const BerValue& other) const {
 
 BerValue* ListValue::makeField(std::uint32_t, std::uint32_t tag, bool legacy, FieldSlot& slot) {
   return access_->append(container_, tag, legacy, slot);
+}
+
+std::size_t ListValue::takePlain(std::uint32_t& index, std::span<const std::uint8_t> bytes, bool legacy) {
+  return access_->takePlain == nullptr ? 0 : access_->takePlain(container_, index, bytes, legacy);
 }
 
 BerValue* openList(void* container, const ListAccess& access, std::uint32_t tag, bool legacy) {

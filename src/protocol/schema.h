@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <limits>
 #include <memory>
 #include <span>
@@ -11,6 +13,7 @@
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "foundation/assertion.h"
@@ -38,7 +41,7 @@
 //   Nullable<T>                                 an integer or a NULL
 //   a class derived from ListOf or SetOf        the list class of that name
 //   Owned<Record>                               that record
-//   OneOf<...>                                  one of these classes, told apart by tag
+//   OneOf<...>, OneOfInPlace<...>               one of these classes, told apart by tag
 // Writing, reading, comparing, copying and the texts of refusals follow from the rows. None of them recurses
 // into nested records: how deep a message nests is its sender's choice.
 namespace protocol {
@@ -61,7 +64,7 @@ struct Nest {
   const Tag* listTag;  // null for a single value
   std::size_t (*count)(const void* member);
   const BerValue* (*at)(const void* member, std::size_t index);
-  // Null for records in place, which cannot nest without end and so copy and destroy themselves.
+  // Null for values in place, which cannot nest without end and so copy and destroy themselves.
   BerValue* (*add)(void* member, std::unique_ptr<BerValue> value);
   BerValue*& (*last)(void* member);
   void (*dropLast)(void* member);
@@ -73,8 +76,8 @@ using Relation = bool (*)(const void* left, const void* right);
 struct FieldOps {
   // Returns the value that takes a child with this tag, or refuses it.
   BerValue* (*open)(const Field&, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&);
-  // Members that hold records bring a nest instead of the four others, and the walks do the work. Lists of
-  // records in place have both a nest and assign.
+  // Members that hold records bring a nest instead of the four others, and the walks do the work. Those that
+  // hold them in place have both a nest and assign.
   void (*write)(const Field&, const void* member, BasicIo&, bool legacy) = nullptr;
   Relation equal = nullptr;
   Relation less = nullptr;
@@ -82,11 +85,21 @@ struct FieldOps {
   const Nest* nest = nullptr;
 };
 
+// Stores content that arrived whole. False leaves it, and what is wrong with it, to a view.
+using TakePlain = bool (*)(const Field&, Record& owner, std::span<const std::uint8_t> content);
+
+// Puts the item of a member into room of kItemRoom bytes and returns its end. Null leaves it, and what is
+// wrong with it, to write.
+using PutPlain = std::uint8_t* (*)(const Field&, const Record& owner, std::uint8_t* at, bool legacy);
+
 struct Field {
   std::string_view name;
   Bounds bounds;
   const FieldOps* ops;
   void* (*in)(const Record&);  // where the member lies in its record
+  TakePlain take = nullptr;    // these two for primitives that have a short way
+  PutPlain put = nullptr;
+  std::uint8_t octets[2]{};  // their tag on the wire, in the current and in the legacy set
 };
 
 struct Schema {
@@ -103,20 +116,32 @@ class Record : public BerConstructed {
   virtual std::unique_ptr<Record> blank() const = 0;
 
   std::unique_ptr<BerValue> clone() const final;
-  std::uint32_t tag(bool legacy) const final { return schema().tag.word(legacy); }
   bool equals(const BerValue& other) const final;
   bool less(const BerValue& other) const final;
   void write(BasicIo& io, bool legacy) const final;
-  BerValue* makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) final;
-  std::uint32_t minFields() const final { return static_cast<std::uint32_t>(schema().required); }
   bool readerOwned() const final { return false; }
+
+ protected:
+  BerValue* openField(const Schema& schema, std::uint32_t index, std::uint32_t tag, bool legacy,
+                      FieldSlot& slot);
+  std::size_t takePlainFields(const Schema& schema, std::uint32_t& index, std::span<const std::uint8_t> bytes,
+                              bool legacy);
 };
 
+// What the reader asks a record for each time costs one virtual call: here the schema is known.
 template <class T>
 struct Message : Record {
   using Self = T;
   const Schema& schema() const final { return T::kSchema; }
   std::unique_ptr<Record> blank() const final { return std::make_unique<T>(); }
+  std::uint32_t tag(bool legacy) const final { return T::kSchema.tag.word(legacy); }
+  BerValue* makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) final {
+    return openField(T::kSchema, index, tag, legacy, slot);
+  }
+  std::size_t takePlain(std::uint32_t& index, std::span<const std::uint8_t> bytes, bool legacy) final {
+    return takePlainFields(T::kSchema, index, bytes, legacy);
+  }
+  std::uint32_t minFields() const final { return static_cast<std::uint32_t>(T::kSchema.required); }
 };
 
 // An integer that may be missing, which is not the same as 0.
@@ -164,6 +189,14 @@ struct SetOf : std::vector<T> {
   static constexpr Tag kTag = BE_SET;
   static constexpr Bounds kBounds = kElementBounds;
 };
+// A list that may grow long: its records stay where they are when it grows. A shorter one is better off with
+// ListOf, which takes no memory while it is empty.
+template <class T>
+struct LongListOf : std::deque<T> {
+  using std::deque<T>::deque;
+  static constexpr Tag kTag = BE_SEQ;
+  static constexpr Bounds kBounds{};
+};
 template <class T>
 concept ListClass = requires {
   typename T::value_type;
@@ -202,6 +235,62 @@ class OneOf : public Owned<BerValue> {
   }
 };
 
+// The same for records that come by the million: it holds its value itself, unless that is far larger than
+// the others.
+template <class... Alternatives>
+class OneOfInPlace {
+ public:
+  template <class T>
+  requires(std::same_as<T, Alternatives> || ...) T* as() {
+    Stored<T>* held = std::get_if<Stored<T>>(&value_);
+    return held == nullptr ? nullptr : static_cast<T*>(address(*held));
+  }
+  template <class T>
+  requires(std::same_as<T, Alternatives> || ...) const T* as() const {
+    return const_cast<OneOfInPlace*>(this)->template as<T>();
+  }
+
+  // Replaces what is held by a new value of T.
+  template <class T>
+  T& emplace() {
+    if constexpr (kFits<T>) {
+      return value_.template emplace<T>();
+    } else {
+      return *value_.template emplace<Owned<T>>(std::make_unique<T>());
+    }
+  }
+
+  // By a new value of the alternative with this tag; null if there is none, and nothing is replaced.
+  BerValue* emplace(std::uint32_t tag, bool legacy) {
+    BerValue* made = nullptr;
+    (void)((Alternative<Alternatives>::tag(legacy) == tag && (made = &emplace<Alternatives>()) != nullptr) ||
+           ...);
+    return made;
+  }
+
+  BerValue* get() {
+    return std::visit([](auto& held) { return address(held); }, value_);
+  }
+  const BerValue* get() const { return const_cast<OneOfInPlace*>(this)->get(); }
+  explicit operator bool() const { return value_.index() != 0; }
+
+ private:
+  static constexpr std::size_t kRoom = 48;
+  template <class T>
+  static constexpr bool kFits = sizeof(T) <= kRoom;
+  template <class T>
+  using Stored = std::conditional_t<kFits<T>, T, Owned<T>>;
+
+  static BerValue* address(std::monostate) { return nullptr; }
+  static BerValue* address(BerValue& held) { return &held; }
+  template <class T>
+  static BerValue* address(Owned<T>& held) {
+    return held.get();
+  }
+
+  std::variant<std::monostate, Stored<Alternatives>...> value_;
+};
+
 // The refusals, each in its one wording.
 [[noreturn]] void refuseTag(const Tag& wanted, std::uint32_t got, bool legacy);
 [[noreturn]] void refuseAlternative(const Record& owner, const Field& field, std::uint32_t got);
@@ -211,6 +300,8 @@ struct ListAccess {
   const std::type_info* type;
   const Tag* tag;
   BerValue* (*append)(void* container, std::uint32_t tag, bool legacy, FieldSlot&);
+  // takePlain, but for the count; null for lists of records.
+  std::size_t (*takePlain)(void* container, std::uint32_t& index, std::span<const std::uint8_t>, bool legacy);
   void (*write)(const void* container, BasicIo&, bool legacy);
   Relation equal;
   Relation less;
@@ -229,6 +320,7 @@ class ListValue final : public BerConstructed {
   bool less(const BerValue& other) const override;
   void write(BasicIo& io, bool legacy) const override { access_->write(container_, io, legacy); }
   BerValue* makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) override;
+  std::size_t takePlain(std::uint32_t& index, std::span<const std::uint8_t> bytes, bool legacy) override;
   std::uint32_t minFields() const override { return 0; }
   bool readerOwned() const override { return true; }
   std::string name() const override;
@@ -241,7 +333,21 @@ class ListValue final : public BerConstructed {
 // The wrapper for a list that the reader has met.
 BerValue* openList(void* container, const ListAccess& access, std::uint32_t tag, bool legacy);
 
-// ---- What each member type does. A Leaf says which view stands for a primitive member. ----
+// Splits off the primitive at the front of bytes, if it has this tag and a short length and lies there whole:
+// returns its content, and how long it is with its header. A length of 0 says that it isn't there.
+struct PlainItem {
+  std::span<const std::uint8_t> content;
+  std::size_t size = 0;
+};
+inline PlainItem plainItem(std::span<const std::uint8_t> bytes, std::uint8_t octet) {
+  if (bytes.size() < 2 || bytes[0] != octet || bytes[1] >= 0x80 || bytes.size() - 2 < bytes[1]) {
+    return {};
+  }
+  return {bytes.subspan(2, bytes[1]), 2U + bytes[1]};
+}
+
+// ---- What each member type does. A Leaf says which view stands for a primitive member, and how plain
+// items are taken and put without one. ----
 
 template <class T>
 struct Leaf;
@@ -259,6 +365,12 @@ struct Leaf<double> {
   using View = BerReal;
   static View* open(FieldSlot& slot, double* member, const Bounds&) { return slot.emplace<View>(member); }
   static View view(double* member, const Bounds&) { return View(member); }
+  static bool take(double& member, const Bounds&, std::span<const std::uint8_t> content) {
+    return readPlainReal(content, member);
+  }
+  static std::uint8_t* put(std::uint8_t* at, double member, const Bounds&, bool) {
+    return putRealItem(at, member);
+  }
 };
 template <>
 struct Leaf<BigNum> {
@@ -277,6 +389,20 @@ struct Leaf<std::string> {
   static View view(std::string* member, const Bounds& bounds) {
     return {member, static_cast<std::size_t>(bounds.high)};
   }
+  static bool take(std::string& member, const Bounds& bounds, std::span<const std::uint8_t> content) {
+    if (content.size() > static_cast<std::size_t>(bounds.high)) {
+      return false;
+    }
+    member.append(reinterpret_cast<const char*>(content.data()), content.size());
+    return true;
+  }
+  static std::uint8_t* put(std::uint8_t* at, const std::string& member, const Bounds& bounds, bool legacy) {
+    if (member.size() > std::min(kLongestShortContent, static_cast<std::size_t>(bounds.high))) {
+      return nullptr;
+    }
+    return putPrimitive(at, kTag.word(legacy),
+                        {reinterpret_cast<const std::uint8_t*>(member.data()), member.size()});
+  }
 };
 template <std::integral T>
 struct Leaf<T> {
@@ -292,6 +418,19 @@ struct Leaf<T> {
     return slot.emplace<View>(member, low(bounds), high(bounds));
   }
   static View view(T* member, const Bounds& bounds) { return {member, low(bounds), high(bounds)}; }
+  static bool take(T& member, const Bounds& bounds, std::span<const std::uint8_t> content) {
+    return readPlainInteger(content, low(bounds), high(bounds), member);
+  }
+  static std::uint8_t* put(std::uint8_t* at, T member, const Bounds& bounds, bool) {
+    if (member < low(bounds) || member > high(bounds)) {
+      return nullptr;
+    }
+    if constexpr (std::is_signed_v<T>) {
+      return putSigned(at, kTag.current, member);
+    } else {
+      return putUnsigned(at, kTag.current, member);
+    }
+  }
 };
 template <class T>
 requires std::is_enum_v<T>
@@ -300,6 +439,21 @@ struct Leaf<T> {
   using View = BerEnumerated<T>;
   static View* open(FieldSlot& slot, T* member, const Bounds&) { return slot.emplace<View>(member); }
   static View view(T* member, const Bounds&) { return View(member); }
+  static bool take(T& member, const Bounds&, std::span<const std::uint8_t> content) {
+    if (content.size() > sizeof(std::int32_t)) {
+      return false;
+    }
+    member = static_cast<T>(integerFrom<std::int32_t>(content));
+    return true;
+  }
+  static std::uint8_t* put(std::uint8_t* at, T member, const Bounds&, bool) {
+    return putEnumerated(at, static_cast<std::int32_t>(member));
+  }
+};
+
+template <class T>
+concept HasShortWay = requires {
+  &Leaf<T>::take;
 };
 
 template <class T>
@@ -392,6 +546,22 @@ struct Wire<OneOf<Alternatives...>> : SingleNest<OneOf<Alternatives...>> {
   static constexpr FieldOps kOps{.open = open, .nest = &Wire::kNest};
 };
 
+template <class... Alternatives>
+struct Wire<OneOfInPlace<Alternatives...>> : Plain<OneOfInPlace<Alternatives...>> {
+  using Plain<OneOfInPlace<Alternatives...>>::of;
+  static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
+    BerValue* made = of(row.in(owner)).emplace(tag, legacy);
+    if (made == nullptr) {
+      refuseAlternative(owner, row, tag);
+    }
+    return made;
+  }
+  static std::size_t count(const void* member) { return of(member) ? 1 : 0; }
+  static const BerValue* at(const void* member, std::size_t) { return of(member).get(); }
+  static constexpr Nest kNest{nullptr, count, at, nullptr, nullptr, nullptr};
+  static constexpr FieldOps kOps{.open = open, .assign = Wire::assign, .nest = &kNest};
+};
+
 template <class L, class T = typename L::value_type>
 struct Elements;
 
@@ -406,6 +576,22 @@ struct Elements : Plain<L> {
     }
     return Leaf<T>::open(slot, &of(container).emplace_back(), L::kBounds);
   }
+  static std::size_t takePlain(void* container, std::uint32_t& index, std::span<const std::uint8_t> bytes,
+                               bool legacy) {
+    const std::uint8_t octet = identifierOctet(Leaf<T>::kTag.word(legacy));
+    L& list = of(container);
+    std::size_t taken = 0;
+    for (;;) {
+      const PlainItem item = plainItem(bytes.subspan(taken), octet);
+      T element{};
+      if (item.size == 0 || !Leaf<T>::take(element, L::kBounds, item.content)) {
+        return taken;
+      }
+      list.push_back(std::move(element));
+      taken += item.size;
+      ++index;
+    }
+  }
   static void write(const void* container, BasicIo& io, bool legacy) {
     writeOpening(io, L::kTag.word(legacy));
     for (const T& element : of(container)) {
@@ -418,7 +604,7 @@ struct Elements : Plain<L> {
     const L& right = of(b);
     return left.size() != right.size() ? left.size() < right.size() : left < right;
   }
-  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, write, Elements::equal, less};
+  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, takePlain, write, Elements::equal, less};
   static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
     return openList(row.in(owner), kAccess, tag, legacy);
   }
@@ -449,7 +635,7 @@ struct RecordElements {
   static void write(const void* container, BasicIo& io, bool legacy) {
     writeList(Self::kNest, container, io, legacy);
   }
-  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, write, equal, less};
+  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, nullptr, write, equal, less};
   static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
     return openList(row.in(owner), kAccess, tag, legacy);
   }
@@ -485,13 +671,19 @@ struct Elements<L, T> : RecordElements<L, T, Elements<L, T>> {
 template <ListClass L>
 struct Wire<L> : Elements<L> {};
 
-// Where the member of a row lies.
+// Where the member of a row lies, and its short ways.
 template <auto Member>
 struct Access;
 template <class R, class M, M R::*kMember>
 struct Access<kMember> {
   using Type = M;
   static void* in(const Record& record) { return const_cast<M*>(&(static_cast<const R&>(record).*kMember)); }
+  static bool take(const Field& row, Record& owner, std::span<const std::uint8_t> content) {
+    return Leaf<M>::take(static_cast<R&>(owner).*kMember, row.bounds, content);
+  }
+  static std::uint8_t* put(const Field& row, const Record& owner, std::uint8_t* at, bool legacy) {
+    return Leaf<M>::put(at, static_cast<const R&>(owner).*kMember, row.bounds, legacy);
+  }
 };
 
 // A row of a record's table. A string without a limit does not compile.
@@ -501,7 +693,14 @@ consteval Field field(std::string_view name, Bounds bounds = {}) {
   if (std::is_same_v<Type, std::string> && !bounds.given) {
     throw "a string needs its limit";
   }
-  return {name, bounds, &Wire<Type>::kOps, &Access<kMember>::in};
+  Field row{name, bounds, &Wire<Type>::kOps, &Access<kMember>::in};
+  if constexpr (HasShortWay<Type>) {
+    row.take = &Access<kMember>::take;
+    row.put = &Access<kMember>::put;
+    row.octets[0] = identifierOctet(Leaf<Type>::kTag.current);
+    row.octets[1] = identifierOctet(Leaf<Type>::kTag.legacy);
+  }
+  return row;
 }
 
 }  // namespace protocol

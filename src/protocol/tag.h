@@ -22,6 +22,12 @@ struct Tag {
 
 inline constexpr bool isConstructed(std::uint32_t tagWord) { return (tagWord & 1U) != 0; }
 
+// The tag as the one byte that most have on the wire; 0 for a number that takes more. The tag of the byte 0
+// ends an indefinite length, so no value has it.
+constexpr std::uint8_t identifierOctet(std::uint32_t tagWord) {
+  return tagWord < 31 * 8 ? static_cast<std::uint8_t>((tagWord & 7U) << 5U | tagWord >> 3U) : std::uint8_t{0};
+}
+
 // Universal tags: ITU-T X.690 and X.680, clause 8.6. The legacy set has its own for strings and sequences.
 inline constexpr Tag BE_BOOLEAN{8, 8, "BE_BOOLEAN"};
 inline constexpr Tag BE_INTEGER{16, 16, "BE_INTEGER"};

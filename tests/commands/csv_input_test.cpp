@@ -73,7 +73,8 @@ TEST(CsvInput, EveryKindHasItsColumnsAndFaults) {
 }
 
 TEST(CsvInput, TimesAreSecondsOrFixedPositions) {
-  const auto parse = [](const char* text) { return parseCsvTime(text, kGreenwich); };
+  Calendar calendar(kGreenwich);
+  const auto parse = [&](const char* text) { return parseCsvTime(text, calendar); };
   EXPECT_EQ(parse("4294967295"), -1);
   EXPECT_EQ(parse("2003-03-25 00:25:03"), 1048551903);
   EXPECT_EQ(parse("2003x03/25T00.25 03 etc."), 1048551903);

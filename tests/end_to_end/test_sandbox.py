@@ -2,13 +2,15 @@
 
 import datetime
 import re
+import socket
 import time
 import zoneinfo
 from concurrent.futures import ThreadPoolExecutor
 
 import pytest
-from server import LOGIN, caught, misused
-from tool import run
+from ber import integer, item
+from server import ACK, BOTH, CLIENT_WANTS, LOGIN, NEW_SESSION, caught, misused, select, step
+from tool import Run, run, sandbox
 
 
 @pytest.fixture(scope="module")
@@ -110,3 +112,51 @@ def test_select(ask, tree, tmp_path, server):
 def test_node_has_an_incident_log(ask, tree):
     heads = {tuple(ask("select", "-n", "1", row[0])[:1]) for row in tree[1]}
     assert heads - {()} == {("Time,Severity,Text",)}
+
+
+def speak(server, *requests):
+    """The items of the answers to these requests, all sent at once behind a log-in."""
+    with socket.create_connection((server[1], int(server[3]))) as client:
+        client.sendall(b"".join([CLIENT_WANTS, ACK, NEW_SESSION, *requests]))
+        client.shutdown(socket.SHUT_WR)
+        stream = b"".join(iter(lambda: client.recv(1 << 20), b""))
+    at, items = 0, []
+    while at < len(stream):
+        taken, at = item(stream, at)
+        items.append(taken[1])
+    return items[2:]
+
+
+@pytest.mark.parametrize("keep", ["0", "1", "64"])  # all rows take more than 1 MiB, the other answers less
+def test_kept_answers(keep, tmp_path):
+    export, listing = ["select", "-u", "-e", "2147483647", ".,scale,continuous"], ["listnodes", "-r", "generated"]
+    nodes = step("Domain", 1, "", below=step("Node", 0, BOTH))
+    (tmp_path / "row").write_text("Begin,End,Min,Avg,Max,ngood,nbad\n60,90,1,2,3,4,5\n")
+    with sandbox("--rows", "20000", "--nodes", "2000", "--keep", keep) as server:
+        def ask(*args):
+            result = run(*server, *LOGIN, *args)
+            assert result == Run(0, result.out, ""), args
+            return result.out.splitlines()
+
+        numbers = [5, 70000, 6]
+        before = speak(server, *[select(number, "1", nodes) for number in numbers])
+        assert [answer[0] for answer in before] == [item(integer(number), 0)[0] for number in numbers]
+        assert [answer[1] for answer in before] == [before[0][1]] * 3 and "No. 1999" in str(before[0][1])
+        rows, listed = ask(*export), ask(*listing)
+        assert len(rows) == 20001 and len(listed) == 2000
+        assert ask(*export)[-9:] == rows[-9:] and ask(*listing) == listed  # the first rows go with the clock
+        ask("update", "generated.block000001,node001999", "longLabel=changed")
+        assert ask(*listing) == [*listed[:-1], listed[-1].replace("Node No. 1999", "changed")]
+        ask("-f", str(tmp_path / "row"), "insert", ".,scale,continuous")
+        assert ask(*export)[1] == "60,90,1,2,3,4,5"
+        after = speak(server, *[select(number, "1", nodes) for number in numbers])
+        assert after[0][1] == after[2][1] and "changed" in str(after) and "No. 1999" not in str(after)
+
+
+def test_objects_on_demand():
+    with sandbox("--domains", "17", "--rows", "9", "--lob", "2097152", "--list", "10000") as server:
+        assert run(*server, *LOGIN, "listdomains", ".").out.count("\n") == 20
+        incidents = re.findall('"(.*)"\n', run(*server, *LOGIN, "select", ".,scale").out)
+        assert [len(text.encode()) for text in incidents] == [60] * 9
+        lists = run(*server, *LOGIN, "listproperties", ".,large", "dependencies", "aliases", "gidList", "picture").out
+        assert [line.count(",") for line in lists.splitlines()] == [9999, 10000, 9999, 0]  # an id set begins with one

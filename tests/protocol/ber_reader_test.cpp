@@ -55,6 +55,12 @@ TEST(BerReader, AcceptsEveryFormWhereverItIsCut) {
       {"long form of a short tag", "7F 01 80 02 02 02 03 BF 00 80 00 00 00 00", OFFER},
       {"unknown fields",
        "61 80 02 02 02 03 A0 00 BF 81 01 80 04 01 41 30 04 02 02 05 00 00 00 1F 81 01 02 AA BB 00 00", OFFER},
+      {"plain fields behind the end of a definite",
+       "75 80 02 01 00 A6 80 02 01 01 30 80 30 80 A5 08 02 01 01 02 01 02 09 00 09 02 00 '7' 00 00 00 00 00 "
+       "00 00 00",
+       "75 80 02 01 00 A6 80 02 01 01 30 80 30 80 A5 80 02 01 01 02 01 02 09 00 09 00 09 00 02 01 00 02 01 "
+       "00 00 00"
+       "00 00 00 00 00 00 00 00"},
       {"almost the legacy opening", "60 80 02 02 01 00 A0 80 00 00 00 00",
        "60 80 02 02 01 00 A0 80 00 00 00 00"},
   };
@@ -101,7 +107,7 @@ TEST(BerReader, SpeaksLegacyWithAPeerThatOpensSo) {
   EXPECT_EQ(writtenHex(*legacy.messages().at(0)),
             "60 80 02 02 01 00 A1 80 04 01 41 04 00 04 00 01 01 01 01 01 00 01 01 00 00 00 00 00");
   legacy.reader.send(NegotiateNack());
-  EXPECT_EQ(legacy.script.written, (std::vector<std::string>{"63 80", "16 00", "00 00"}));
+  EXPECT_EQ(legacy.script.written, (std::vector<std::string>{"63 80 16 00 00 00"}));
   EXPECT_EQ(legacy.script.calls.back(), 'f');
 }
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 std::int64_t currentSeconds() {
@@ -47,3 +48,8 @@ bool platform_set_zone(const char* zone) {
 bool platform_break_down(std::int64_t time, tm& result) { return localtime_r(&time, &result) != nullptr; }
 
 std::int64_t platform_compose(tm& fields) { return mktime(&fields); }
+
+bool platform_same_offset(const tm& one, const tm& other) {
+  return one.tm_gmtoff == other.tm_gmtoff && one.tm_isdst == other.tm_isdst &&
+         std::strcmp(one.tm_zone, other.tm_zone) == 0;
+}

@@ -113,8 +113,8 @@ struct DataIntervalContinuous final : Measured<DataIntervalContinuous> {
 
 // One entry of a series.
 struct DataInterval final : Message<DataInterval> {
-  OneOf<DataIntervalRawDEPRECATED, DataIntervalIncident, DataIntervalContinuousDEPRECATED,
-        DataIntervalSawtooth, DataIntervalEnum, DataIntervalContinuous>
+  OneOfInPlace<DataIntervalRawDEPRECATED, DataIntervalIncident, DataIntervalContinuousDEPRECATED,
+               DataIntervalSawtooth, DataIntervalEnum, DataIntervalContinuous>
       data;
   static constexpr Field kFields[] = {
       field<&Self::data>("data"),
@@ -122,8 +122,8 @@ struct DataInterval final : Message<DataInterval> {
   static constexpr Schema kSchema{.tag = sequence("BE_DATA_INTERVAL"), .fields = kFields};
 };
 
-struct ListOfDataInterval : ListOf<DataInterval> {
-  using ListOf::ListOf;
+struct ListOfDataInterval : LongListOf<DataInterval> {
+  using LongListOf::LongListOf;
 };
 
 struct GetDataReq final : Message<GetDataReq> {
