@@ -213,7 +213,7 @@ std::string AbsTimingMonitor::column(const TimedCall& answer) {
 
 std::unique_ptr<MetricMonitor> makeMonitor(const MonitorOptions& options, std::list<std::string> path,
                                            const tqlquery::Result& description) {
-  const std::string unit = tqlquery::getStringProperty(description, "unit");  // wanted of every class
+  const std::string unit(tqlquery::getStringProperty(description, "unit"));  // wanted of every class
   const std::string& className = description.className;
   if (className == "CounterInt64") {
     if (options.differences) {

@@ -66,9 +66,9 @@ void splitEscaped(std::list<std::string>& list, std::string_view text, char deli
   }
 }
 
-std::string joinEscaped(const std::list<std::string>& list, char delimiter) {
+std::string joinEscaped(std::span<const std::string> elements, char delimiter) {
   std::string text;
-  for (const std::string& element : list) {
+  for (const std::string& element : elements) {
     text += delimiter;
     appendEscaped(text, element, delimiter);
   }
@@ -144,20 +144,20 @@ PathPart pathPartOf(std::string_view className) {
   return found == kParts.end() ? PathPart::none : found->second;
 }
 
-const std::string& siblingName(const tqlquery::Result& object) {
+std::string_view siblingName(const tqlquery::Result& object) {
   return tqlquery::getStringProperty(object, "siblingName");
 }
 
 void ObjectChain::add(const tqlquery::Result& object) {
   switch (pathPartOf(object.className)) {
     case PathPart::domain:
-      domains.push_back(siblingName(object));
+      domains.emplace_back(siblingName(object));
       break;
     case PathPart::node:
       node = siblingName(object);
       break;
     case PathPart::check:
-      checks.push_back(siblingName(object));
+      checks.emplace_back(siblingName(object));
       break;
     case PathPart::none:
       break;

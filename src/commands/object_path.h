@@ -1,6 +1,7 @@
 #pragma once
 
 #include <list>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,7 +19,7 @@
 void splitEscaped(std::list<std::string>& list, std::string_view text, char delimiter);
 
 // The inverse: every element with the delimiter in front of it.
-std::string joinEscaped(const std::list<std::string>& list, char delimiter);
+std::string joinEscaped(std::span<const std::string> elements, char delimiter);
 
 // Appends text with a backslash in front of each backslash and of each special character.
 void appendEscaped(std::string& to, std::string_view text, char special);
@@ -41,7 +42,7 @@ enum class PathPart { domain, node, check, none };
 PathPart pathPartOf(std::string_view className);
 
 // The name of an object among its siblings, which paths are made of. Throws as getStringProperty does.
-const std::string& siblingName(const tqlquery::Result& object);
+std::string_view siblingName(const tqlquery::Result& object);
 
 // The sibling names on the way from the root down to an object, top first.
 struct ObjectChain {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <list>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -13,8 +14,8 @@
 
 namespace {
 
-using Strings = std::list<std::string>;
-using Gids = std::list<std::uint32_t>;
+using Strings = std::span<const std::string>;
+using Gids = std::span<const std::uint32_t>;
 using Bytes = std::vector<std::uint8_t>;
 
 // ---- Values to texts ----
@@ -25,12 +26,12 @@ std::string enumerationText(std::uint32_t value) { return intToString(static_cas
 std::string signedText(std::int32_t value) { return intToString(value); }
 std::string dateText(std::int64_t value) { return intToString(static_cast<std::int32_t>(value)); }
 std::string realText(double value) { return realToString(value, -1, -1); }
-std::string plainText(const std::string& value) { return value; }
-std::string idSetText(const Strings& value) { return joinEscaped(value, ','); }
+std::string plainText(std::string_view value) { return std::string(value); }
+std::string idSetText(Strings value) { return joinEscaped(value, ','); }
 std::string blobText(const Bytes& value) { return base64Encode(value); }
 
 template <class List, class ElementText>
-std::string joined(const List& list, std::string_view separator, ElementText elementText) {
+std::string joined(List list, std::string_view separator, ElementText elementText) {
   std::string text;
   for (const auto& element : list) {
     if (&element != &list.front()) {
@@ -41,8 +42,8 @@ std::string joined(const List& list, std::string_view separator, ElementText ele
   return text;
 }
 
-std::string stringListText(const Strings& value) { return joined(value, ", ", quotedString); }
-std::string gidListText(const Gids& value) { return joined(value, ",", gidToString); }
+std::string stringListText(Strings value) { return joined(value, ", ", quotedString); }
+std::string gidListText(Gids value) { return joined(value, ",", gidToString); }
 
 // ---- Texts to values ----
 
@@ -51,7 +52,7 @@ bool parseBoolean(const std::string& text) {
   return lower == "true" || (lower != "false" && stringToInt(text) != 0);
 }
 
-Strings parseStrings(const std::string& text) { return splitToList(text, ',', false); }
+std::list<std::string> parseStrings(const std::string& text) { return splitToList(text, ',', false); }
 
 Bytes parseBlob(const std::string& text) {
   Bytes bytes;
@@ -100,8 +101,8 @@ constexpr PropertyType kTypes[] = {
     {tql::kSignedInteger, "Signed Integer", decoded<std::int32_t, signedText>, encoded<stringToInt>},
     {tql::kReal, "Floating Point Number", decoded<double, realText>, encoded<stringToReal>},
     {tql::kDate, "Date", decoded<std::int64_t, dateText>, encoded<stringToInt>},
-    {tql::kString, "String", decoded<std::string, quotedString>, encoded<plainText>},
-    {tql::kId, "Id", decoded<std::string, plainText>, encoded<plainText>},
+    {tql::kString, "String", decoded<std::string_view, quotedString>, encoded<plainText>},
+    {tql::kId, "Id", decoded<std::string_view, plainText>, encoded<plainText>},
     {tql::kIdSet, "Id Set", decoded<Strings, idSetText>, encoded<parseStrings>},
     {tql::kAction, "Action", actionText, parseAction},
     {tql::kIndex, "Index", decoded<std::uint32_t, unsignedText>, encoded<stringToUint>},
@@ -109,7 +110,7 @@ constexpr PropertyType kTypes[] = {
     {tql::kBlob, "BLOB", decoded<Bytes, blobText>, encoded<parseBlob>},
     {tql::kGid, "GID", decoded<std::uint32_t, gidToString>, encoded<stringToGid>},
     {tql::kGidList, "GID List", decoded<Gids, gidListText>, encoded<parseGids>},
-    {tql::kSnmpOid, "SNMP OID", decoded<std::string, plainText>, encoded<plainText>},
+    {tql::kSnmpOid, "SNMP OID", decoded<std::string_view, plainText>, encoded<plainText>},
     {tql::kEnumeration, "Enumeration", decoded<std::uint32_t, enumerationText>, encoded<stringToUint>},
 };
 

@@ -104,8 +104,9 @@ std::int32_t requestTime(std::int64_t time) {
 
 void selectRange(Output& output, const SelectOptions& options, const tqlquery::Result& object,
                  const TimeZone& zone) {
-  const auto request = getData(object, options.startTime, options.endTime);
+  auto request = getData(object, options.startTime, options.endTime);
   printEntries(output, options.format, request->intervals, options.limit, zone);
+  request.keep();
 }
 
 void selectLast(Output& output, const std::string& format, const tqlquery::Result& object,

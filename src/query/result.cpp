@@ -28,12 +28,14 @@ const protocol::Property* findProperty(const protocol::ListOfProperty& propertie
   return nullptr;
 }
 
-const std::string& getStringProperty(const Result& object, std::string_view name) {
+std::string_view getStringProperty(const Result& object, std::string_view name) {
   const protocol::Property* property = findProperty(object.properties, name);
   if (property == nullptr) {
     throw errors::objecterror("Property \"" + std::string(name) + "\" not found in " + object.id);
   }
-  return tql::stringValue(*property);
+  std::string_view value;
+  tql::decode(*property, tql::kString, value);
+  return value;
 }
 
 // What is sorted are pointers, so a comparison that throws loses no child. A list is, since its way of

@@ -22,7 +22,7 @@ const protocol::Property* findProperty(const protocol::ListOfProperty& propertie
 
 // The value of a property of type String, which lives as long as the object is not changed. Throws
 // errors::objecterror if the object lacks it, errors::tql if it is null or of another type.
-const std::string& getStringProperty(const Result& object, std::string_view name);
+std::string_view getStringProperty(const Result& object, std::string_view name);
 
 // What children are sorted by.
 struct SortKey {

@@ -10,13 +10,12 @@
 namespace {
 
 using testing::ElementsAre;
-using Names = std::list<std::string>;
+using Names = std::vector<std::string>;
 
 Names split(std::string_view text, char delimiter) {
-  Names names{"kept"};
+  std::list<std::string> names{"kept"};
   splitEscaped(names, text, delimiter);
-  names.pop_front();
-  return names;
+  return {std::next(names.begin()), names.end()};
 }
 
 TEST(ObjectPath, SplitsAtUnescapedDelimiters) {
@@ -30,7 +29,7 @@ TEST(ObjectPath, SplitsAtUnescapedDelimiters) {
 
 TEST(ObjectPath, JoinsAndQuotes) {
   EXPECT_EQ(joinEscaped({}, '^'), "");
-  EXPECT_EQ(joinEscaped({"a^b", R"(c\)", "", "d.e"}, '^'), R"(^a\^b^c\\^^d.e)");
+  EXPECT_EQ(joinEscaped(Names{"a^b", R"(c\)", "", "d.e"}, '^'), R"(^a\^b^c\\^^d.e)");
   EXPECT_EQ(quoteTqlString("a\"b\\c'\n"), "\"a\\\"b\\\\c'\n\"");
 }
 
@@ -48,7 +47,7 @@ TEST(ObjectPath, TwoLevelsOfJoiningAreTakenAwayByTwoSplits) {
   for (int trial = 0; trial < 2000; ++trial) {
     const Names domains = randomNames(), checks = randomNames();
     const std::string path =
-        joinEscaped({joinEscaped(domains, '.').substr(1), joinEscaped(checks, '^').substr(1)}, ',');
+        joinEscaped(Names{joinEscaped(domains, '.').substr(1), joinEscaped(checks, '^').substr(1)}, ',');
     const Names parts = split(path, ',');
     ASSERT_EQ(parts.size(), 2U) << path;
     ASSERT_EQ(split('.' + parts.front(), '.'), domains) << path;

@@ -14,8 +14,6 @@ namespace {
 // The server's "Property updated with illegal type".
 constexpr std::uint32_t kIllegalType = 9;
 
-constexpr const char* kStringKind = "string";  // in the message about a null
-
 // Whether a type word is of one of these base types. kEnumeration stands for all enumerations.
 template <std::uint32_t... kTypes>
 constexpr bool isOf(std::uint32_t typeWord) {
@@ -57,9 +55,9 @@ void checkDecode(std::string_view type, std::uint32_t wanted, const std::string&
   }
 }
 
-// The value of a Prop; kind names it in the message about a null.
-template <class Prop>
-const auto& valueOf(const Property& property, std::uint32_t wanted, const char* kind) {
+// Reads the value of a Prop; kind names it in the message about a null.
+template <class Prop, class Result>
+void read(const Property& property, std::uint32_t wanted, const char* kind, Result& result) {
   const std::uint32_t wantedBase = wanted & kBaseMask;
   const std::uint32_t base = property.typeWord & kBaseMask;
   if (wantedBase != base) {
@@ -73,12 +71,7 @@ const auto& valueOf(const Property& property, std::uint32_t wanted, const char* 
   if (held == nullptr) {
     throw errors::tql(std::string("Null given for ") + kind + " property: " + property.name, kIllegalType);
   }
-  return held->value;
-}
-
-template <class Prop, class Result>
-void read(const Property& property, std::uint32_t wanted, const char* kind, Result& result) {
-  store(result, valueOf<Prop>(property, wanted, kind));
+  store(result, held->value);
 }
 
 }  // namespace
@@ -159,9 +152,9 @@ void decode(const Property& property, std::uint32_t wanted, std::uint32_t& resul
   read<protocol::UnsignedIntProp>(property, wanted, "unsigned", result);
 }
 
-void decode(const Property& property, std::uint32_t wanted, std::string& result) {
+void decode(const Property& property, std::uint32_t wanted, std::string_view& result) {
   checkDecode<kString, kId, kSnmpOid>("string/object", wanted);
-  read<protocol::StringProp>(property, wanted, kStringKind, result);
+  read<protocol::StringProp>(property, wanted, "string", result);
 }
 
 void decode(const Property& property, std::uint32_t wanted, std::int64_t& result) {
@@ -178,7 +171,7 @@ void decode(const Property& property, std::uint32_t wanted, std::uint64_t& resul
   read<protocol::UnsignedInt64Prop>(property, wanted, "integer", result);
 }
 
-void decode(const Property& property, std::uint32_t wanted, std::list<std::string>& result) {
+void decode(const Property& property, std::uint32_t wanted, std::span<const std::string>& result) {
   checkDecode<kIdSet, kStringList>("objectset", wanted);
   read<protocol::StringListProp>(property, wanted, "slist", result);
 }
@@ -192,13 +185,9 @@ void decode(const Property& property, std::uint32_t wanted, std::vector<std::uin
   }
 }
 
-void decode(const Property& property, std::uint32_t wanted, std::list<std::uint32_t>& result) {
+void decode(const Property& property, std::uint32_t wanted, std::span<const std::uint32_t>& result) {
   checkDecode<kGidList>("list<uint32_t>", wanted);
   read<protocol::UnsignedIntListProp>(property, wanted, "unsigned int list", result);
-}
-
-const std::string& stringValue(const Property& property) {
-  return valueOf<protocol::StringProp>(property, kString, kStringKind);
 }
 
 }  // namespace tql

@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <list>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "foundation/big_num.h"
@@ -63,19 +65,17 @@ void encode(Property& property, const std::string& name, std::uint32_t typeWord,
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, const char* value) = delete;
 
 // Read the value of a property that should be of the wanted type. Throw errors::tql, code 9, for another type
-// and for null; result is then unchanged. A wanted type that the overload does not serve is a defect.
+// and for null; result is then unchanged. A wanted type that the overload does not serve is a defect. Views
+// live as long as the property is left as it is.
 void decode(const Property& property, std::uint32_t wanted, bool& result);
 void decode(const Property& property, std::uint32_t wanted, double& result);
 void decode(const Property& property, std::uint32_t wanted, std::int32_t& result);
 void decode(const Property& property, std::uint32_t wanted, std::uint32_t& result);
-void decode(const Property& property, std::uint32_t wanted, std::string& result);
+void decode(const Property& property, std::uint32_t wanted, std::string_view& result);
 void decode(const Property& property, std::uint32_t wanted, std::int64_t& result);
 void decode(const Property& property, std::uint32_t wanted, std::uint64_t& result);
-void decode(const Property& property, std::uint32_t wanted, std::list<std::string>& result);
+void decode(const Property& property, std::uint32_t wanted, std::span<const std::string>& result);
 void decode(const Property& property, std::uint32_t wanted, std::vector<std::uint8_t>& result);
-void decode(const Property& property, std::uint32_t wanted, std::list<std::uint32_t>& result);
-
-// The value of a property of type String, where it lies. Throws as decode does.
-const std::string& stringValue(const Property& property);
+void decode(const Property& property, std::uint32_t wanted, std::span<const std::uint32_t>& result);
 
 }  // namespace tql
