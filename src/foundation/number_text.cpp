@@ -108,7 +108,7 @@ struct Decimal {
 // That the table's power may be next to 10^e only is no harm: a value that equals it while it is less than
 // 10^e is given one decimal place too few, and rounds up to 10^e all the same.
 template <int kDigits>
-bool round(double value, Decimal& decimal) {
+bool roundTo(double value, Decimal& decimal) {
   const auto bits = std::bit_cast<std::uint64_t>(value);
   const int log2 = static_cast<int>(bits >> kFractionBits) - kBias;
   if (log2 < -64 || log2 >= 64) {  // 0 and what is not finite too
@@ -141,7 +141,7 @@ bool round(double value, Decimal& decimal) {
   return true;
 }
 
-// Of two digits, as all that round can give.
+// Of two digits, as all that roundTo can give.
 char* putExponent(char* to, int exponent) {
   const int magnitude = exponent < 0 ? -exponent : exponent;
   to[0] = 'e';
@@ -200,7 +200,7 @@ char* putReal(char* to, double value) {
   *to = '-';
   char* const unsignedText = to + (std::signbit(value) ? 1 : 0);
   Decimal decimal;
-  if (round<6>(std::abs(value), decimal)) {
+  if (roundTo<6>(std::abs(value), decimal)) {
     return putGeneral(unsignedText, decimal);
   }
   if (value == 0) {
@@ -214,7 +214,7 @@ char* putScientific(char* to, double value) {
   *to = '-';
   char* const unsignedText = to + (std::signbit(value) ? 1 : 0);
   Decimal decimal;
-  if (!round<7>(std::abs(value), decimal)) {
+  if (!roundTo<7>(std::abs(value), decimal)) {
     return std::to_chars(to, to + kNumberRoom, value, std::chars_format::scientific, 6).ptr;
   }
   const std::uint64_t text = eightDigits(decimal.digits * 10) | kAsciiZeros;

@@ -5,8 +5,7 @@ void Output::flush() {
     return;
   }
   const std::string_view block(buffer_.get(), size_);
-  size_ =
-      0;  // should it fail, part of it may be out: a later flush must not write that twice, nor fail again
+  size_ = 0;  // should it fail, part may be out: a later flush must not write that twice, nor fail again
   drain(block);
 }
 

@@ -42,6 +42,8 @@ std::string readBack(const std::string& lines) try {
   return print(read<Record>(lines));
 } catch (const error::Exception& fault) {
   return fault.text();
+} catch (const std::out_of_range&) {
+  return "a time that is too short";
 }
 
 const auto incidents = readBack<DataIntervalIncident>, sawtooth = readBack<DataIntervalSawtooth>,
@@ -90,6 +92,54 @@ TEST(CsvInput, TimesAreSecondsOrFixedPositions) {
   }
   EXPECT_EQ(textOf<error::EParseError>([&] { parse("2003-03-25 0x:25:03"); }), R"(Error parsing: "0x")");
   EXPECT_THROW(parse("2003-03-25 00:25"), std::out_of_range);
+}
+
+// A few characters are taken out of the line, put in or replaced.
+std::string spoilt(std::string line, Random& random) {
+  constexpr std::string_view kCharacters = "0123456789.,,-+eE: x\"\r";
+  for (std::uint64_t i = random() % 4; i > 0; --i) {
+    const std::size_t at = random() % line.size();
+    line.replace(at, random() % 2, std::string(random() % 3, kCharacters[random() % kCharacters.size()]));
+    line += line.empty() ? "1" : "";
+  }
+  return line;
+}
+
+// Empty columns are none, and send the line the long way.
+TEST(CsvInput, LinesMeanTheSameTheShortWayAndTheLong) {
+  Random random(1);
+  for (int i = 0; i < 4000; ++i) {
+    for (const auto& [function, line] :
+         {std::pair(incidents, "1700000000,2,Some text"),
+          {masks, "2003-03-25 00:25:03,1700000300,7,5,0"},
+          {sawtooth, "2003-03-25 00:25:03,2003-03-25 00:30:03,35.4092,-1.5,1e-07,5,0"},
+          {continuous, "1700000000,1700000300,0.125,1234567,12,2147483647,4294967295"}}) {
+      const std::string text = spoilt(line, random);
+      ASSERT_EQ(function(text), function("," + text)) << text;
+    }
+  }
+}
+
+TEST(CsvOutput, FormatsOfTimes) {
+  const std::string letters(TimeText::kLongest - 10, 'x');
+  for (const auto& [format, text] : {std::pair<std::string, std::string>("%s", "1048551903"),
+                                     {std::string(kDefaultTimeFormat), "2003-03-25 00:25:03"},
+                                     {"%A %j %Z", "Tuesday 084 GMT"},
+                                     {letters + "%s", letters + "1048551903"},
+                                     {letters + "-%s", ""}}) {
+    TimeText times(format, kGreenwich);
+    EXPECT_TRUE(times.of(0) != text && times.of(1048551903) == text && times.of(1048551903) == text) << text;
+  }
+  TimeText times(std::string(kDefaultTimeFormat), kGreenwich);
+  TextOutput output;
+  DataInterval row;
+  row.data.emplace<DataIntervalEnum>().end = -1;
+  EXPECT_EQ(textOf<error::ESystemError>([&] { printCsvRow(output, times, row); }),
+            "Couldn't get localtime for time 18446744073709551615");
+  EXPECT_EQ(output.text(), "");  // nor is there half a line
+  row.data.emplace<DataIntervalIncident>().text = std::string(65536, 'x');
+  printCsvRow(output, times, row);
+  EXPECT_EQ(output.text(), "1970-01-01 00:00:00,0,\"" + std::string(65536, 'x') + "\"\n");
 }
 
 template <class Record>

@@ -155,7 +155,7 @@ TEST(Conversion, DecimalsAreReadAsByTheCLibrary) {
     double value = 7;
     EXPECT_TRUE(!readDecimal(text, text + std::strlen(text), value) && value == 7) << text;
   }
-  Text wrong = printed("");
+  Text wrong{};
   for (std::size_t i = 0; i < 3000000 / kShare; ++i) {
     if (const Text text = someDecimal(); !reads(text)) {
       wrong = text;
