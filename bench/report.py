@@ -42,7 +42,7 @@ class Report:
 
     def goal(self, workload, what, value, limit, unit="", at_least=False):
         met = value >= limit if at_least else value <= limit
-        self.goals.append([workload, what, f"{value:.3g}{unit}", f"{'at least' if at_least else 'at most'} {limit:g}{unit}",
+        self.goals.append([workload, what, f"{value:#.3g}{unit}", f"{'at least' if at_least else 'at most'} {limit:g}{unit}",
                            "yes" if met else "**no**"])
 
     def blocks(self):

@@ -90,7 +90,7 @@ Bytes skip(Bytes at) {
       for (int i = 0; i < count; ++i) {
         length = length << 8 | at[2 + i];
       }
-      at += 2 + count + length;
+      at += length + 2 + static_cast<std::size_t>(count);
     }
   } while (depth > 0);
   return at;
@@ -132,7 +132,7 @@ char* putPair(char* to, int value) {
 // kept.
 struct Times {
   bool local;
-  TimeZone zone{TimeZone::localMarker};
+  Calendar calendar{TimeZone(TimeZone::localMarker)};
   std::uint32_t last = 0;
   char text[20] = "1970-01-01 01:00:00";
 
@@ -141,8 +141,7 @@ struct Times {
       return putUint(to, time);
     }
     if (time != last) {
-      std::tm fields{};
-      breakDownTime(zone, fields, time);
+      const std::tm& fields = calendar.breakDown(time);
       const int year = fields.tm_year + 1900;
       putPair(putPair(text, year / 100), year % 100);
       putPair(text + 5, fields.tm_mon + 1);

@@ -54,7 +54,8 @@ void checkTime(const TimeZone& zone, std::int64_t time) {
   }
   const auto narrow = static_cast<std::int32_t>(time & 0x7fffffff);
   const std::string format(kDefaultTimeFormat);
-  require(TimeText(format, zone).of(narrow) + " " == TimeText(format + " ", zone).of(narrow), "strftime");
+  TimeText standard(format, zone), custom(format + " ", zone);
+  require(std::string(standard.of(narrow)) + " " == custom.of(narrow), "strftime");
 }
 
 // Fields out of their range carry over as they do in UTC. -1 counts as a failure, in the C library too.

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/errors.h"
+#include "foundation/number_text.h"
 #include "foundation/text.h"
 
 namespace {
@@ -52,34 +53,115 @@ class Times {
   std::int32_t time_ = 0;
 };
 
-template <class Span>
-void fillTimes(Span& span, const Fields& fields, Times& times) {
-  span.begin = times.of(fields[0]);
-  span.end = std::max(times.of(fields[1]), span.begin);  // a span never runs backwards
+// The columns of any line, cut apart. Nothing in them stops these functions: they return true, or throw.
+class SplitColumns {
+ public:
+  SplitColumns(const Fields& fields, Times& times) : next_(fields.begin()), times_(times) {}
+
+  bool takeTime(std::int32_t& to) { return to = times_.of(*next_++), true; }
+  bool takeReal(double& to) { return to = stringToReal(*next_++), true; }
+  bool takeUint(std::uint32_t& to) { return to = stringToUint(*next_++), true; }
+  bool takeInt(std::int32_t& to) { return to = stringToInt(*next_++), true; }
+  bool takeText(std::string& to) { return to = *next_++, true; }
+
+ private:
+  Fields::const_iterator next_;
+  Times& times_;
+};
+
+// The columns of a line such as select writes it, in one pass and without faults. False if it is another.
+class PlainColumns {
+ public:
+  explicit PlainColumns(std::string_view line) : at_(line.data()), end_(at_ + line.size()) {}
+
+  bool takeTime(std::int32_t& to) {
+    std::string_view text;
+    if (!takeField(text)) {
+      return false;
+    }
+    times_[timeCount_++] = {text, &to};
+    return true;
+  }
+  bool takeReal(double& to) { return goOn(takeDecimal(at_, end_, to)); }
+  bool takeUint(std::uint32_t& to) { return goOn(::takeUint(at_, end_, to)); }
+  bool takeInt(std::int32_t& to) {
+    std::uint32_t number = 0;
+    const bool taken = takeUint(number) && std::in_range<std::int32_t>(number);
+    to = static_cast<std::int32_t>(number);
+    return taken;
+  }
+  bool takeText(std::string& to) {
+    std::string_view text;
+    const bool taken = takeField(text);
+    to = text;
+    return taken;
+  }
+
+  // To be called last, as conversions of times have faults, which come after those of the line.
+  bool finish(Times& times) {
+    if (at_ != end_) {
+      return false;
+    }
+    for (std::size_t i = 0; i < timeCount_; ++i) {
+      *times_[i].to = times.of(times_[i].text);
+    }
+    return true;
+  }
+
+ private:
+  struct Time {
+    std::string_view text;
+    std::int32_t* to;
+  };
+
+  // Past the comma behind a column.
+  bool goOn(const char* stop) {
+    if (stop == nullptr || (stop != end_ && *stop != ',')) {
+      return false;
+    }
+    at_ = stop == end_ ? stop : stop + 1;
+    return true;
+  }
+
+  bool takeField(std::string_view& text) {
+    const std::string_view rest(at_, end_);
+    text = rest.substr(0, rest.find(','));
+    return !text.empty() && goOn(at_ + text.size());
+  }
+
+  const char* at_;
+  const char* end_;
+  std::array<Time, 2> times_;
+  std::size_t timeCount_ = 0;
+};
+
+// ---- The columns of each kind ----
+
+template <class Columns>
+bool fill(DataIntervalIncident& incident, Columns& columns) {
+  std::int32_t severity = 0;
+  const bool filled =
+      columns.takeTime(incident.time) && columns.takeInt(severity) && columns.takeText(incident.text);
+  incident.severity = protocol::Severity{severity};
+  return filled;
 }
 
-void fill(DataIntervalIncident& incident, const Fields& fields, Times& times) {
-  incident.time = times.of(fields[0]);
-  incident.severity = protocol::Severity{stringToInt(fields[1])};
-  incident.text = fields[2];
-}
-
-void fill(DataIntervalEnum& span, const Fields& fields, Times& times) {
-  fillTimes(span, fields, times);
-  span.mask = stringToUint(fields[2]);
-  span.ngood = stringToUint(fields[3]);
-  span.nbad = stringToUint(fields[4]);
+template <class Columns>
+bool fill(DataIntervalEnum& span, Columns& columns) {
+  return columns.takeTime(span.begin) && columns.takeTime(span.end) && columns.takeUint(span.mask) &&
+         columns.takeUint(span.ngood) && columns.takeUint(span.nbad);
 }
 
 // Sawtooth and continuous. Their counts are read as signed numbers.
-template <class Span>
-void fill(Span& span, const Fields& fields, Times& times) {
-  fillTimes(span, fields, times);
-  span.min = stringToReal(fields[2]);
-  span.avg = stringToReal(fields[3]);
-  span.max = stringToReal(fields[4]);
-  span.ngood = static_cast<std::uint32_t>(stringToInt(fields[5]));
-  span.nbad = static_cast<std::uint32_t>(stringToInt(fields[6]));
+template <class Span, class Columns>
+bool fill(Span& span, Columns& columns) {
+  std::int32_t ngood = 0, nbad = 0;
+  const bool filled = columns.takeTime(span.begin) && columns.takeTime(span.end) &&
+                      columns.takeReal(span.min) && columns.takeReal(span.avg) &&
+                      columns.takeReal(span.max) && columns.takeInt(ngood) && columns.takeInt(nbad);
+  span.ngood = static_cast<std::uint32_t>(ngood);
+  span.nbad = static_cast<std::uint32_t>(nbad);
+  return filled;
 }
 
 [[noreturn]] void throwFieldCount(std::uint64_t lineNumber, const Kind& kind) {
@@ -88,22 +170,71 @@ void fill(Span& span, const Fields& fields, Times& times) {
 }
 
 template <class Record>
+void readLine(Record& row, std::string_view line, std::uint64_t number, Times& times) {
+  PlainColumns plain(line);
+  if (!fill(row, plain) || !plain.finish(times)) {
+    Fields fields;
+    if (splitFields(fields, line, ',') != kKind<Record>.fields) {
+      throwFieldCount(number, kKind<Record>);
+    }
+    SplitColumns columns(fields, times);
+    fill(row, columns);
+  }
+  if constexpr (requires { row.begin; }) {
+    row.end = std::max(row.begin, row.end);  // a span never runs backwards
+  }
+}
+
+template <class Record>
 dataquery::Intervals readLines(LineReader& input, const TimeZone& zone) {
-  constexpr const Kind& kind = kKind<Record>;
   dataquery::Intervals rows;
   Times times(zone);
-  Fields fields;
   std::string_view line;
   for (std::uint64_t number = 2; input.next(line, kLongestCsvLine); ++number) {  // the header was line 1
-    if (splitFields(fields, line, ',') != kind.fields) {
-      throwFieldCount(number, kind);
-    }
-    fill(rows.emplace_back().data.template emplace<Record>(), fields, times);
+    readLine(rows.emplace_back().data.template emplace<Record>(), line, number, times);
   }
   return rows;
 }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Takes fixed numbers of digits out of a text.
+class Digits {
+ public:
+  explicit Digits(std::string_view text) : text_(text) {}
+
+  std::int32_t pair(std::size_t at) {
+    const auto tens = static_cast<unsigned char>(text_[at] - '0');
+    const auto ones = static_cast<unsigned char>(text_[at + 1] - '0');
+    plain_ &= tens <= 9 && ones <= 9;
+    return tens * 10 + ones;
+  }
+  bool plain() const { return plain_; }  // that is, all were digits
+
+ private:
+  std::string_view text_;
+  bool plain_ = true;
+};
+
+// A time that is not in plain seconds.
+std::int64_t parseStandardTime(std::string_view text, Calendar& calendar) {
+  constexpr std::size_t kLength = 19;
+  if (text.size() >= kLength) {
+    Digits digits(text);
+    const std::array<std::int32_t, 6> fields{digits.pair(0) * 100 + digits.pair(2),
+                                             digits.pair(5),
+                                             digits.pair(8),
+                                             digits.pair(11),
+                                             digits.pair(14),
+                                             digits.pair(17)};
+    if (digits.plain()) {
+      return calendarTime(fields, calendar);
+    }
+  }
+  return parseCalendarTime({text.substr(0, 4), text.substr(5, 2), text.substr(8, 2), text.substr(11, 2),
+                            text.substr(14, 2), text.substr(17, 2)},
+                           calendar);
+}
 
 }  // namespace
 
@@ -112,9 +243,7 @@ std::int32_t parseCsvTime(std::string_view text, Calendar& calendar) {
     // The 32 bits of a time as an unsigned number are what select writes, for a time before 1970 too.
     return static_cast<std::int32_t>(stringToUint(text));
   }
-  const std::int64_t time = parseCalendarTime({text.substr(0, 4), text.substr(5, 2), text.substr(8, 2),
-                                               text.substr(11, 2), text.substr(14, 2), text.substr(17, 2)},
-                                              calendar);
+  const std::int64_t time = parseStandardTime(text, calendar);
   if (!std::in_range<std::int32_t>(time)) {  // cut to 32 bits it would be stored as some other time
     throw error::EParseError("Error parsing: " + quotedString(text));
   }

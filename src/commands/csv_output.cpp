@@ -1,9 +1,10 @@
 #include "commands/csv_output.h"
 
+#include <algorithm>
 #include <ctime>
 #include <utility>
 
-#include "foundation/text.h"
+#include "foundation/number_text.h"
 
 namespace {
 
@@ -13,8 +14,6 @@ using protocol::DataIntervalEnum;
 using protocol::DataIntervalIncident;
 using protocol::DataIntervalSawtooth;
 
-constexpr std::size_t kTimeBuffer = 256;
-
 // Two decimal digits.
 void putPair(char* to, int value) {
   to[0] = static_cast<char>('0' + value / 10);
@@ -22,64 +21,77 @@ void putPair(char* to, int value) {
 }
 
 // What strftime gives for kDefaultTimeFormat. 32-bit times lie in years of four digits.
-void formatDefault(const std::tm& fields, std::string& text) {
-  text = "YYYY-mm-dd HH:MM:SS";
+char* putStandard(char* to, const std::tm& fields) {
+  constexpr std::string_view kSample = "YYYY-mm-dd HH:MM:SS";
+  kSample.copy(to, kSample.size());
   const int year = fields.tm_year + 1900;
-  putPair(&text[0], year / 100);
-  putPair(&text[2], year % 100);
-  putPair(&text[5], fields.tm_mon + 1);
-  putPair(&text[8], fields.tm_mday);
-  putPair(&text[11], fields.tm_hour);
-  putPair(&text[14], fields.tm_min);
-  putPair(&text[17], fields.tm_sec);
+  putPair(to, year / 100);
+  putPair(to + 2, year % 100);
+  putPair(to + 5, fields.tm_mon + 1);
+  putPair(to + 8, fields.tm_mday);
+  putPair(to + 11, fields.tm_hour);
+  putPair(to + 14, fields.tm_min);
+  putPair(to + 17, fields.tm_sec);
+  return to + kSample.size();
 }
 
-void writeUint(Output& output, std::uint32_t value) {
-  output.write(",");
-  output.write(uintToString(value));
+// ---- The columns of each kind, put into room that is large enough ----
+
+constexpr std::size_t kRowRoom = 2 * TimeText::kLongest + 5 * kNumberRoom + 16;
+
+char* putText(char* to, std::string_view text) { return std::copy(text.begin(), text.end(), to); }
+
+char* putSpan(char* to, TimeText& times, std::int32_t begin, std::int32_t end) {
+  to = putText(to, times.of(begin));
+  *to = ',';
+  return putText(to + 1, times.of(end));
 }
 
-void writeReal(Output& output, double value) {
-  std::string text;  // short enough to live without the heap
-  text += ',';
-  appendReal(text, value);
-  output.write(text);
+char* putColumn(char* to, double value) {
+  *to = ',';
+  return putReal(to + 1, value);
 }
 
-// Both conversions come before any output, so that a failure leaves no partial line.
-void writeSpan(Output& output, TimeText& times, std::int32_t begin, std::int32_t end) {
-  const std::string& beginText = times.of(begin);
-  const std::string& endText = times.of(end);
-  output.write(beginText);
-  output.write(",");
-  output.write(endText);
+char* putColumn(char* to, std::uint32_t value) {
+  *to = ',';
+  return putUint(to + 1, value);
 }
 
-void writeColumns(Output& output, TimeText& times, const DataIntervalIncident& incident) {
-  output.write(times.of(incident.time));
-  output.write(",");
-  output.write(intToString(static_cast<std::int32_t>(incident.severity)));
-  output.write(",\"");
-  output.write(incident.text);
-  output.write("\"");
+std::size_t roomFor(const DataIntervalIncident& incident) { return kRowRoom + incident.text.size(); }
+
+char* putColumns(char* to, TimeText& times, const DataIntervalIncident& incident) {
+  to = putText(to, times.of(incident.time));
+  *to = ',';
+  to = putInt(to + 1, static_cast<std::int32_t>(incident.severity));
+  to = putText(to, ",\"");
+  to = putText(to, incident.text);
+  *to = '"';
+  return to + 1;
 }
 
-void writeColumns(Output& output, TimeText& times, const DataIntervalEnum& span) {
-  writeSpan(output, times, span.begin, span.end);
-  writeUint(output, span.mask);
-  writeUint(output, span.ngood);
-  writeUint(output, span.nbad);
+std::size_t roomFor(const DataIntervalEnum&) { return kRowRoom; }
+
+char* putColumns(char* to, TimeText& times, const DataIntervalEnum& span) {
+  to = putSpan(to, times, span.begin, span.end);
+  to = putColumn(to, span.mask);
+  to = putColumn(to, span.ngood);
+  return putColumn(to, span.nbad);
 }
 
 // Sawtooth and continuous.
 template <class Span>
-void writeColumns(Output& output, TimeText& times, const Span& span) {
-  writeSpan(output, times, span.begin, span.end);
-  writeReal(output, span.min);
-  writeReal(output, span.avg);
-  writeReal(output, span.max);
-  writeUint(output, span.ngood);
-  writeUint(output, span.nbad);
+std::size_t roomFor(const Span&) {
+  return kRowRoom;
+}
+
+template <class Span>
+char* putColumns(char* to, TimeText& times, const Span& span) {
+  to = putSpan(to, times, span.begin, span.end);
+  to = putColumn(to, span.min);
+  to = putColumn(to, span.avg);
+  to = putColumn(to, span.max);
+  to = putColumn(to, span.ngood);
+  return putColumn(to, span.nbad);
 }
 
 // Calls the function with the entry's record. False for a kind without a CSV form.
@@ -106,7 +118,7 @@ constexpr std::string_view headerOf(const Span&) {
 
 }  // namespace
 
-TimeText::TimeText(std::string format, const TimeZone& zone) : format_(std::move(format)), zone_(zone) {
+TimeText::TimeText(std::string format, const TimeZone& zone) : format_(std::move(format)), calendar_(zone) {
   if (format_ == "%s") {
     form_ = Form::seconds;
   } else if (format_ == kDefaultTimeFormat) {
@@ -114,36 +126,34 @@ TimeText::TimeText(std::string format, const TimeZone& zone) : format_(std::move
   }
 }
 
-const std::string& TimeText::of(std::int32_t time) {
+std::string_view TimeText::of(std::int32_t time) {
   std::size_t place = 0;
   while (place < memos_.size() && !(memos_[place].filled && memos_[place].time == time)) {
     ++place;
   }
   if (place == memos_.size()) {
     place = oldest_;
-    memos_[place].filled = false;  // should the conversion fail
-    format(time, memos_[place].text);
-    memos_[place].time = time;
-    memos_[place].filled = true;
+    Memo& memo = memos_[place];
+    memo.filled = false;  // should the conversion fail
+    memo.length = format(time, memo.text);
+    memo.time = time;
+    memo.filled = true;
   }
   oldest_ = 1 - place;
-  return memos_[place].text;
+  return {memos_[place].text.data(), memos_[place].length};
 }
 
-void TimeText::format(std::int32_t time, std::string& text) const {
+std::size_t TimeText::format(std::int32_t time, std::array<char, kLongest + 1>& text) {
+  char* const begin = text.data();
   if (form_ == Form::seconds) {
-    text = uintToString(static_cast<std::uint32_t>(time));
-    return;
+    return static_cast<std::size_t>(putUint(begin, static_cast<std::uint32_t>(time)) - begin);
   }
-  std::tm fields{};
-  breakDownTime(zone_, fields, static_cast<std::uint64_t>(time));
+  const std::tm& fields = calendar_.breakDown(static_cast<std::uint64_t>(time));
   if (form_ == Form::standard) {
-    formatDefault(fields, text);
-    return;
+    return static_cast<std::size_t>(putStandard(begin, fields) - begin);
   }
-  std::array<char, kTimeBuffer> buffer{};
   // 0 also stands for an empty text; what the buffer holds then is undefined.
-  text.assign(buffer.data(), std::strftime(buffer.data(), buffer.size(), format_.c_str(), &fields));
+  return std::strftime(begin, text.size(), format_.c_str(), &fields);
 }
 
 void printCsvHeader(Output& output, const DataInterval& interval) {
@@ -155,8 +165,7 @@ void printCsvHeader(Output& output, const DataInterval& interval) {
 
 void printCsvRow(Output& output, TimeText& times, const DataInterval& interval) {
   const bool printed = visit(interval, [&](const auto& record) {
-    writeColumns(output, times, record);
-    output.endLine();
+    output.endLine(putColumns(output.room(roomFor(record)), times, record));
   });
   if (!printed) {
     output.flush();  // the rows before it come first, and a failure to write them is heard of

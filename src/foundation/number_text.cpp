@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <system_error>
 
 namespace {
@@ -267,7 +268,7 @@ bool readAnyDecimal(const char* begin, const char* end, double& value) {
 
 // A whole number up to 2^53 is a double, and so is a power of ten up to 10^22; their quotient or product is
 // rounded once, as it should be.
-bool readDecimal(const char* begin, const char* end, double& value) {
+const char* takeDecimal(const char* begin, const char* end, double& value) {
   const bool negative = begin != end && *begin == '-';
   const char* const first = begin + (negative ? 1 : 0);
   std::uint64_t number = 0;
@@ -281,12 +282,31 @@ bool readDecimal(const char* begin, const char* end, double& value) {
     exponent = static_cast<int>(decimals - at);
   }
   at = takeExponent(at, end, exponent);
-  if (at != end || count == 0 || count > 19 || number > std::uint64_t{1} << 53 || exponent < -kHighestReal ||
+  if (count == 0 || count > 19 || number > std::uint64_t{1} << 53 || exponent < -kHighestReal ||
       exponent > kHighestReal) {
-    return readAnyDecimal(begin, end, value);
+    return nullptr;
   }
   const auto whole = static_cast<double>(number);
   const double magnitude = exponent < 0 ? whole / realPower(-exponent) : whole * realPower(exponent);
   value = negative ? -magnitude : magnitude;
+  return at;
+}
+
+bool readDecimal(const char* begin, const char* end, double& value) {
+  double read = 0;
+  if (takeDecimal(begin, end, read) != end) {
+    return readAnyDecimal(begin, end, value);
+  }
+  value = read;
   return true;
+}
+
+const char* takeUint(const char* begin, const char* end, std::uint32_t& value) {
+  std::uint64_t number = 0;
+  const char* const stop = takeDigits(begin, end, number);
+  if (stop == begin || stop - begin > 19 || number > std::numeric_limits<std::uint32_t>::max()) {
+    return nullptr;
+  }
+  value = static_cast<std::uint32_t>(number);
+  return stop;
 }

@@ -23,3 +23,8 @@ char* putScientific(char* to, double value);
 // next to it. False for all else, such as an empty text, blanks, a plus in front, hexadecimal, "inf", and
 // what is out of range; then the value is left as it was, and strtod decides.
 bool readDecimal(const char* begin, const char* end, double& value);
+
+// Take the number at the front of a text, in one pass: return where it ends. Null for what has no short way,
+// such as a number of many digits, one out of range or none at all; then the value is left as it was.
+const char* takeDecimal(const char* begin, const char* end, double& value);
+const char* takeUint(const char* begin, const char* end, std::uint32_t& value);

@@ -1,14 +1,20 @@
 #include "foundation/output.h"
 
 void Output::flush() {
-  if (buffer_.empty()) {
+  if (size_ == 0) {
     return;
   }
-  try {
-    drain(buffer_);
-  } catch (...) {
-    buffer_.clear();  // part of it may be out: a later flush must not write that twice, nor fail again
-    throw;
-  }
-  buffer_.clear();
+  const std::string_view block(buffer_.get(), size_);
+  size_ =
+      0;  // should it fail, part of it may be out: a later flush must not write that twice, nor fail again
+  drain(block);
+}
+
+// There is always less than a block in the buffer.
+void Output::grow(std::size_t count) {
+  const std::size_t capacity = kBlock + std::max(count, kBlock / 16);
+  auto larger = std::make_unique_for_overwrite<char[]>(capacity);
+  std::copy_n(buffer_.get(), size_, larger.get());
+  buffer_ = std::move(larger);
+  capacity_ = capacity;
 }

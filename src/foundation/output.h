@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,16 +19,27 @@ class Output {
   Output& operator=(const Output&) = delete;
 
   void write(std::string_view text) {
-    buffer_.append(text);
-    if (buffer_.size() >= kBlock) {
+    take(std::copy(text.begin(), text.end(), room(text.size())));
+    if (size_ >= kBlock) {
       flush();
     }
   }
 
   // Ends a line. An interactive medium gets each line at once.
-  void endLine() {
-    write("\n");
-    if (interactive_) {
+  void endLine() { endLine(room(1)); }
+
+  // For who prints many lines: room for the rest of a line, its end included, behind what was written so far.
+  // It lasts until the next call; endLine says how far it was filled, and without that, nothing was written.
+  char* room(std::size_t count) {
+    if (capacity_ - size_ < count) {
+      grow(count);
+    }
+    return buffer_.get() + size_;
+  }
+  void endLine(char* end) {
+    *end = '\n';
+    take(end + 1);
+    if (interactive_ || size_ >= kBlock) {
       flush();
     }
   }
@@ -43,7 +56,11 @@ class Output {
   bool interactive_ = false;
 
  private:
-  std::string buffer_;
+  void take(const char* end) { size_ = static_cast<std::size_t>(end - buffer_.get()); }
+  void grow(std::size_t count);
+
+  std::unique_ptr<char[]> buffer_;
+  std::size_t size_ = 0, capacity_ = 0;
 };
 
 // Standard output. Flushed by whoever ends the run: main, usageError, printError.

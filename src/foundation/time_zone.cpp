@@ -1,5 +1,6 @@
 #include "foundation/time_zone.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <limits>
@@ -151,19 +152,28 @@ bool Calendar::goesOnAt(std::uint64_t time) const {
          platform_same_offset(fields, fields_) && clockSeconds(fields) - clockSeconds(fields_) == distance;
 }
 
+std::int64_t calendarTime(const std::array<std::int32_t, 6>& fields, Calendar& calendar) {
+  const auto [year, month, day, hour, minute, second] = fields;
+  const bool inRange = year >= 1900 && within(month, 1, 12) && within(day, 1, 31) && within(hour, 0, 23) &&
+                       within(minute, 0, 59) && within(second, 0, 61);
+  if (!inRange) {
+    return 0;
+  }
+  std::tm broken{};
+  broken.tm_year = year - 1900;
+  broken.tm_mon = month - 1;
+  broken.tm_mday = day;
+  broken.tm_hour = hour;
+  broken.tm_min = minute;
+  broken.tm_sec = second;
+  broken.tm_isdst = -1;
+  return calendar.compose(broken);
+}
+
 std::int64_t parseCalendarTime(const std::array<std::string_view, 6>& fieldTexts, Calendar& calendar) {
-  std::tm fields{};
-  fields.tm_year = stringToInt(fieldTexts[0]) - 1900;
-  fields.tm_mon = stringToInt(fieldTexts[1]) - 1;
-  fields.tm_mday = stringToInt(fieldTexts[2]);
-  fields.tm_hour = stringToInt(fieldTexts[3]);
-  fields.tm_min = stringToInt(fieldTexts[4]);
-  fields.tm_sec = stringToInt(fieldTexts[5]);
-  fields.tm_isdst = -1;
-  const bool inRange = fields.tm_year >= 0 && within(fields.tm_mon, 0, 11) && within(fields.tm_mday, 1, 31) &&
-                       within(fields.tm_hour, 0, 23) && within(fields.tm_min, 0, 59) &&
-                       within(fields.tm_sec, 0, 61);
-  return inRange ? calendar.compose(fields) : 0;
+  std::array<std::int32_t, 6> fields{};
+  std::transform(fieldTexts.begin(), fieldTexts.end(), fields.begin(), stringToInt);
+  return calendarTime(fields, calendar);
 }
 
 std::int64_t parseIsoTime(const std::string& text, const TimeZone& zone) {

@@ -55,9 +55,10 @@ class Calendar {
   bool composed_ = false;    // a time in it was the last that the C library composed
 };
 
-// The texts of year, month, day, hour, minute and second to seconds since 1970. A field out of its range
-// gives 0; the day is not compared with the length of its month. Throws error::EParseError for a text that is
-// no number, and as composeTime does.
+// Year, month, day, hour, minute and second to seconds since 1970. A field out of its range gives 0; the day
+// is not compared with the length of its month. Throws as composeTime does, and error::EParseError for a text
+// that is no number.
+std::int64_t calendarTime(const std::array<std::int32_t, 6>& fields, Calendar& calendar);
 std::int64_t parseCalendarTime(const std::array<std::string_view, 6>& fieldTexts, Calendar& calendar);
 
 // Reads 'YYYY-MM-DD-Thh:mm:ss', whatever stands between the numbers. A field out of its range gives 0.

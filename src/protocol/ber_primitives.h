@@ -20,6 +20,10 @@ namespace protocol {
 // The number in the content of an INTEGER or ENUMERATED: two's complement, or without a sign.
 template <class T>
 T integerFrom(std::span<const std::uint8_t> content) {
+  if (content.size() == 1) {  // as counts are, nearly always
+    return std::numeric_limits<T>::is_signed ? static_cast<T>(static_cast<std::int8_t>(content.front()))
+                                             : static_cast<T>(content.front());
+  }
   const bool negative = std::numeric_limits<T>::is_signed && !content.empty() && content.front() >= 0x80;
   std::uint64_t bits = negative ? ~std::uint64_t{0} : 0;
   for (const std::uint8_t byte : content) {

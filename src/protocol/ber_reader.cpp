@@ -41,8 +41,6 @@ inline bool isShortHeader(std::span<const std::uint8_t> chunk) {
   return tag != kEndTag && tag != kPadTag && chunk[1] <= kIndefiniteByte;
 }
 
-constexpr bool isConstructedOctet(std::uint8_t octet) { return (octet & 0x20U) != 0; }
-
 inline bool isEndOfContents(std::span<const std::uint8_t> chunk) {
   return chunk.size() >= 2 && chunk[0] == 0 && chunk[1] == 0;
 }
@@ -137,7 +135,7 @@ std::size_t BerReader::takeShort(std::span<const std::uint8_t> chunk) {
     closeComplete();
     return 2;
   }
-  if (!stack_.empty() && !isConstructedOctet(chunk[0])) {
+  if (!stack_.empty()) {
     if (const std::size_t taken = takePlain(chunk); taken != 0) {
       return taken;
     }

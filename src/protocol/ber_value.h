@@ -88,8 +88,8 @@ class BerConstructed : public BerValue {
   // child: a view in slot, a member of this value, or a value on the heap that says readerOwned. Throws EBer.
   virtual BerValue* makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) = 0;
 
-  // The short way for children that are plain: primitives of a kind that is known beforehand, lying whole at
-  // the front of bytes. Takes as many as there are, with the same outcome as the long way through makeField,
+  // The short way for children that are plain: primitives, and records of primitives, lying whole at the
+  // front of bytes. Takes as many as there are, with the same outcome as the long way through makeField,
   // counts them in index, and returns their size. It stops at the first child that isn't plain, or is at
   // fault, and leaves that to the long way.
   virtual std::size_t takePlain(std::uint32_t& index, std::span<const std::uint8_t> bytes, bool legacy) {

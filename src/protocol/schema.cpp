@@ -279,11 +279,11 @@ std::size_t Record::takePlainFields(const Schema& schema, std::uint32_t& index,
   std::size_t taken = 0;
   while (index < rows.size()) {
     const Field& row = rows[index];
-    const PlainItem item = plainItem(bytes.subspan(taken), row.octets[legacy ? 1 : 0]);
-    if (item.size == 0 || row.take == nullptr || !row.take(row, *this, item.content)) {
+    const std::size_t size = row.take == nullptr ? 0 : row.take(row, *this, bytes.subspan(taken), legacy);
+    if (size == 0) {
       break;
     }
-    taken += item.size;
+    taken += size;
     ++index;
   }
   return taken;
@@ -365,7 +365,7 @@ BerValue* ListValue::makeField(std::uint32_t, std::uint32_t tag, bool legacy, Fi
 }
 
 std::size_t ListValue::takePlain(std::uint32_t& index, std::span<const std::uint8_t> bytes, bool legacy) {
-  return access_->takePlain == nullptr ? 0 : access_->takePlain(container_, index, bytes, legacy);
+  return access_->takePlain(container_, index, bytes, legacy);
 }
 
 BerValue* openList(void* container, const ListAccess& access, std::uint32_t tag, bool legacy) {

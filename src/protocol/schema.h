@@ -85,8 +85,10 @@ struct FieldOps {
   const Nest* nest = nullptr;
 };
 
-// Stores content that arrived whole. False leaves it, and what is wrong with it, to a view.
-using TakePlain = bool (*)(const Field&, Record& owner, std::span<const std::uint8_t> content);
+// Takes the item at the front of bytes into its member, if it is whole and plain, and returns its size. 0
+// leaves it, and what is wrong with it, to open.
+using TakeItem = std::size_t (*)(const Field&, Record& owner, std::span<const std::uint8_t> bytes,
+                                 bool legacy);
 
 // Puts the item of a member into room of kItemRoom bytes and returns its end. Null leaves it, and what is
 // wrong with it, to write.
@@ -97,9 +99,8 @@ struct Field {
   Bounds bounds;
   const FieldOps* ops;
   void* (*in)(const Record&);  // where the member lies in its record
-  TakePlain take = nullptr;    // these two for primitives that have a short way
+  TakeItem take = nullptr;     // these two where there is a short way
   PutPlain put = nullptr;
-  std::uint8_t octets[2]{};  // their tag on the wire, in the current and in the legacy set
 };
 
 struct Schema {
@@ -300,7 +301,7 @@ struct ListAccess {
   const std::type_info* type;
   const Tag* tag;
   BerValue* (*append)(void* container, std::uint32_t tag, bool legacy, FieldSlot&);
-  // takePlain, but for the count; null for lists of records.
+  // The body of takePlain.
   std::size_t (*takePlain)(void* container, std::uint32_t& index, std::span<const std::uint8_t>, bool legacy);
   void (*write)(const void* container, BasicIo&, bool legacy);
   Relation equal;
@@ -333,18 +334,26 @@ class ListValue final : public BerConstructed {
 // The wrapper for a list that the reader has met.
 BerValue* openList(void* container, const ListAccess& access, std::uint32_t tag, bool legacy);
 
-// Splits off the primitive at the front of bytes, if it has this tag and a short length and lies there whole:
-// returns its content, and how long it is with its header. A length of 0 says that it isn't there.
+// The content of the primitive at the front of bytes, if it has this tag and a short length and lies there
+// whole. What precedes it is kPlainHeader bytes long.
+inline constexpr std::size_t kPlainHeader = 2;
 struct PlainItem {
+  bool found = false;
   std::span<const std::uint8_t> content;
-  std::size_t size = 0;
 };
 inline PlainItem plainItem(std::span<const std::uint8_t> bytes, std::uint8_t octet) {
-  if (bytes.size() < 2 || bytes[0] != octet || bytes[1] >= 0x80 || bytes.size() - 2 < bytes[1]) {
+  if (bytes.size() < kPlainHeader || bytes[0] != octet || bytes[1] >= 0x80 ||
+      bytes.size() - kPlainHeader < bytes[1]) {
     return {};
   }
-  return {bytes.subspan(2, bytes[1]), 2U + bytes[1]};
+  return {true, bytes.subspan(kPlainHeader, bytes[1])};
 }
+
+// Takes the record at the front of bytes and returns its size; 0 if it isn't there, isn't whole, or has
+// anything in it that isn't plain, and then the record is of no more use. Fields behind those that are known
+// aren't plain.
+template <class T>
+std::size_t takeWhole(T& record, std::span<const std::uint8_t> bytes, bool legacy);
 
 // ---- What each member type does. A Leaf says which view stands for a primitive member, and how plain
 // items are taken and put without one. ----
@@ -543,6 +552,23 @@ struct Wire<OneOf<Alternatives...>> : SingleNest<OneOf<Alternatives...>> {
     }
     return Wire::add(row.in(owner), std::move(made));
   }
+  static std::size_t take(OneOf<Alternatives...>& member, std::span<const std::uint8_t> bytes,
+                          bool legacy) requires(std::derived_from<Alternatives, Record>&&...) {
+    std::size_t taken = 0;
+    const auto attempt = [&]<class T>(std::type_identity<T>) {
+      if (bytes.empty() || bytes[0] != identifierOctet(T::kSchema.tag.word(legacy))) {
+        return false;
+      }
+      auto made = std::make_unique<T>();
+      taken = takeWhole(*made, bytes, legacy);
+      if (taken != 0) {
+        member = std::unique_ptr<BerValue>(std::move(made));
+      }
+      return true;
+    };
+    (void)(attempt(std::type_identity<Alternatives>()) || ...);
+    return taken;
+  }
   static constexpr FieldOps kOps{.open = open, .nest = &Wire::kNest};
 };
 
@@ -555,6 +581,19 @@ struct Wire<OneOfInPlace<Alternatives...>> : Plain<OneOfInPlace<Alternatives...>
       refuseAlternative(owner, row, tag);
     }
     return made;
+  }
+  static std::size_t take(OneOfInPlace<Alternatives...>& member, std::span<const std::uint8_t> bytes,
+                          bool legacy) {
+    std::size_t taken = 0;
+    const auto attempt = [&]<class T>(std::type_identity<T>) {
+      if (bytes.empty() || bytes[0] != identifierOctet(T::kSchema.tag.word(legacy))) {
+        return false;
+      }
+      taken = takeWhole(member.template emplace<T>(), bytes, legacy);
+      return true;
+    };
+    (void)(attempt(std::type_identity<Alternatives>()) || ...);
+    return taken;
   }
   static std::size_t count(const void* member) { return of(member) ? 1 : 0; }
   static const BerValue* at(const void* member, std::size_t) { return of(member).get(); }
@@ -584,11 +623,11 @@ struct Elements : Plain<L> {
     for (;;) {
       const PlainItem item = plainItem(bytes.subspan(taken), octet);
       T element{};
-      if (item.size == 0 || !Leaf<T>::take(element, L::kBounds, item.content)) {
+      if (!item.found || !Leaf<T>::take(element, L::kBounds, item.content)) {
         return taken;
       }
       list.push_back(std::move(element));
-      taken += item.size;
+      taken += kPlainHeader + item.content.size();
       ++index;
     }
   }
@@ -630,12 +669,30 @@ struct RecordElements {
     }
     return Self::grow(of(container));
   }
+  static std::size_t takePlain(void* container, std::uint32_t& index, std::span<const std::uint8_t> bytes,
+                               bool legacy) {
+    if constexpr (!std::same_as<typename L::value_type, T>) {
+      return 0;
+    } else {
+      L& list = of(container);
+      std::size_t taken = 0;
+      for (;;) {
+        const std::size_t size = takeWhole(list.emplace_back(), bytes.subspan(taken), legacy);
+        if (size == 0) {
+          list.pop_back();
+          return taken;
+        }
+        taken += size;
+        ++index;
+      }
+    }
+  }
   static bool equal(const void* a, const void* b) { return equalLists(Self::kNest, a, b); }
   static bool less(const void* a, const void* b) { return lessLists(Self::kNest, a, b); }
   static void write(const void* container, BasicIo& io, bool legacy) {
     writeList(Self::kNest, container, io, legacy);
   }
-  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, nullptr, write, equal, less};
+  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, takePlain, write, equal, less};
   static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
     return openList(row.in(owner), kAccess, tag, legacy);
   }
@@ -671,6 +728,12 @@ struct Elements<L, T> : RecordElements<L, T, Elements<L, T>> {
 template <ListClass L>
 struct Wire<L> : Elements<L> {};
 
+// Nested records that can be taken as one.
+template <class T>
+concept TakenWhole = requires(T& member) {
+  Wire<T>::take(member, {}, false);
+};
+
 // Where the member of a row lies, and its short ways.
 template <auto Member>
 struct Access;
@@ -678,8 +741,16 @@ template <class R, class M, M R::*kMember>
 struct Access<kMember> {
   using Type = M;
   static void* in(const Record& record) { return const_cast<M*>(&(static_cast<const R&>(record).*kMember)); }
-  static bool take(const Field& row, Record& owner, std::span<const std::uint8_t> content) {
-    return Leaf<M>::take(static_cast<R&>(owner).*kMember, row.bounds, content);
+  static std::size_t take(const Field& row, Record& owner, std::span<const std::uint8_t> bytes, bool legacy) {
+    M& member = static_cast<R&>(owner).*kMember;
+    if constexpr (HasShortWay<M>) {
+      const PlainItem item = plainItem(bytes, identifierOctet(Leaf<M>::kTag.word(legacy)));
+      return item.found && Leaf<M>::take(member, row.bounds, item.content)
+                 ? kPlainHeader + item.content.size()
+                 : 0;
+    } else {
+      return Wire<M>::take(member, bytes, legacy);
+    }
   }
   static std::uint8_t* put(const Field& row, const Record& owner, std::uint8_t* at, bool legacy) {
     return Leaf<M>::put(at, static_cast<const R&>(owner).*kMember, row.bounds, legacy);
@@ -697,10 +768,59 @@ consteval Field field(std::string_view name, Bounds bounds = {}) {
   if constexpr (HasShortWay<Type>) {
     row.take = &Access<kMember>::take;
     row.put = &Access<kMember>::put;
-    row.octets[0] = identifierOctet(Leaf<Type>::kTag.current);
-    row.octets[1] = identifierOctet(Leaf<Type>::kTag.legacy);
+  } else if constexpr (TakenWhole<Type>) {
+    row.take = &Access<kMember>::take;
   }
   return row;
+}
+
+// Takes the fields of a record from the front of bytes; count says how many. Known at compile time, they cost
+// no calls through the rows.
+template <class T, std::size_t... kIndex>
+std::size_t takeRows(T& record, std::span<const std::uint8_t> bytes, bool legacy, std::size_t& count,
+                     std::index_sequence<kIndex...>) {
+  std::size_t taken = 0;
+  [[maybe_unused]] const auto takeRow = [&]<std::size_t kRow>(std::integral_constant<std::size_t, kRow>) {
+    constexpr TakeItem kTake = T::kSchema.fields[kRow].take;
+    if constexpr (kTake == nullptr) {
+      return false;
+    } else {
+      const std::size_t size = kTake(T::kSchema.fields[kRow], record, bytes.subspan(taken), legacy);
+      taken += size;
+      count += size != 0 ? 1 : 0;
+      return size != 0;
+    }
+  };
+  (void)(takeRow(std::integral_constant<std::size_t, kIndex>()) && ...);
+  return taken;
+}
+
+template <class T>
+std::size_t takeWhole(T& record, std::span<const std::uint8_t> bytes, bool legacy) {
+  constexpr std::uint8_t kIndefiniteMark = 0x80;
+  constexpr std::size_t kHeader = 2, kEndOfContents = 2;
+  if (bytes.size() < kHeader || bytes[0] != identifierOctet(T::kSchema.tag.word(legacy)) ||
+      bytes[1] > kIndefiniteMark) {
+    return 0;
+  }
+  const bool indefinite = bytes[1] == kIndefiniteMark;
+  const std::size_t length = indefinite ? bytes.size() - kHeader : bytes[1];
+  if (bytes.size() - kHeader < length) {
+    return 0;
+  }
+  const std::span<const std::uint8_t> content = bytes.subspan(kHeader, length);
+  std::size_t count = 0;
+  const std::size_t taken =
+      takeRows(record, content, legacy, count, std::make_index_sequence<T::kSchema.fields.size()>());
+  const std::span<const std::uint8_t> rest = content.subspan(taken);
+  if (count < T::kSchema.required) {
+    return 0;
+  }
+  if (indefinite) {
+    const bool ended = rest.size() >= kEndOfContents && rest[0] == 0 && rest[1] == 0;
+    return ended ? kHeader + taken + kEndOfContents : 0;
+  }
+  return rest.empty() ? kHeader + taken : 0;
 }
 
 }  // namespace protocol
