@@ -676,7 +676,7 @@ struct RecordElements {
     } else {
       L& list = of(container);
       std::size_t taken = 0;
-      for (;;) {
+      while (taken < bytes.size() && bytes[taken] == identifierOctet(T::kSchema.tag.word(legacy))) {
         const std::size_t size = takeWhole(list.emplace_back(), bytes.subspan(taken), legacy);
         if (size == 0) {
           list.pop_back();
@@ -685,6 +685,7 @@ struct RecordElements {
         taken += size;
         ++index;
       }
+      return taken;
     }
   }
   static bool equal(const void* a, const void* b) { return equalLists(Self::kNest, a, b); }
