@@ -127,33 +127,26 @@ TimeText::TimeText(std::string format, const TimeZone& zone) : format_(std::move
 }
 
 std::string_view TimeText::of(std::int32_t time) {
-  std::size_t place = 0;
-  while (place < memos_.size() && !(memos_[place].filled && memos_[place].time == time)) {
-    ++place;
+  if (!filled_ || time != time_) {
+    filled_ = false;  // should the conversion fail
+    length_ = format(time);
+    time_ = time;
+    filled_ = true;
   }
-  if (place == memos_.size()) {
-    place = oldest_;
-    Memo& memo = memos_[place];
-    memo.filled = false;  // should the conversion fail
-    memo.length = format(time, memo.text);
-    memo.time = time;
-    memo.filled = true;
-  }
-  oldest_ = 1 - place;
-  return {memos_[place].text.data(), memos_[place].length};
+  return {text_.data(), length_};
 }
 
-std::size_t TimeText::format(std::int32_t time, std::array<char, kLongest + 1>& text) {
-  char* const begin = text.data();
+std::size_t TimeText::format(std::int32_t time) {
+  char* const text = text_.data();
   if (form_ == Form::seconds) {
-    return static_cast<std::size_t>(putUint(begin, static_cast<std::uint32_t>(time)) - begin);
+    return static_cast<std::size_t>(putUint(text, static_cast<std::uint32_t>(time)) - text);
   }
   const std::tm& fields = calendar_.breakDown(static_cast<std::uint64_t>(time));
   if (form_ == Form::standard) {
-    return static_cast<std::size_t>(putStandard(begin, fields) - begin);
+    return static_cast<std::size_t>(putStandard(text, fields) - text);
   }
   // 0 also stands for an empty text; what the buffer holds then is undefined.
-  return std::strftime(begin, text.size(), format_.c_str(), &fields);
+  return std::strftime(text, text_.size(), format_.c_str(), &fields);
 }
 
 void printCsvHeader(Output& output, const DataInterval& interval) {

@@ -22,26 +22,22 @@ class TimeText {
   // format is strftime's; "%s" alone gives plain seconds. A text of more than kLongest bytes comes out empty.
   TimeText(std::string format, const TimeZone& zone);
 
-  // The text of a time, valid until the call after the next. Throws as breakDownTime does, for any time
-  // before 1970.
+  // The text of a time, valid until the next call. Throws as breakDownTime does, for any time before 1970.
   std::string_view of(std::int32_t time);
 
  private:
   enum class Form { seconds, standard, custom };
-  struct Memo {
-    std::int32_t time = 0;
-    bool filled = false;
-    std::size_t length = 0;
-    std::array<char, kLongest + 1> text;  // strftime adds a zero
-  };
 
-  std::size_t format(std::int32_t time, std::array<char, kLongest + 1>& text);
+  std::size_t format(std::int32_t time);
 
   std::string format_;
   Form form_ = Form::custom;
   Calendar calendar_;
-  std::array<Memo, 2> memos_;
-  std::size_t oldest_ = 0;  // the memo that gives way to the next new time
+  // What was asked for last, once there is something.
+  bool filled_ = false;
+  std::int32_t time_ = 0;
+  std::size_t length_ = 0;
+  std::array<char, kLongest + 1> text_;  // strftime adds a zero
 };
 
 // The header of the entry's kind; nothing for a kind without a CSV form.

@@ -137,6 +137,8 @@ TEST(CsvOutput, FormatsOfTimes) {
   EXPECT_EQ(textOf<error::ESystemError>([&] { printCsvRow(output, times, row); }),
             "Couldn't get localtime for time 18446744073709551615");
   EXPECT_EQ(output.text(), "");  // nor is there half a line
+  row.data.emplace<DataIntervalEnum>().begin = -1;
+  EXPECT_THROW(printCsvRow(output, times, row), error::ESystemError);
   row.data.emplace<DataIntervalIncident>().text = std::string(65536, 'x');
   printCsvRow(output, times, row);
   EXPECT_EQ(output.text(), "1970-01-01 00:00:00,0,\"" + std::string(65536, 'x') + "\"\n");
