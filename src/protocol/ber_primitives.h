@@ -24,6 +24,12 @@ T integerFrom(std::span<const std::uint8_t> content) {
     return std::numeric_limits<T>::is_signed ? static_cast<T>(static_cast<std::int8_t>(content.front()))
                                              : static_cast<T>(content.front());
   }
+  if (content.size() == 4) {  // and times
+    const std::uint32_t bits = std::uint32_t{content[0]} << 24U | std::uint32_t{content[1]} << 16U |
+                               std::uint32_t{content[2]} << 8U | content[3];
+    return std::numeric_limits<T>::is_signed ? static_cast<T>(static_cast<std::int32_t>(bits))
+                                             : static_cast<T>(bits);
+  }
   const bool negative = std::numeric_limits<T>::is_signed && !content.empty() && content.front() >= 0x80;
   std::uint64_t bits = negative ? ~std::uint64_t{0} : 0;
   for (const std::uint8_t byte : content) {

@@ -47,6 +47,9 @@ void BufferIo::flush() {
 
 std::size_t BufferIo::read(std::uint8_t* bytes, std::size_t capacity) {
   if (readCursor_ == readEnd_) {
+    if (capacity >= kSize) {  // a detour through the buffer would save no call
+      return lower_->read(bytes, capacity);
+    }
     readCursor_ = readEnd_ = readBuffer_.get();
     readEnd_ += lower_->read(readBuffer_.get(), kSize);
   }
