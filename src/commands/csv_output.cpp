@@ -1,6 +1,7 @@
 #include "commands/csv_output.h"
 
 #include <algorithm>
+#include <cstring>
 #include <ctime>
 #include <utility>
 
@@ -37,14 +38,14 @@ char* putStandard(char* to, const std::tm& fields) {
 
 // ---- The columns of each kind, put into room that is large enough ----
 
-constexpr std::size_t kRowRoom = 2 * TimeText::kLongest + 5 * kNumberRoom + 16;
+constexpr std::size_t kRowRoom = 2 * TimeText::kRoom + 5 * kNumberRoom + 16;
 
 char* putText(char* to, std::string_view text) { return std::copy(text.begin(), text.end(), to); }
 
 char* putSpan(char* to, TimeText& times, std::int32_t begin, std::int32_t end) {
-  to = putText(to, times.of(begin));
+  to = times.put(to, begin);
   *to = ',';
-  return putText(to + 1, times.of(end));
+  return times.put(to + 1, end);
 }
 
 char* putColumn(char* to, double value) {
@@ -60,7 +61,7 @@ char* putColumn(char* to, std::uint32_t value) {
 std::size_t roomFor(const DataIntervalIncident& incident) { return kRowRoom + incident.text.size(); }
 
 char* putColumns(char* to, TimeText& times, const DataIntervalIncident& incident) {
-  to = putText(to, times.of(incident.time));
+  to = times.put(to, incident.time);
   *to = ',';
   to = putInt(to + 1, static_cast<std::int32_t>(incident.severity));
   to = putText(to, ",\"");
@@ -126,14 +127,19 @@ TimeText::TimeText(std::string format, const TimeZone& zone) : format_(std::move
   }
 }
 
-std::string_view TimeText::of(std::int32_t time) {
+char* TimeText::put(char* to, std::int32_t time) {
   if (!filled_ || time != time_) {
     filled_ = false;  // should the conversion fail
     length_ = format(time);
     time_ = time;
     filled_ = true;
   }
-  return {text_.data(), length_};
+  constexpr std::size_t kMost = 32;
+  std::memcpy(to, text_.data(), kMost);  // of fixed length, which takes no call
+  if (length_ > kMost) {
+    std::memcpy(to, text_.data(), length_);
+  }
+  return to + length_;
 }
 
 std::size_t TimeText::format(std::int32_t time) {
