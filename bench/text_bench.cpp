@@ -73,13 +73,15 @@ BENCHMARK_CAPTURE(readReals, allDigits, printed<kAllDigits>);
 
 void putTime(benchmark::State& state) {
   TimeText times(std::string(kDefaultTimeFormat), kLocal);
-  convertAll(state, someTime, [&](std::int32_t time) { return times.of(time).size(); });
+  char room[TimeText::kRoom];
+  convertAll(state, someTime, [&](std::int32_t time) { return *times.put(room, time); });
 }
 BENCHMARK(putTime);
 
 std::string someTimeText(int i) {
   TimeText times(std::string(kDefaultTimeFormat), kLocal);
-  return std::string(times.of(someTime(i)));
+  char room[TimeText::kRoom];
+  return {room, times.put(room, someTime(i))};
 }
 
 void readTime(benchmark::State& state) {

@@ -3,6 +3,7 @@
 #include "foundation/time_zone.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <ctime>
 
@@ -54,8 +55,11 @@ void checkTime(const TimeZone& zone, std::int64_t time) {
   }
   const auto narrow = static_cast<std::int32_t>(time & 0x7fffffff);
   const std::string format(kDefaultTimeFormat);
-  TimeText standard(format, zone), custom(format + " ", zone);
-  require(std::string(standard.of(narrow)) + " " == custom.of(narrow), "strftime");
+  const auto printed = [&](const std::string& wanted) {
+    std::array<char, TimeText::kRoom> room;
+    return std::string(room.data(), TimeText(wanted, zone).put(room.data(), narrow));
+  };
+  require(printed(format) + " " == printed(format + " "), "strftime");
 }
 
 // Fields out of their range carry over as they do in UTC. -1 counts as a failure, in the C library too.

@@ -1,6 +1,7 @@
 #include "commands/csv_output.h"
 
 #include <algorithm>
+#include <cstring>
 #include <ctime>
 #include <utility>
 
@@ -37,14 +38,14 @@ char* putStandard(char* to, const std::tm& fields) {
 
 // ---- The columns of each kind, put into room that is large enough ----
 
-constexpr std::size_t kRowRoom = 2 * TimeText::kLongest + 5 * kNumberRoom + 16;
+constexpr std::size_t kRowRoom = 2 * TimeText::kRoom + 5 * kNumberRoom + 16;
 
 char* putText(char* to, std::string_view text) { return std::copy(text.begin(), text.end(), to); }
 
 char* putSpan(char* to, TimeText& times, std::int32_t begin, std::int32_t end) {
-  to = putText(to, times.of(begin));
+  to = times.put(to, begin);
   *to = ',';
-  return putText(to + 1, times.of(end));
+  return times.put(to + 1, end);
 }
 
 char* putColumn(char* to, double value) {
@@ -60,7 +61,7 @@ char* putColumn(char* to, std::uint32_t value) {
 std::size_t roomFor(const DataIntervalIncident& incident) { return kRowRoom + incident.text.size(); }
 
 char* putColumns(char* to, TimeText& times, const DataIntervalIncident& incident) {
-  to = putText(to, times.of(incident.time));
+  to = times.put(to, incident.time);
   *to = ',';
   to = putInt(to + 1, static_cast<std::int32_t>(incident.severity));
   to = putText(to, ",\"");
@@ -126,34 +127,32 @@ TimeText::TimeText(std::string format, const TimeZone& zone) : format_(std::move
   }
 }
 
-std::string_view TimeText::of(std::int32_t time) {
-  std::size_t place = 0;
-  while (place < memos_.size() && !(memos_[place].filled && memos_[place].time == time)) {
-    ++place;
+char* TimeText::put(char* to, std::int32_t time) {
+  if (!filled_ || time != time_) {
+    filled_ = false;  // should the conversion fail
+    length_ = format(time);
+    time_ = time;
+    filled_ = true;
   }
-  if (place == memos_.size()) {
-    place = oldest_;
-    Memo& memo = memos_[place];
-    memo.filled = false;  // should the conversion fail
-    memo.length = format(time, memo.text);
-    memo.time = time;
-    memo.filled = true;
+  constexpr std::size_t kMost = 32;
+  std::memcpy(to, text_.data(), kMost);  // of fixed length, which takes no call
+  if (length_ > kMost) {
+    std::memcpy(to, text_.data(), length_);
   }
-  oldest_ = 1 - place;
-  return {memos_[place].text.data(), memos_[place].length};
+  return to + length_;
 }
 
-std::size_t TimeText::format(std::int32_t time, std::array<char, kLongest + 1>& text) {
-  char* const begin = text.data();
+std::size_t TimeText::format(std::int32_t time) {
+  char* const text = text_.data();
   if (form_ == Form::seconds) {
-    return static_cast<std::size_t>(putUint(begin, static_cast<std::uint32_t>(time)) - begin);
+    return static_cast<std::size_t>(putUint(text, static_cast<std::uint32_t>(time)) - text);
   }
   const std::tm& fields = calendar_.breakDown(static_cast<std::uint64_t>(time));
   if (form_ == Form::standard) {
-    return static_cast<std::size_t>(putStandard(begin, fields) - begin);
+    return static_cast<std::size_t>(putStandard(text, fields) - text);
   }
   // 0 also stands for an empty text; what the buffer holds then is undefined.
-  return std::strftime(begin, text.size(), format_.c_str(), &fields);
+  return std::strftime(text, text_.size(), format_.c_str(), &fields);
 }
 
 void printCsvHeader(Output& output, const DataInterval& interval) {

@@ -17,31 +17,28 @@ inline constexpr std::string_view kDefaultTimeFormat = "%Y-%m-%d %H:%M:%S";
 // Formats times; keeps what neighbouring rows share: a row usually begins where the one before it ended.
 class TimeText {
  public:
-  static constexpr std::size_t kLongest = 255;
+  static constexpr std::size_t kRoom = 256;
 
-  // format is strftime's; "%s" alone gives plain seconds. A text of more than kLongest bytes comes out empty.
+  // format is strftime's; "%s" alone gives plain seconds. A text of kRoom bytes or more comes out empty.
   TimeText(std::string format, const TimeZone& zone);
 
-  // The text of a time, valid until the call after the next. Throws as breakDownTime does, for any time
+  // Puts the text of a time into kRoom bytes and returns its end. Throws as breakDownTime does, for any time
   // before 1970.
-  std::string_view of(std::int32_t time);
+  char* put(char* to, std::int32_t time);
 
  private:
   enum class Form { seconds, standard, custom };
-  struct Memo {
-    std::int32_t time = 0;
-    bool filled = false;
-    std::size_t length = 0;
-    std::array<char, kLongest + 1> text;  // strftime adds a zero
-  };
 
-  std::size_t format(std::int32_t time, std::array<char, kLongest + 1>& text);
+  std::size_t format(std::int32_t time);
 
   std::string format_;
   Form form_ = Form::custom;
   Calendar calendar_;
-  std::array<Memo, 2> memos_;
-  std::size_t oldest_ = 0;  // the memo that gives way to the next new time
+  // What was asked for last, once there is something.
+  bool filled_ = false;
+  std::int32_t time_ = 0;
+  std::size_t length_ = 0;
+  std::array<char, kRoom> text_{};
 };
 
 // The header of the entry's kind; nothing for a kind without a CSV form.

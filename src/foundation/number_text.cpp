@@ -27,12 +27,20 @@ std::uint64_t eightDigits(std::uint32_t number) {
   return tens | (pairs - 10 * tens) << 8;
 }
 
-// Stores the lowest byte first.
+// In words, the byte that comes first in memory is the lowest.
+std::uint64_t inOrder(std::uint64_t word) {
+  return std::endian::native == std::endian::big ? __builtin_bswap64(word) : word;
+}
+
 void putWord(char* to, std::uint64_t word) {
-  if constexpr (std::endian::native == std::endian::big) {
-    word = __builtin_bswap64(word);
-  }
+  word = inOrder(word);
   std::memcpy(to, &word, sizeof word);
+}
+
+std::uint64_t wordAt(const char* from) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, from, sizeof word);
+  return inOrder(word);
 }
 
 // Below 10^8, without leading zeros.
@@ -182,6 +190,10 @@ char* putGeneral(char* to, const Decimal& decimal) {
 }  // namespace
 
 char* putUint(char* to, std::uint32_t value) {
+  if (value < 10) {  // as most counts are
+    *to = static_cast<char>('0' + value);
+    return to + 1;
+  }
   if (value < kTenToThe8) {
     return putShort(to, value);
   }
@@ -254,6 +266,50 @@ const char* takeExponent(const char* at, const char* end, int& exponent) {
   return stop;
 }
 
+// What eightDigits has taken apart.
+std::uint32_t numberOf(std::uint64_t digits) {
+  constexpr std::uint64_t kPairs = 0xff'0000'00ff;
+  const std::uint64_t pairs = digits * 10 + (digits >> 8);
+  const std::uint64_t even = (pairs & kPairs) * (1'000'000ULL << 32 | 100);
+  const std::uint64_t odd = (pairs >> 16 & kPairs) * (10'000ULL << 32 | 1);
+  return static_cast<std::uint32_t>((even + odd) >> 32);
+}
+
+// number * 10^exponent. A whole number up to 2^53 is a double, and so is a power of ten up to 10^22; their
+// quotient or product is rounded once, as it should be.
+double scaled(std::uint64_t number, int exponent) {
+  const auto whole = static_cast<double>(number);
+  return exponent < 0 ? whole / realPower(-exponent) : whole * realPower(exponent);
+}
+
+// A number as putScientific writes it, which is how the wire has its reals: "3.540920e+01". False for any
+// other.
+bool readScientific(const char* begin, const char* end, double& value) {
+  const bool negative = begin != end && *begin == '-';
+  const char* const text = begin + (negative ? 1 : 0);
+  if (end - text != 12) {
+    return false;
+  }
+  const std::uint64_t digits =
+      wordAt(text) - 0x3030'3030'3030'2e30;  // less "0.000000", which leaves digits and a 0
+  const std::uint64_t others = (digits | (digits + 0x7676'7676'7676'7676)) & 0x8080'8080'8080'8080;
+  const int tens = text[10] - '0', ones = text[11] - '0';
+  const bool down = text[9] == '-';
+  if (others != 0 || (digits & 0xff00) != 0 || text[8] != 'e' || (text[9] != '+' && !down) || tens < 0 ||
+      tens > 9 || ones < 0 || ones > 9) {
+    return false;
+  }
+  const int power = tens * 10 + ones;
+  const int exponent = (down ? -power : power) - 6;
+  if (exponent < -kHighestReal || exponent > kHighestReal) {
+    return false;
+  }
+  const double magnitude =
+      scaled(numberOf((digits & ~std::uint64_t{0xffff}) | (digits & 0xff) << 8), exponent);
+  value = negative ? -magnitude : magnitude;
+  return true;
+}
+
 bool readAnyDecimal(const char* begin, const char* end, double& value) {
   double read = 0;
   const auto [stop, fault] = std::from_chars(begin, end, read);
@@ -266,8 +322,6 @@ bool readAnyDecimal(const char* begin, const char* end, double& value) {
 
 }  // namespace
 
-// A whole number up to 2^53 is a double, and so is a power of ten up to 10^22; their quotient or product is
-// rounded once, as it should be.
 const char* takeDecimal(const char* begin, const char* end, double& value) {
   const bool negative = begin != end && *begin == '-';
   const char* const first = begin + (negative ? 1 : 0);
@@ -286,13 +340,15 @@ const char* takeDecimal(const char* begin, const char* end, double& value) {
       exponent > kHighestReal) {
     return nullptr;
   }
-  const auto whole = static_cast<double>(number);
-  const double magnitude = exponent < 0 ? whole / realPower(-exponent) : whole * realPower(exponent);
+  const double magnitude = scaled(number, exponent);
   value = negative ? -magnitude : magnitude;
   return at;
 }
 
 bool readDecimal(const char* begin, const char* end, double& value) {
+  if (readScientific(begin, end, value)) {
+    return true;
+  }
   double read = 0;
   if (takeDecimal(begin, end, read) != end) {
     return readAnyDecimal(begin, end, value);

@@ -121,14 +121,18 @@ TEST(CsvInput, LinesMeanTheSameTheShortWayAndTheLong) {
 }
 
 TEST(CsvOutput, FormatsOfTimes) {
-  const std::string letters(TimeText::kLongest - 10, 'x');
+  const std::string letters(TimeText::kRoom - 11, 'x');
   for (const auto& [format, text] : {std::pair<std::string, std::string>("%s", "1048551903"),
                                      {std::string(kDefaultTimeFormat), "2003-03-25 00:25:03"},
                                      {"%A %j %Z", "Tuesday 084 GMT"},
                                      {letters + "%s", letters + "1048551903"},
                                      {letters + "-%s", ""}}) {
-    TimeText times(format, kGreenwich);
-    EXPECT_TRUE(times.of(0) != text && times.of(1048551903) == text && times.of(1048551903) == text) << text;
+    TimeText texts(format, kGreenwich);
+    char room[TimeText::kRoom];
+    texts.put(room, 0);
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_EQ(std::string(room, texts.put(room, 1048551903)), text);
+    }
   }
   TimeText times(std::string(kDefaultTimeFormat), kGreenwich);
   TextOutput output;
@@ -137,6 +141,8 @@ TEST(CsvOutput, FormatsOfTimes) {
   EXPECT_EQ(textOf<error::ESystemError>([&] { printCsvRow(output, times, row); }),
             "Couldn't get localtime for time 18446744073709551615");
   EXPECT_EQ(output.text(), "");  // nor is there half a line
+  row.data.emplace<DataIntervalEnum>().begin = -1;
+  EXPECT_THROW(printCsvRow(output, times, row), error::ESystemError);
   row.data.emplace<DataIntervalIncident>().text = std::string(65536, 'x');
   printCsvRow(output, times, row);
   EXPECT_EQ(output.text(), "1970-01-01 00:00:00,0,\"" + std::string(65536, 'x') + "\"\n");

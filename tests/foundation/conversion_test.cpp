@@ -150,8 +150,33 @@ TEST(Conversion, DecimalsAreReadAsByTheCLibrary) {
         "1.7976931348623157e308", "00000000000000000001", "12345678901234567890e-5"}) {
     EXPECT_TRUE(reads(printed("%s", text))) << text;
   }
-  for (const char* text : {"", "-", ".", "-.", "e5", "1e", "1e+", "+1", " 1", "1 ", "1,5", "--1", "1.2.3",
-                           "0x10", "1e5.", "inf", "-nan", "1e999", "-1e-999"}) {
+  for (const char* text : {"",
+                           "-",
+                           ".",
+                           "-.",
+                           "e5",
+                           "1e",
+                           "1e+",
+                           "+1",
+                           " 1",
+                           "1 ",
+                           "1,5",
+                           "--1",
+                           "1.2.3",
+                           ":.540920e+01",
+                           "3:540920e+01",
+                           "3.54/920e+01",
+                           "3.54092:e+01",
+                           "3.540920f+01",
+                           "3.540920e*01",
+                           "3.540920e+:1",
+                           "3.540920e+0/",
+                           "0x10",
+                           "1e5.",
+                           "inf",
+                           "-nan",
+                           "1e999",
+                           "-1e-999"}) {
     double value = 7;
     EXPECT_TRUE(!readDecimal(text, text + std::strlen(text), value) && value == 7) << text;
   }
