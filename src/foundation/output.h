@@ -48,7 +48,7 @@ class Output {
   void flush();
 
  protected:
-  static constexpr std::size_t kBlock = 65536;
+  static constexpr std::size_t kBlock = 262144;
 
   // Writes all of it or throws.
   virtual void drain(std::string_view block) = 0;
