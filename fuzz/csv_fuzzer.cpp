@@ -42,7 +42,7 @@ std::string print(const dataquery::Intervals& rows, std::string_view format) {
   TextOutput output;
   TimeText times(std::string(format), kGreenwich);
   for (const auto& row : rows) {
-    printCsvRow(output, times, *row);
+    printCsvRow(output, times, row);
   }
   return output.text();
 }
@@ -51,7 +51,7 @@ dataquery::Intervals read(const std::string& text, std::size_t piece, const Data
   TextInput input(text, piece);
   auto rows = readCsvLines(input, pattern, kGreenwich);
   for (auto& row : rows) {
-    round(row->data.as<DataIntervalSawtooth>()) || round(row->data.as<DataIntervalContinuous>());
+    round(row.data.as<DataIntervalSawtooth>()) || round(row.data.as<DataIntervalContinuous>());
   }
   return rows;
 }
@@ -65,11 +65,11 @@ void checkPrinting(const dataquery::Intervals& rows, const DataInterval& pattern
   auto again = read(text, text.size() + 1, pattern);
   require(again.size() == rows.size(), "as many rows are read as were printed");
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (auto* incident = again[i]->data.as<DataIntervalIncident>()) {  // the quotes stay part of the text
+    if (auto* incident = again[i].data.as<DataIntervalIncident>()) {  // the quotes stay part of the text
       incident->text = incident->text.substr(1, incident->text.size() - 2);
     }
-    const bool hasNan = !(*rows[i]->clone() == *rows[i]);
-    require(hasNan || *again[i] == *rows[i], "what was printed reads back the same");
+    const bool hasNan = !(*rows[i].clone() == rows[i]);
+    require(hasNan || again[i] == rows[i], "what was printed reads back the same");
   }
 }
 
