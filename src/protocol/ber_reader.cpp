@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "foundation/assertion.h"
+#include "foundation/heap.h"
 #include "protocol/ber_error.h"
 #include "protocol/tag.h"
 
@@ -79,6 +80,9 @@ void BerReader::read() {
     return;  // what is complete comes first; a lasting fault will show again
   }
   feed(std::span(chunk).first(count));
+  if (count == kChunkSize) {  // there is more to come
+    platform_populate_heap();
+  }
 }
 
 // The first bytes decide on the tag set. They are parsed once the decision stands.
