@@ -31,17 +31,17 @@ TEST(Output, TravelsInBlocksUnlessInteractive) {
   for (MemoryOutput* output : {&file, &terminal}) {
     output->write("one");
     output->endLine();
-    output->write(std::string(65533, 'x'));
+    output->write(std::string(262140, 'x'));
   }
-  EXPECT_EQ(file.blocks, std::vector{"one\n" + std::string(65533, 'x')});
+  EXPECT_EQ(file.blocks, std::vector{"one\n" + std::string(262140, 'x')});
   EXPECT_EQ(terminal.blocks, std::vector<std::string>{"one\n"});
   for (MemoryOutput* output : {&file, &terminal}) {
-    const std::string line(70000, 'y');
+    const std::string line(300000, 'y');
     output->room(1000);  // and nothing comes of it
     output->endLine(std::copy(line.begin(), line.end(), output->room(line.size() + 1)));
   }
-  EXPECT_EQ(file.blocks.back(), std::string(70000, 'y') + "\n");
-  EXPECT_EQ(terminal.blocks.back(), std::string(65533, 'x') + std::string(70000, 'y') + "\n");
+  EXPECT_EQ(file.blocks.back(), std::string(300000, 'y') + "\n");
+  EXPECT_EQ(terminal.blocks.back(), std::string(262140, 'x') + std::string(300000, 'y') + "\n");
   terminal.write("z");
   terminal.broken = true;
   EXPECT_EQ(textOf<error::ESystemError>([&] { terminal.flush(); }), "broken");
