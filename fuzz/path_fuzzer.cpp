@@ -16,7 +16,8 @@ Names split(const std::string& text, char delimiter) {
 }
 
 void checkNames(const Names& names, char delimiter) {
-  require(split(joinEscaped(names, delimiter), delimiter) == names, "splitting undoes joining");
+  const std::vector<std::string> elements(names.begin(), names.end());
+  require(split(joinEscaped(elements, delimiter), delimiter) == names, "splitting undoes joining");
 }
 
 void checkLiteral(const std::string& text) {
