@@ -1,6 +1,9 @@
 #include <benchmark/benchmark.h>
 
 #include <span>
+#include <string>
+#include <type_traits>
+#include <vector>
 
 #include "allocations.h"
 #include "protocol/ber_reader.h"
@@ -51,5 +54,44 @@ void writeSeries(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<std::int64_t>(size) * state.iterations());
 }
 BENCHMARK(writeSeries)->Unit(benchmark::kMillisecond);
+
+// One primitive through its view; plain ones in a record take less.
+template <class T>
+void decodePrimitive(benchmark::State& state, std::vector<std::uint8_t> content) {
+  T member{};
+  const protocol::Bounds bounds = protocol::upTo(2048);
+  std::uint64_t allocations = 0;
+  for (auto _ : state) {
+    const std::uint64_t before = allocationCount();
+    if constexpr (std::is_same_v<T, std::string>) {
+      member.clear();
+    }
+    auto view = protocol::Leaf<T>::view(&member, bounds);
+    view.setLength(content.size());
+    view.addData(content.data(), content.size());
+    view.readDone();
+    benchmark::DoNotOptimize(member);
+    allocations += allocationCount() - before;
+  }
+  state.counters["allocs"] = static_cast<double>(allocations) / static_cast<double>(state.iterations());
+}
+
+const std::vector<std::uint8_t> kText(12, 'x');
+const std::vector<std::uint8_t> kReal{0, '3', '.', '5', '4', '0', '9', '2', '0', 'e', '+', '0', '1'};
+
+void decodeBoolean(benchmark::State& state) { decodePrimitive<bool>(state, {1}); }
+BENCHMARK(decodeBoolean);
+void decodeInteger(benchmark::State& state) { decodePrimitive<std::int32_t>(state, {7}); }
+BENCHMARK(decodeInteger);
+void decodeUnsigned(benchmark::State& state) { decodePrimitive<std::uint32_t>(state, {0x07, 0x53}); }
+BENCHMARK(decodeUnsigned);
+void decodeEnumerated(benchmark::State& state) { decodePrimitive<protocol::RelOperator>(state, {3}); }
+BENCHMARK(decodeEnumerated);
+void decodeReal(benchmark::State& state) { decodePrimitive<double>(state, kReal); }
+BENCHMARK(decodeReal);
+void decodeString(benchmark::State& state) { decodePrimitive<std::string>(state, kText); }
+BENCHMARK(decodeString);
+void decodeBigNum(benchmark::State& state) { decodePrimitive<BigNum>(state, {1, 2, 3, 4, 5, 6, 7, 8}); }
+BENCHMARK(decodeBigNum);
 
 }  // namespace

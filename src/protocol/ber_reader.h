@@ -98,7 +98,7 @@ class BerReader final : public GenericLayer {
   std::unique_ptr<BasicIo> stream_;
   State state_ = State::tag;
   std::unique_ptr<protocol::BerValue> message_;  // in progress
-  std::vector<StackEntry> stack_;                // from message_ inwards
+  std::deque<StackEntry> stack_;                 // from message_ inwards; a vector would copy deep ones
   protocol::FieldSlot slot_;
   protocol::BerPrimitive* primitive_ = nullptr;  // in progress
   std::uint32_t tag_ = 0;

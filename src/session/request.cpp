@@ -1,7 +1,5 @@
 #include "session/request.h"
 
-#include <vector>
-
 namespace comquery {
 
 void Request::release() {
@@ -10,9 +8,9 @@ void Request::release() {
   }
 }
 
-void keepToTheEnd(Request* request) {
-  static auto& kept = *new std::vector<Request*>;  // stands, and is known, to the end
-  kept.push_back(request);
+void Request::keepToTheEnd(Request* request) {
+  static Request* newest = nullptr;  // from here all can be reached: what is left on purpose is no leak
+  request->keptBefore_ = std::exchange(newest, request);
 }
 
 }  // namespace comquery

@@ -38,6 +38,9 @@ class Request {
   // Gives up a reference; with the last one the request is gone.
   void release();
 
+  // Takes over a reference that is never released.
+  static void keepToTheEnd(Request* request);
+
   State state() const { return state_; }
   void setState(State state) { state_ = state; }
   std::int32_t references() const { return references_; }
@@ -53,10 +56,8 @@ class Request {
   State state_ = State::created;
   std::uint32_t errorCode_ = 0;
   std::int32_t references_ = 1;
+  Request* keptBefore_ = nullptr;
 };
-
-// Takes over a reference that is never released.
-void keepToTheEnd(Request* request);
 
 // The creator's reference to a request.
 template <class T>
@@ -76,7 +77,7 @@ class Held {
 
   // Leaves the request to the end of the process, which gives all memory back at once. Taking a big answer
   // down piece by piece costs a fifth of listing it, and is in vain behind the last use.
-  void keep() { keepToTheEnd(std::exchange(request_, nullptr)); }
+  void keep() { Request::keepToTheEnd(std::exchange(request_, nullptr)); }
 
   T* get() const { return request_; }
   T& operator*() const { return *request_; }
