@@ -83,6 +83,8 @@ TEST(BerReader, RefusesWithReasonAndPlace) {
       {OFFER "61 85", "Length field too long"},
       {"61 80 00 01", "Length field nonzero after zero tag 1"},
       {"61 00", "Got to few fields of constructed value"},
+      {"74 80 02 01 00 A9 80 02 01 01 30 80 30 80 04 00 02 01 05 00 00",
+       "Got to few fields of constructed value"},
       {"61 80 02 80", "Indefinite length on tag 16"},
       {"74 80 02 00 A9 80 02 00 30 80 30 80 04 00 02 00 AD 80",
        "Unexpected tag 109 received in Union Property.this->data, BerReader: Request:2, CallReq:2, "
