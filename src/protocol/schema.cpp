@@ -179,6 +179,7 @@ class WriteWalk {
     }
     const BerValue* element = frame.nest->at(frame.list, frame.element++);
     assertThat(element != nullptr, "(*it) is NULL during BER write");
+    g_rowCount += frame.nest->rows ? 1 : 0;
     open(*element);
   }
 

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "foundation/assertion.h"
+#include "foundation/row_count.h"
 #include "protocol/ber_error.h"
 #include "protocol/ber_primitives.h"
 #include "protocol/ber_value.h"
@@ -68,6 +69,7 @@ struct Nest {
   BerValue* (*add)(void* member, std::unique_ptr<BerValue> value);
   BerValue*& (*last)(void* member);
   void (*dropLast)(void* member);
+  bool rows = false;  // its elements count as rows
 };
 
 using Relation = bool (*)(const void* left, const void* right);
@@ -190,6 +192,13 @@ struct SetOf : std::vector<T> {
   static constexpr Tag kTag = BE_SET;
   static constexpr Bounds kBounds = kElementBounds;
 };
+// Lists whose elements are what users know as rows say so by kRows, and then g_rowCount counts these on their
+// way.
+template <class L>
+inline constexpr bool kHoldsRows = requires {
+  L::kRows;
+};
+
 // A list that may grow long: its records stay where they are when it grows. A shorter one is better off with
 // ListOf, which takes no memory while it is empty.
 template <class T>
@@ -667,6 +676,7 @@ struct RecordElements {
     if (tag != T::kSchema.tag.word(legacy)) {
       refuseTag(T::kSchema.tag, tag, legacy);
     }
+    g_rowCount += kHoldsRows<L> ? 1 : 0;
     return Self::grow(of(container));
   }
   static std::size_t takePlain(void* container, std::uint32_t& index, std::span<const std::uint8_t> bytes,
@@ -676,15 +686,17 @@ struct RecordElements {
     } else {
       L& list = of(container);
       std::size_t taken = 0;
+      const std::uint32_t first = index;
       while (taken < bytes.size() && bytes[taken] == identifierOctet(T::kSchema.tag.word(legacy))) {
         const std::size_t size = takeWhole(list.emplace_back(), bytes.subspan(taken), legacy);
         if (size == 0) {
           list.pop_back();
-          return taken;
+          break;
         }
         taken += size;
         ++index;
       }
+      g_rowCount += kHoldsRows<L> ? index - first : 0;
       return taken;
     }
   }
@@ -710,7 +722,7 @@ struct Elements<L, Owned<T>> : RecordElements<L, T, Elements<L, Owned<T>>> {
   }
   static BerValue*& last(void* member) { return of(member).back().slot(); }
   static void dropLast(void* member) { of(member).pop_back(); }
-  static constexpr Nest kNest{&L::kTag, Elements::count, at, add, last, dropLast};
+  static constexpr Nest kNest{&L::kTag, Elements::count, at, add, last, dropLast, kHoldsRows<L>};
   static constexpr FieldOps kOps{.open = Elements::open, .nest = &kNest};
 };
 
@@ -722,7 +734,7 @@ struct Elements<L, T> : RecordElements<L, T, Elements<L, T>> {
   static BerValue* grow(L& list) { return &list.emplace_back(); }
   static const BerValue* at(const void* member, std::size_t index) { return &of(member)[index]; }
   static void assign(void* to, const void* from) { of(to) = of(from); }
-  static constexpr Nest kNest{&L::kTag, Elements::count, at, nullptr, nullptr, nullptr};
+  static constexpr Nest kNest{&L::kTag, Elements::count, at, nullptr, nullptr, nullptr, kHoldsRows<L>};
   static constexpr FieldOps kOps{.open = Elements::open, .assign = assign, .nest = &kNest};
 };
 
