@@ -17,7 +17,6 @@
 #include <vector>
 
 #include "foundation/assertion.h"
-#include "foundation/row_count.h"
 #include "protocol/ber_error.h"
 #include "protocol/ber_primitives.h"
 #include "protocol/ber_value.h"
@@ -315,6 +314,7 @@ struct ListAccess {
   void (*write)(const void* container, BasicIo&, bool legacy);
   Relation equal;
   Relation less;
+  bool rows = false;  // its elements count as rows
 };
 
 class ListValue final : public BerConstructed {
@@ -676,7 +676,6 @@ struct RecordElements {
     if (tag != T::kSchema.tag.word(legacy)) {
       refuseTag(T::kSchema.tag, tag, legacy);
     }
-    g_rowCount += kHoldsRows<L> ? 1 : 0;
     return Self::grow(of(container));
   }
   static std::size_t takePlain(void* container, std::uint32_t& index, std::span<const std::uint8_t> bytes,
@@ -686,17 +685,15 @@ struct RecordElements {
     } else {
       L& list = of(container);
       std::size_t taken = 0;
-      const std::uint32_t first = index;
       while (taken < bytes.size() && bytes[taken] == identifierOctet(T::kSchema.tag.word(legacy))) {
         const std::size_t size = takeWhole(list.emplace_back(), bytes.subspan(taken), legacy);
         if (size == 0) {
           list.pop_back();
-          break;
+          return taken;
         }
         taken += size;
         ++index;
       }
-      g_rowCount += kHoldsRows<L> ? index - first : 0;
       return taken;
     }
   }
@@ -705,7 +702,8 @@ struct RecordElements {
   static void write(const void* container, BasicIo& io, bool legacy) {
     writeList(Self::kNest, container, io, legacy);
   }
-  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, takePlain, write, equal, less};
+  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, takePlain,
+                                      write,      equal,    less,   kHoldsRows<L>};
   static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
     return openList(row.in(owner), kAccess, tag, legacy);
   }
