@@ -7,7 +7,7 @@ from ber import constructed, integer, integers, real, wire
 from peer import expects, sends
 from server import (BOTH, CHECK_42, GET_DATA, GET_LAST, LIST_DOMAINS, LOGIN, LOOKUP_42, LOOKUP_ROOT, NAME, NODE_42, ROOT, caught,
                     data, incident, interval, misused, refusal, response, select, selected, session, step, thing)
-from tool import SANITIZED, Run, environment, run
+from tool import SANITIZED, WINDOWS, Run, environment, linux, run
 
 LOOKUP_BACKBONE = wire("""74( 020100 A0( 31( 'root' )
     30( 'Domain' 020100 0500
@@ -91,7 +91,8 @@ def test_paths_that_are_not_sent(args, message):
 
 
 def test_very_long_path():
-    count, path = 60000, "a" + ".a" * 59999
+    count = 15000 if WINDOWS else 60000  # a command line of Windows holds 32767 characters
+    path = "a" + ".a" * (count - 1)
     named = "30( 30( 'siblingName' 020106 A0( 'a' ) ) 0A00 )"
     (head, tail), (front, back) = [map(wire, step("Domain", 0, NAME, terms, below="|").split("|")) for terms in ("", named)]
     request = wire("74( 020100 A0( 31( 'root' )") + head + front * count + back * count + tail + wire("020100 ) )")
@@ -100,7 +101,7 @@ def test_very_long_path():
 
 
 def test_very_long_filter(server):
-    terms = '0"' + "&a=1" * 30000 + '&id="0'  # one argument of the command line holds no more
+    terms = '0"' + "&a=1" * (7500 if WINDOWS else 30000) + '&id="0'  # one argument of the command line holds no more
     assert run(*server, *LOGIN, "listdomains", "-i", terms) == caught(f'No Domain found that matches "{terms}"')
 
 
@@ -131,7 +132,7 @@ ENUM_ROW = "300,400,4294967295,7,8\n"
      INCIDENTS + '1970-01-01 00:00:00,0,"a "quoted", text\nof two lines"\n1970-01-01 23:59:59,-1,"\u00e9"\n', ""),
     ("-u", [RAW, OLD_CONTINUOUS], "", UNKNOWN * 2), ("-u", [RAW, ENUM], ENUM_ROW, UNKNOWN), ("-u", [], "", ""),
     ("-u -m 1", [ENUM, NOTE], INCIDENTS + '5,0,"a"\n', ""), ("-u -n 1", [ENUM, RAW], ENUMS + ENUM_ROW, ""),
-    ("-t %s", [NOTE], INCIDENTS + '5,0,"a"\n', ""), ("-t %A,%d%%", [NOTE], INCIDENTS + 'Thursday,01%,0,"a"\n', ""),
+    pytest.param("-t %s", [NOTE], INCIDENTS + '5,0,"a"\n', "", marks=linux("a format of its C library")), ("-t %A,%d%%", [NOTE], INCIDENTS + 'Thursday,01%,0,"a"\n', ""),
     ("-t " + "x" * 255, [NOTE], INCIDENTS + "x" * 255 + ',0,"a"\n', ""), ("-t " + "x" * 256, [NOTE], INCIDENTS + ',0,"a"\n', ""),
     ("-t ", [NOTE], INCIDENTS + ',0,"a"\n', ""),
     ("-u", [incident(5, "0A00", "x" * 65536)], f'{INCIDENTS}5,0,"{"x" * 65536}"\n', ""),
@@ -163,11 +164,15 @@ SELECT_STEPS = [expects(LOOKUP_42), sends(CHECK_42), expects(GET_DATA)]
 LIST_STEPS = [expects(LOOKUP_ROOT), sends(ROOT), expects(LIST_DOMAINS)]
 
 
+NAMED_ZONE = linux("zones by name")
+
+
 def date(zone, *args):
     return subprocess.run(["date", *args], env=environment(zone), stdout=subprocess.PIPE, text=True, check=True).stdout
 
 
-@pytest.mark.parametrize("zone", ["UTC", "Europe/Copenhagen", "America/St_Johns", ":Asia/Kolkata", "GMT5:30", "", None])
+@pytest.mark.parametrize("zone", ["UTC", "CET-1", "GMT5:30", "", None, *[
+    pytest.param(name, marks=NAMED_ZONE) for name in ("Europe/Copenhagen", "America/St_Johns", ":Asia/Kolkata")]])
 def test_time_zones(zone):
     times = [0, 954032399, 954032400, 1000000000, 1100000000, 2147483647]
     start = integer(int(date(zone, "-d", "2003-03-25 00:25:03", "+%s")))
@@ -207,7 +212,7 @@ RANGE = "data out of range in BerIntegerTemplate"
     (TO_REAL + "093D", "Data value exceeds maximum allowed length 61 > 60"),
 ])
 def test_hostile_answers(answer, message):
-    limit = "unlimited" if SANITIZED else "524288"  # KiB; an announced length must not become an allocation
+    limit = "unlimited" if SANITIZED or WINDOWS else "524288"  # KiB; an announced length must not become an allocation
     steps = [*SELECT_STEPS, sends(wire(answer))]
     assert session(SELECT, *steps, shell=f'ulimit -v {limit}; exec "$0" "$@"') == caught(message)
 

@@ -7,7 +7,7 @@ import pytest
 from ber import constructed, string, wire
 from peer import Peer, closes, expects, resets, sends
 from server import (ACK, CLIENT_WANTS, END_OF_STREAM, LOGIN, NEW_SESSION, NEW_SESSION_RESP, OFFERS, RESET, caught, converse)
-from tool import run, run_on_terminal
+from tool import linux, run, run_on_terminal
 
 REFUSED, EXPIRED, WRONG_TYPE = "Wrong username / password", "Session expired", "Protocol error: Wrong type"
 OTHER_VERSION = "Server does not support our version of the protocol"
@@ -93,6 +93,10 @@ def test_unreachable():
     assert (code, out) == (1, "") and err.startswith('Caught error: Error resolving "no such host": ')
 
 
+TERMINAL = linux("its terminals; test_windows.py has the console")
+
+
+@TERMINAL
 @pytest.mark.parametrize("typed, password", [
     ("s3cret\r", "s3cret"), ("\r", ""), ("two words\n", "two words"), ("p" * 63 + "\r", "p" * 63), ("ab\x7fc\r", "ac"),
     ("p" * 64 + "\r", None), ("p" * 200 + "\r", None), ("abc\x03", None), ("\x03", None), ("\x04", None),
@@ -106,6 +110,7 @@ def test_password_prompt(typed, password):
     assert (screen.rstrip("\r\n"), echo, left) == ("Password: ", [False, True], 0)
 
 
+@TERMINAL
 def test_terminal_hangs_up():
     for _ in range(20):  # the end of the terminal and the signal about it come in either order
         assert run_on_terminal(None, "-l", "anna", *LIST)[0] == caught("Error getting password")

@@ -10,7 +10,7 @@ from concurrent.futures import ThreadPoolExecutor
 import pytest
 from ber import integer, item
 from server import ACK, BOTH, CLIENT_WANTS, LOGIN, NEW_SESSION, caught, misused, select, step
-from tool import Run, run, sandbox
+from tool import WINDOWS, Run, run, sandbox
 
 
 @pytest.fixture(scope="module")
@@ -100,7 +100,7 @@ def test_select(ask, tree, tmp_path, server):
     assert kept == rows[rows.index(kept[0]):][:len(kept)] and {*rows[5:-4]} <= {*kept}
     assert all(spans[rows.index(row)][1] >= start and spans[rows.index(row)][0] <= end for row in kept)
     assert ask(*export, "2") == []
-    for zone in ("UTC", "Europe/Copenhagen", "America/St_Johns", "Australia/Lord_Howe"):
+    for zone in ["UTC", *["Europe/Copenhagen", "America/St_Johns", "Australia/Lord_Howe"] * (not WINDOWS)]:  # no names there
         local = zoneinfo.ZoneInfo(zone)
         texts = [[f"{datetime.datetime.fromtimestamp(second, local):%F %T}" for second in span] for span in spans]
         expected = [",".join(text + row.split(",")[2:]) for text, row in zip(texts, rows)]

@@ -1,4 +1,5 @@
-"""Runs the real program: on pipes, behind a line of shell, or with a terminal of its own; and the sandbox."""
+"""Runs the real program: on pipes, behind a line of shell, or with a terminal of its own; and the sandbox. The Windows
+program is started by Wine; its line ends and the system's texts are brought to those of Linux, so that all tables hold."""
 
 import contextlib
 import fcntl
@@ -12,9 +13,25 @@ import subprocess
 import termios
 from typing import NamedTuple
 
+import pytest
+
 TOOL = os.environ["MORVEX_TOOL"]
+LAUNCHER = os.environ.get("MORVEX_LAUNCHER")  # the path of wine64; not set if the system starts the program itself
+WINDOWS = LAUNCHER is not None
+COMMAND = [LAUNCHER, TOOL] if WINDOWS else [TOOL]
 SANITIZED = os.environ.get("MORVEX_SANITIZED") == "1"
 PATIENCE = 300 if SANITIZED else 90  # seconds; a run that takes longer has failed
+
+
+SYSTEM_TEXTS = {  # what Windows says, as Wine has it, and Linux's words for the same
+    "Connection reset by peer. (10054)": "Connection reset by peer (104)",
+    "Connection refused. (10061)": "Connection refused (111)",
+}
+
+
+def linux(reason):
+    """Marks what the Windows program has no counterpart of, or Wine cannot show."""
+    return pytest.mark.skipif(WINDOWS, reason=f"Linux's alone: {reason}")
 
 
 class Run(NamedTuple):
@@ -29,12 +46,23 @@ def environment(zone):
     return env if zone is None else env | {"TZ": zone}
 
 
+def printed(data):
+    """What the program printed. The Windows program must have ended each line as its system does."""
+    shown = data.decode(errors="surrogateescape")
+    if WINDOWS:
+        assert not re.search(r"(?<!\r)\n", shown), shown
+        shown = shown.replace("\r\n", "\n")
+        for theirs, ours in SYSTEM_TEXTS.items():
+            shown = shown.replace(theirs, ours)
+    return shown
+
+
 def run(*args, zone="UTC", shell='exec "$0" "$@"', **streams):
     """The program has no terminal, so that nothing can ask the person who runs the tests."""
     streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | streams
-    done = subprocess.run(["/bin/sh", "-c", shell, TOOL, *args], env=environment(zone), timeout=PATIENCE,
+    done = subprocess.run(["/bin/sh", "-c", shell, *COMMAND, *args], env=environment(zone), timeout=PATIENCE,
                           start_new_session=True, check=False, **streams)
-    return Run(done.returncode, *[(text or b"").decode(errors="surrogateescape") for text in (done.stdout, done.stderr)])
+    return Run(done.returncode, printed(done.stdout or b""), printed(done.stderr or b""))
 
 
 def faulty(rules, redirection=""):

@@ -1,0 +1,105 @@
+"""What is Windows' own: the console, files with its line ends, and its C library. The other tests run there as well."""
+
+import fcntl
+import os
+import pty
+import re
+import select
+import subprocess
+import termios
+import time
+
+import pytest
+from ber import constructed, integers, string
+from peer import Peer, closes, expects, sends
+from server import ACK, CHECK_42, CLIENT_WANTS, GET_DATA, LOOKUP_42, OFFERS, caught, data, incident, interval, session
+from tool import LAUNCHER, PATIENCE, TOOL, Run, environment, printed
+
+NO_PASSWORD = caught("Error getting password")
+
+
+class Console:
+    """A console of Windows, drawn on a terminal. What it shows is told without the terminal's control sequences."""
+
+    def __init__(self, line, folder):
+        self.keyboard, self.terminal = pty.openpty()
+        take = lambda: fcntl.ioctl(self.terminal, termios.TIOCSCTTY, 0)
+        self.shown, self.process = b"", subprocess.Popen(
+            [LAUNCHER, "cmd.exe", "/v:on", "/c", line], cwd=folder, env=environment("UTC") | {"TERM": "xterm"}, preexec_fn=take,
+            start_new_session=True, stdin=self.terminal, stdout=self.terminal, stderr=self.terminal)
+
+    def screen(self):
+        plain = re.sub(rb"\x1b\[(\d*)C", lambda match: b" " * int(match[1] or 1), self.shown)
+        return re.sub(rb"\x1b\[[?\d;]*[A-Za-z]|\r", b"", plain).decode()
+
+    def type(self, prompt, keys):
+        """Types as soon as the prompt stands and the console reads, which it shows by taking the terminal's echo off."""
+        end = time.monotonic() + PATIENCE
+        while not self.screen().endswith(prompt) or termios.tcgetattr(self.terminal)[3] & termios.ECHO:
+            assert time.monotonic() < end, f"no prompt, only {self.shown}"
+            self.take(0.01)
+        os.write(self.keyboard, keys.encode())
+
+    def take(self, patience):
+        while select.select([self.keyboard], [], [], patience)[0]:
+            self.shown += os.read(self.keyboard, 65536)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *failure):
+        self.process.kill()
+        self.process.wait()
+        os.close(self.keyboard)
+        os.close(self.terminal)
+
+
+@pytest.mark.parametrize("typed, password", [
+    ("s3cret\r", "s3cret"), ("\r", ""), ("two words\r", "two words"), ("p" * 62 + "\r", "p" * 62), ("p" * 63 + "\r", "p" * 63),
+    ("ab\x7fc\r", "ac"), ("p" * 64 + "\r", None), ("p" * 200 + "\r", None),
+])
+def test_password_prompt(tmp_path, typed, password):
+    """All streams lead elsewhere. Then the same console reads a word: it must show it, and have kept nothing of the password."""
+    named = string("anna")
+    message = None if password is None else constructed(0x70, string("."), named, string("Morvex Tool"), string(password))
+    steps = None if message is None else [expects(CLIENT_WANTS), sends(OFFERS), expects(ACK + message), closes]
+    with Peer(steps) as peer:
+        command = f"Z:{TOOL} -s 127.0.0.1 -p {peer.port} -l anna listdomains .".replace("/", "\\")
+        line = f"{command} <nul >out 2>err& set code=!errorlevel!& set /p word=Next: & echo [!word!]& exit !code!"
+        with Console(line, tmp_path) as console:
+            console.type("Password: ", typed)
+            console.type("Next: ", "word\r")
+            code = console.process.wait(PATIENCE)
+            console.take(0.1)
+            screen = console.screen()
+    result = Run(code, *[printed((tmp_path / name).read_bytes()) for name in ("out", "err")])
+    assert result == (NO_PASSWORD if password is None else caught("Wrong username / password"))
+    assert screen.rstrip("\n") == "Password: \nNext: word\n[word]"
+
+
+HEAD, ENUM, INCIDENT = "Begin,End,Mask,ngood,nbad\n", interval(0xA4, integers(1, 2, 3, 4, 5)), incident(1, "0A00", "a")
+READS = [expects(LOOKUP_42), sends(CHECK_42), expects(GET_DATA)]
+SELECT = "select -b 100 -e 1000 -i 42".split()
+
+
+def test_line_ends_of_a_file(ask, tmp_path):
+    """Each line of an export ends as on Windows, and those of an import may end either way."""
+    export, there, back = tmp_path / "export", ["select", "-u", "-b", "1", "-e", "5000", ".,scale,enum"], ["insert", ".,scale,enum"]
+    rows = [HEAD, *[f"{time},{time + 1},1,2,3\n" for time in range(5, 2000, 5)]]
+    for number, end in enumerate(("\n", "\r\n")):
+        text = "".join(rows).replace(",1,2,3\n", f",1,2,{number}{end}")
+        export.write_bytes(text.encode())
+        assert ask("-f", str(export), *back) == ask("-f", str(export), *there) == []
+        assert export.read_bytes() == text.replace("\r", "").replace("\n", "\r\n").encode()
+        with open(export, "rb") as file:
+            assert ask(*back, stdin=file) == []
+        assert ask(*there) == text.split()
+
+
+@pytest.mark.parametrize("form, shown", [
+    ("%s", ""), ("%F", ""), ("%", ""), ("%Q%", ""), ("a%Eb", ""), ("%y%", ""), ("%H.%M", "00.00"), ("%#d", "1"),
+])
+def test_formats_of_the_library(form, shown):
+    steps = [*READS, sends(data(1, incident(5, "0A00", "a"), incident(6, "0A00", "b")))]
+    lines = f'Time,Severity,Text\n{shown},0,"a"\n{shown},0,"b"\n'
+    assert session([*SELECT, "-t", form], *steps) == Run(0, lines, "")
