@@ -12,8 +12,8 @@ import time
 import pytest
 from ber import constructed, integers, string
 from peer import Peer, closes, expects, sends
-from server import ACK, CHECK_42, CLIENT_WANTS, GET_DATA, LOOKUP_42, OFFERS, caught, data, incident, interval, session
-from tool import LAUNCHER, PATIENCE, TOOL, Run, environment, printed
+from server import ACK, CHECK_42, CLIENT_WANTS, GET_DATA, LOOKUP_42, LOGIN, OFFERS, caught, data, incident, interval, session
+from tool import LAUNCHER, PATIENCE, TOOL, Run, environment, printed, run, sandbox
 
 NO_PASSWORD = caught("Error getting password")
 
@@ -82,18 +82,20 @@ READS = [expects(LOOKUP_42), sends(CHECK_42), expects(GET_DATA)]
 SELECT = "select -b 100 -e 1000 -i 42".split()
 
 
-def test_line_ends_of_a_file(ask, tmp_path):
-    """Each line of an export ends as on Windows, and those of an import may end either way."""
-    export, there, back = tmp_path / "export", ["select", "-u", "-b", "1", "-e", "5000", ".,scale,enum"], ["insert", ".,scale,enum"]
-    rows = [HEAD, *[f"{time},{time + 1},1,2,3\n" for time in range(5, 2000, 5)]]
-    for number, end in enumerate(("\n", "\r\n")):
-        text = "".join(rows).replace(",1,2,3\n", f",1,2,{number}{end}")
-        export.write_bytes(text.encode())
-        assert ask("-f", str(export), *back) == ask("-f", str(export), *there) == []
-        assert export.read_bytes() == text.replace("\r", "").replace("\n", "\r\n").encode()
-        with open(export, "rb") as file:
-            assert ask(*back, stdin=file) == []
-        assert ask(*there) == text.split()
+def test_line_ends_of_a_file(tmp_path):
+    """Those of an export are the system's, and an import takes either."""
+    file, rows = tmp_path / "rows", lambda end, count: "".join(f"{at},{at + 1},1,2,{count}{end}" for at in range(5, 9000, 5))
+    with sandbox("--rows", "3") as server:
+        ask = lambda *args, **options: run(*server, *LOGIN, *args, **options)
+        export, insert = "select -u -b 1 -e 9999 .,scale,enum".split(), ["insert", ".,scale,enum"]
+        for count, end in enumerate(("\n", "\r\n")):
+            file.write_bytes((HEAD + rows(end, count)).encode())
+            assert ask("-f", str(file), *insert) == ask("-f", str(file), *export) == Run(0, "", "")
+            assert file.read_bytes() == (HEAD + rows("\n", count)).replace("\n", "\r\n").encode()
+            file.write_bytes((HEAD + rows(end, count + 5)).encode())
+            with open(file, "rb") as stream:
+                assert ask(*insert, stdin=stream) == Run(0, "", "")
+            assert ask(*export) == Run(0, HEAD + rows("\n", count + 5), "")
 
 
 @pytest.mark.parametrize("form, shown", [
