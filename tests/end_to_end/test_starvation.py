@@ -6,7 +6,7 @@ from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 from server import LOGIN, caught
-from tool import SANITIZED, Run, faulty, linux, run, sandbox
+from tool import SANITIZED, WINDOWS, Run, faulty, linux, run, sandbox
 
 STRIDE = 1 if os.environ.get("MORVEX_EVERY") == "1" else 5  # the long form leaves nothing out
 UNKNOWN, NO_ZONE = "Caught unknown exception.\n", "Caught error: Couldn't set TZ environment variable\n"
@@ -51,11 +51,13 @@ FULL, CLOSED, TOO_LARGE = [caught(WRITING + text) for text in ("No space left on
 
 @pytest.mark.parametrize("args", PRINTING + TO_FILES)
 def test_output_refused(small, tmp_path, args):
-    ways = [([], "", ">/dev/full", FULL), ([], "", ">&-", CLOSED), ([], "", "<&- >&- 2>&-", Run(1, "", "")),
-            ([], "ulimit -f 0;", f">{tmp_path}/out", TOO_LARGE)]
+    ways = [([], "", ">/dev/full", FULL)]
     if args in TO_FILES:
-        ways += [(["-f", "/dev/full"], "", "", FULL), (["-f", "-"], "", ">/dev/full", FULL), (["-f", ""], "", ">/dev/full", FULL),
-                 (["-f", f"{tmp_path}/out"], "ulimit -f 0;", "", TOO_LARGE)]
+        ways += [(["-f", "/dev/full"], "", "", FULL), (["-f", "-"], "", ">/dev/full", FULL), (["-f", ""], "", ">/dev/full", FULL)]
+    if not WINDOWS:  # Wine's server hangs at a start with closed streams
+        ways += [([], "", ">&-", CLOSED), ([], "", "<&- >&- 2>&-", Run(1, "", "")),
+                 ([], "ulimit -f 0;", f">{tmp_path}/out", TOO_LARGE)]
+        ways += [(["-f", f"{tmp_path}/out"], "ulimit -f 0;", "", TOO_LARGE)] * (args in TO_FILES)
     reader, writer = os.pipe()
     os.close(reader)
     for options, limit, redirection, expected in [*ways, ([], "", "", Run(1, "", ""))]:

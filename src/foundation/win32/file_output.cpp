@@ -23,8 +23,14 @@ constexpr int kStandardOutput = 1, kStandardError = 2;
   throwSystemError(std::string("Error writing output: ") + std::strerror(code));
 }
 
-// Of a write that failed.
-int writeError() { return _doserrno == ERROR_NO_DATA || _doserrno == ERROR_BROKEN_PIPE ? EPIPE : errno; }
+// Of a write that failed. A pipe without a reader has three numbers, and most are an invalid argument to the
+// C library.
+int writeError() {
+  const unsigned long code = _doserrno;
+  const bool abandoned =
+      code == ERROR_NO_DATA || code == ERROR_BROKEN_PIPE || code == ERROR_PIPE_NOT_CONNECTED;
+  return abandoned ? EPIPE : errno;
+}
 
 // Writes all of it, with a carriage return before each line feed. Returns 0 or an error number.
 int writeAll(int descriptor, std::string_view text) {

@@ -32,7 +32,6 @@ void prepareProcess() {
   std::set_terminate(endWithoutException);
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);  // no boxes to click
   _set_error_mode(_OUT_TO_STDERR);
-  _set_abort_behavior(0, _WRITE_ABORT_MSG | _CALL_REPORTFAULT);
   _set_invalid_parameter_handler(goOn);
   // A caller of the same C library may have handed them down in another mode.
   _setmode(kStandardOutput, _O_TEXT);
