@@ -20,7 +20,7 @@ LAUNCHER = os.environ.get("MORVEX_LAUNCHER")  # the path of wine64; not set if t
 WINDOWS = LAUNCHER is not None
 COMMAND = [LAUNCHER, TOOL] if WINDOWS else [TOOL]
 SANITIZED = os.environ.get("MORVEX_SANITIZED") == "1"
-PATIENCE = 300 if SANITIZED else 90  # seconds; a run that takes longer has failed
+PATIENCE = 300 if SANITIZED else 20  # seconds; a run that takes longer has failed
 
 
 SYSTEM_TEXTS = {  # what Windows says, as Wine has it, and Linux's words for the same

@@ -23,13 +23,16 @@ constexpr int kStandardOutput = 1, kStandardError = 2;
   throwSystemError(std::string("Error writing output: ") + std::strerror(code));
 }
 
-// Of a write that failed. A pipe without a reader has three numbers, and most are an invalid argument to the
-// C library.
+// Of a write that failed. A pipe without a reader has three codes, and the C library knows one of them.
 int writeError() {
-  const unsigned long code = _doserrno;
-  const bool abandoned =
-      code == ERROR_NO_DATA || code == ERROR_BROKEN_PIPE || code == ERROR_PIPE_NOT_CONNECTED;
-  return abandoned ? EPIPE : errno;
+  switch (_doserrno) {
+    case ERROR_BROKEN_PIPE:
+    case ERROR_NO_DATA:
+    case ERROR_PIPE_NOT_CONNECTED:
+      return EPIPE;
+    default:
+      return errno;
+  }
 }
 
 // Writes all of it, with a carriage return before each line feed. Returns 0 or an error number.
@@ -40,7 +43,7 @@ int writeAll(int descriptor, std::string_view text) {
     if (count < 0) {
       return writeError();
     }
-    if (count == 0) {
+    if (count == 0) {  // which the C library says of a full device in some cases
       return ENOSPC;
     }
     text.remove_prefix(static_cast<std::size_t>(count));
