@@ -149,8 +149,9 @@ def test_select(piece, options, intervals, out, err):
     ("-b 5 -m 1", CHECK_42, GET_LAST, wire("75( 020101 A9( 020100 ") + RAW + bytes(4), Run(0, "", UNKNOWN)),
     ("-m 1", CHECK_42, GET_LAST, refusal(1, 1), caught("Error retrieving result")),
     ("-m 1", CHECK_42, GET_LAST, data(1), caught("Wrong type in GetLastData::decode.")),
-    ("-b 1900-01-01-T00:00:00 -e 4294967295", CHECK_42,
-     GET_DATA.replace(integer(100), integer(-2**31)).replace(integer(1000), integer(2**31 - 1)), data(1), Run(0, "", "")),
+    pytest.param("-b 1900-01-01-T00:00:00 -e 4294967295", CHECK_42,
+                 GET_DATA.replace(integer(100), integer(-2**31)).replace(integer(1000), integer(2**31 - 1)), data(1), Run(0, "", ""),
+                 marks=linux("times before 1970")),
     ("-m 1", EXPORT_42, GET_LAST, wire("75( 020101 A9( 020100 ") + ENUM + bytes(4), Run(0, ENUMS + ENUM_ROW, "")),
     ("-b 100 -e 1000", NODE_42, GET_DATA.replace(wire("'tsdbIndex'"), wire("'tsdbIncident'")), refusal(1, 14), Run(0, "", "")),
 ])

@@ -7,7 +7,7 @@ import pytest
 from ber import constructed, string, wire
 from peer import Peer, closes, expects, resets, sends
 from server import (ACK, CLIENT_WANTS, END_OF_STREAM, LOGIN, NEW_SESSION, NEW_SESSION_RESP, OFFERS, RESET, caught, converse)
-from tool import linux, run, run_on_terminal
+from tool import WINDOWS, linux, run, run_on_terminal
 
 REFUSED, EXPIRED, WRONG_TYPE = "Wrong username / password", "Session expired", "Protocol error: Wrong type"
 OTHER_VERSION = "Server does not support our version of the protocol"
@@ -24,7 +24,7 @@ def new_session(domain, login, password):
     (LOGIN, NEW_SESSION),
     (["-l", "anna", "-P", ""], wire("70( '.' 'anna' 'Morvex Tool' 0400 )")),
     (["-l", "x", "/P", "-x", "-l", "b\\c d", "-d", ""], wire("70( '' 'b\\c d' 'Morvex Tool' '-x' )")),
-    (["-l", "\u00e5", "-P", "1", "-d", "ops.east"], wire("70( 'ops.east' 0402C3A5 'Morvex Tool' '1' )")),
+    (["-l", "\u00e5", "-P", "1", "-d", "ops.east"], wire(f"70( 'ops.east' {'0401E5' if WINDOWS else '0402C3A5'} 'Morvex Tool' '1' )")),
     (["-l", "n" * 128, "-P", "p" * 128, "-d", "d" * 1024], new_session("d" * 1024, "n" * 128, "p" * 128)),
     (["-l", "n" * 129, "-P", "p"], b""), (["-l", "n", "-P", "p" * 129], b""), ([*LOGIN, "-d", "d" * 1025], b""),
     (["-S", "1a2B"], wire("72( 02021A2B )")), (["-S", "00FF", *LOGIN], wire("72( 0201FF )")),
@@ -37,7 +37,7 @@ def test_login_message(options, message):
 
 
 @pytest.mark.parametrize("answer, message", [
-    (closes, END_OF_STREAM), (resets, RESET),
+    (closes, END_OF_STREAM), pytest.param(resets, RESET, marks=linux("a connection that is reset while Wine waits on it just ends")),
     ("63( 'not today' )", "Server rejected us: not today"), ("63( '' )", "Server rejected us: "),
     ("62( )", WRONG_TYPE), ("60( 02020203 A0( ) )", WRONG_TYPE), ("71( 0200 0200 '' '' '' )", WRONG_TYPE),
     ("60( 02020100 61( 1600 1600 1600 010100 ) )", WRONG_TYPE),  # the opening that switches to the other tag set

@@ -100,7 +100,7 @@ def test_line_ends_of_a_file(tmp_path):
 
 @pytest.mark.parametrize("form", [
     "%s|%F %T|%D %R|%r", "%Y %C %y|%G-W%V-%u|%g %U %W %w|%j|%m %d %e", "%H %I %k %l %M %S %p %P|%n%t%%|%z", "%A %a|%B %b %h|%c|%x|%X",
-    "%-d %_m %010Y %^a %#p %#B", "%Ey %Od %Q %&", "%", "a%", "%E", "%5", "\u00e9%%s",
+    "%-d %_m %010Y %^a %#p %#B", "%Ey %Od %Q %&", "%", "a%", "%E",
 ])
 def test_formats(form):
     """Those that the C library there does not know as well: what Linux makes of them is the measure."""
@@ -108,3 +108,23 @@ def test_formats(form):
     steps = [*READS, sends(data(1, *[incident(at, "0A00", "a") for at in times]))]
     lines = [time.strftime(form, time.gmtime(at)) + ',0,"a"\n' for at in times]
     assert session([*SELECT, "-t", form], *steps) == Run(0, "Time,Severity,Text\n" + "".join(lines), "")
+
+
+@pytest.mark.parametrize("text, fields", [
+    ("1900-01-01-T00:00:00", "s:0m:0h:0md:1mo:0yr:0"), ("1969-12-31-T23:59:59", "s:59m:59h:23md:31mo:11yr:69")])
+def test_times_before_1970(text, fields):
+    assert run(*LOGIN, "select", "-b", text, ".") == caught(f"Couldn't compose time from tm: ({fields}wd:0yd:0i:-1")
+
+
+@pytest.mark.parametrize("lines, result", [
+    (ROW + "1,2,3,4,\x1a\n" + ROW, caught(r'Error parsing: "\032"')), ("\x1a\n" + ROW, caught(
+        "In line 2: number of fields not 5 as it should be for enum")),
+])
+def test_end_of_file_mark(tmp_path, lines, result):
+    """Ctrl+Z ends no file: what stands behind it is not left out."""
+    (tmp_path / "rows").write_bytes(("header\n" + lines).encode())
+    with sandbox("--rows", "3") as server:
+        command = [*server, *LOGIN, "insert", ".,scale,enum"]
+        assert run(*command[:-2], "-f", str(tmp_path / "rows"), *command[-2:]) == result
+        with open(tmp_path / "rows", "rb") as stream:
+            assert run(*command, stdin=stream) == result

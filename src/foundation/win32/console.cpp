@@ -78,23 +78,27 @@ class HeldInterrupts {
 
 constexpr std::string_view kAnswerEnds("\0\n\r", 3);
 
-// Takes the rest of a line that filled the buffer off the console.
-void discardLine(const Console& input) {
+// Takes the rest of a line that filled the buffer off the console, up to its last character.
+void discardLine(const Console& input, char last) {
   std::array<char, 256> rest;
   DWORD count = 0;
   while (input.read(rest.data(), static_cast<DWORD>(rest.size()), count) && count > 0 &&
-         std::string_view(rest.data(), count).find_first_of("\r\n") == std::string_view::npos) {
+         std::string_view(rest.data(), count).find(last) == std::string_view::npos) {
   }
   wipe(rest.data(), rest.size());
 }
 
-const char* readAnswer(const Console& input, char* buffer, std::size_t capacity) {
+// last: what the Enter key puts at the end of a line.
+const char* readAnswer(const Console& input, char* buffer, std::size_t capacity, char last) {
   DWORD count = 0;
   if (!input.read(buffer, static_cast<DWORD>(capacity), count)) {
     return "Could not read";
   }
   if (count == 0) {
     return "read returned 0";
+  }
+  if (count == capacity && buffer[count - 1] != last) {
+    discardLine(input, last);
   }
   const std::size_t end = std::string_view(buffer, count).find_first_of(kAnswerEnds);
   if (end < count) {
@@ -105,7 +109,6 @@ const char* readAnswer(const Console& input, char* buffer, std::size_t capacity)
     buffer[count] = '\0';
     return nullptr;
   }
-  discardLine(input);
   return "The answer is too long";
 }
 
@@ -118,7 +121,7 @@ const char* ask(const Console& input, const Console& output, DWORD mode, char* b
   }
   const char* message = "Could not write";
   if (output.write(prompt)) {
-    message = readAnswer(input, buffer, capacity);
+    message = readAnswer(input, buffer, capacity, (mode & ENABLE_PROCESSED_INPUT) != 0 ? '\n' : '\r');
     if (!output.write("\n") && message == nullptr) {
       message = "Could not write";
     }
