@@ -13,7 +13,7 @@ from peer import closes, resets
 from server import call, called, data, interval, made, refusal, response, selected, text, thing, value
 from tool import SANITIZED, WINDOWS, Run, linux
 
-EVERY = int(os.environ.get("MORVEX_EVERY", 97 if SANITIZED else 41))  # strikes at each n-th byte and all borders of messages
+EVERY = int(os.environ.get("MORVEX_EVERY", 97 if SANITIZED else 997 if WINDOWS else 41))  # strikes at each n-th byte and all borders of messages
 COMMANDS = {
     "listdomains": ["."], "listnodes": ["Backbone.Routers"], "listchecks": ["-r", "Backbone.Switches"],
     "listproperties": "Backbone.Routers,mainrouter aliases balance comment created dependencies gid threshold".split(),

@@ -12,6 +12,8 @@ from ber import integer, item
 from server import ACK, BOTH, CLIENT_WANTS, LOGIN, NEW_SESSION, caught, misused, select, step
 from tool import WINDOWS, Run, run, sandbox
 
+HALF_HOURS = [] if WINDOWS else ["Australia/Lord_Howe"]  # by which clocks are changed; there it is always one hour
+
 
 @pytest.fixture(scope="module")
 def tree(ask):
@@ -52,6 +54,8 @@ def test_every_path_leads_back(ask, tree):
         assert ask(command, *options, row[0]) == lines, row
         assert ask(command, *options, "-i", row[1]) == lines, row
 
+    if WINDOWS:  # where arguments come in the system's code page
+        below = [case for case in below if case[2][0].isascii()]
     first = ["select", "-n", "5", "-b", str(int(time.time()) - 20 * 86400)]  # the oldest go every moment
 
     def selects_the_same(row):
@@ -59,7 +63,7 @@ def test_every_path_leads_back(ask, tree):
 
     with ThreadPoolExecutor(8) as pool:  # clients at the same time
         list(pool.map(leads_back, below))
-        list(pool.map(selects_the_same, nodes + checks))
+        list(pool.map(selects_the_same, [row for row in nodes + checks if row[0].isascii() or not WINDOWS]))
 
 
 def test_refusals(server, tree):
@@ -100,7 +104,7 @@ def test_select(ask, tree, tmp_path, server):
     assert kept == rows[rows.index(kept[0]):][:len(kept)] and {*rows[5:-4]} <= {*kept}
     assert all(spans[rows.index(row)][1] >= start and spans[rows.index(row)][0] <= end for row in kept)
     assert ask(*export, "2") == []
-    for zone in ["UTC", *["Europe/Copenhagen", "America/St_Johns", "Australia/Lord_Howe"] * (not WINDOWS)]:  # no names there
+    for zone in ("UTC", "Europe/Copenhagen", "America/St_Johns", *HALF_HOURS):
         local = zoneinfo.ZoneInfo(zone)
         texts = [[f"{datetime.datetime.fromtimestamp(second, local):%F %T}" for second in span] for span in spans]
         expected = [",".join(text + row.split(",")[2:]) for text, row in zip(texts, rows)]
@@ -110,7 +114,7 @@ def test_select(ask, tree, tmp_path, server):
 
 
 def test_node_has_an_incident_log(ask, tree):
-    heads = {tuple(ask("select", "-n", "1", row[0])[:1]) for row in tree[1]}
+    heads = {tuple(ask("select", "-n", "1", "-i", row[1])[:1]) for row in tree[1]}
     assert heads - {()} == {("Time,Severity,Text",)}
 
 

@@ -13,7 +13,7 @@ import pytest
 from ber import constructed, integers, string
 from peer import Peer, closes, expects, sends
 from server import ACK, CHECK_42, CLIENT_WANTS, GET_DATA, LOOKUP_42, LOGIN, OFFERS, caught, data, incident, interval, session
-from tool import LAUNCHER, PATIENCE, TOOL, Run, environment, printed, run, sandbox
+from tool import LAUNCHER, PATIENCE, Run, command_line, environment, printed, run, sandbox
 
 NO_PASSWORD = caught("Error getting password")
 
@@ -64,7 +64,7 @@ def test_password_prompt(tmp_path, typed, password):
     message = None if password is None else constructed(0x70, string("."), named, string("Morvex Tool"), string(password))
     steps = None if message is None else [expects(CLIENT_WANTS), sends(OFFERS), expects(ACK + message), closes]
     with Peer(steps) as peer:
-        command = f"Z:{TOOL} -s 127.0.0.1 -p {peer.port} -l anna listdomains .".replace("/", "\\")
+        command = command_line(["-s", "127.0.0.1", "-p", str(peer.port), "-l", "anna", "listdomains", "."])
         line = f"{command} <nul >out 2>err& set code=!errorlevel!& set /p word=Next: & echo [!word!]& exit !code!"
         with Console(line, tmp_path) as console:
             console.type("Password: ", typed)

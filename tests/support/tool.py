@@ -18,9 +18,9 @@ import pytest
 TOOL = os.environ["MORVEX_TOOL"]
 LAUNCHER = os.environ.get("MORVEX_LAUNCHER")  # the path of wine64; not set if the system starts the program itself
 WINDOWS = LAUNCHER is not None
-COMMAND = [LAUNCHER, TOOL] if WINDOWS else [TOOL]
+COMMAND = [LAUNCHER, TOOL] if WINDOWS else [TOOL]  # of a process that is the program
 SANITIZED = os.environ.get("MORVEX_SANITIZED") == "1"
-PATIENCE = 300 if SANITIZED else 20  # seconds; a run that takes longer has failed
+PATIENCE = 300 if SANITIZED else 90  # seconds; a run that takes longer has failed
 
 
 SYSTEM_TEXTS = {  # what Windows says, as Wine has it, and Linux's words for the same
@@ -41,7 +41,7 @@ class Run(NamedTuple):
 
 
 def environment(zone):
-    """This process's, in the given time zone; None takes TZ out."""
+    """This process's, in the given time zone; None takes TZ out. Wine takes the system's zone from it as well."""
     env = {name: value for name, value in os.environ.items() if name != "TZ"}
     return env if zone is None else env | {"TZ": zone}
 
@@ -57,10 +57,22 @@ def printed(data):
     return shown
 
 
+def command(args, zone):
+    """On Windows only the system's zone has a name, and it counts if TZ is not set."""
+    if WINDOWS and zone and "/" in zone:
+        return [LAUNCHER, "cmd.exe", "/c", f"set TZ=& {command_line(args)}"]
+    return [*COMMAND, *args]
+
+
+def command_line(args):
+    """A line for cmd.exe that runs the program."""
+    return subprocess.list2cmdline(["Z:" + TOOL.replace("/", "\\"), *args])
+
+
 def run(*args, zone="UTC", shell='exec "$0" "$@"', **streams):
     """The program has no terminal, so that nothing can ask the person who runs the tests."""
     streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | streams
-    done = subprocess.run(["/bin/sh", "-c", shell, *COMMAND, *args], env=environment(zone), timeout=PATIENCE,
+    done = subprocess.run(["/bin/sh", "-c", shell, *command(args, zone)], env=environment(zone), timeout=PATIENCE,
                           start_new_session=True, check=False, **streams)
     return Run(done.returncode, printed(done.stdout or b""), printed(done.stderr or b""))
 
