@@ -2,7 +2,7 @@
 _morvex_sandbox() {
   local word offer previous= current=${COMP_WORDS[COMP_CWORD]}
   local offers=(--port --login --password --domain --nodes --domains --rows --lob --list --metrics --conflicts --delay
-    --keep --help)
+    --keep --now --help)
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
     [[ $previous != --* || $previous == --help ]] && previous=$word || previous=
   done
