@@ -164,3 +164,16 @@ def test_objects_on_demand():
         assert [len(text.encode()) for text in incidents] == [60] * 9
         lists = run(*server, *LOGIN, "listproperties", ".,large", "dependencies", "aliases", "gidList", "picture").out
         assert [line.count(",") for line in lists.splitlines()] == [9999, 10000, 9999, 0]  # an id set begins with one
+
+
+def test_present_of_its_own():
+    commands = [["select", "-u", "-i", "7"], ["select", "-u", "-m", "1", "-i", "7"], ["select", "-u", "Backbone.Routers,mainrouter"]]
+
+    def answers(now):
+        with sandbox("--now", str(now)) as server:
+            return [run(*server, *LOGIN, *command).out.splitlines() for command in commands]
+
+    ping, newest, log = answers(1761955200)
+    assert len(ping) == 8641 and len(log) == 121 and newest == [ping[0], ping[-1]]
+    assert ping[-1].startswith("1761954900,1761955200,") and all(int(row[:10]) < 1761955200 for row in log[1:])
+    assert answers(1761955200) == [ping, newest, log] and answers(1761955500)[0][1:-1] == ping[2:]
