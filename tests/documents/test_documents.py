@@ -31,6 +31,7 @@ RUN_ELSEWHERE = {
     "scripts/bench 'select|insert'": "takes minutes",
     "scripts/bench --markdown": "takes minutes",
     "cmake --preset release && cmake --build --preset release": "by scripts/test",
+    "cmake --preset windows && cmake --build --preset windows": "by scripts/test-windows",
     "PATH=$PWD/build/release/bin:$PATH": "is set for all commands",
     "sudo apt install ./morvex-tool_*.deb": "by scripts/test-packages",
     "sudo install -m 755 morvex-export /usr/local/sbin/": "changes the system",
