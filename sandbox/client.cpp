@@ -34,7 +34,10 @@ struct WallClock {
   std::int32_t microseconds;
 };
 
-WallClock wallClock() {
+WallClock wallClock(const Options& options) {
+  if (options.now) {
+    return {static_cast<std::int32_t>(*options.now), 0};
+  }
   using std::chrono::microseconds;
   const auto now =
       std::chrono::duration_cast<microseconds>(std::chrono::system_clock::now().time_since_epoch());
@@ -214,7 +217,7 @@ void Client::logIn(const protocol::BerValue& message, Time now) {
 void Client::openSession(const BigNum& key, Time now) {
   protocol::NewSessionResp response;
   response.sessionKey = key;
-  response.serverTime = wallClock().seconds;
+  response.serverTime = wallClock(service_.options).seconds;
   response.rootId = service_.handler.rootId();
   response.text3 = "sandbox";
   queueMessage(std::move(response), now);
@@ -229,7 +232,7 @@ void Client::serve(protocol::BerValue& message, Time now) {
     queue_.push_back(
         {service_.handler.answer(*request, reader_.legacy()), now + service_.options.delay, asked, kind});
   } else if (dynamic_cast<const protocol::ServerTimeReq*>(&message) != nullptr) {
-    const WallClock clock = wallClock();
+    const WallClock clock = wallClock(service_.options);
     protocol::ServerTimeResp response;
     response.seconds = clock.seconds;
     response.microseconds = clock.microseconds;

@@ -4,7 +4,6 @@
 #include <limits>
 #include <utility>
 
-#include "foundation/clock.h"
 #include "sandbox/data_answer.h"
 #include "sandbox/refusal.h"
 
@@ -40,7 +39,7 @@ std::unique_ptr<Answer> DataRequests::serve(std::int32_t requestId,
     throw Refusal(ErrorCode::notImplemented, "Data can be had as it is stored only");
   }
   const ObjectIndex object = tree_.indexOf(request.objectId);
-  const Series series(planOf(object, request.tableName), object, currentSeconds());
+  const Series series(planOf(object, request.tableName), object, options_.present());
   return std::make_unique<DataAnswer>(requestId, series, series.holdsData() ? stored_.of(object) : nullptr,
                                       request.start, request.end, activity_);
 }
@@ -48,7 +47,7 @@ std::unique_ptr<Answer> DataRequests::serve(std::int32_t requestId,
 std::unique_ptr<Answer> DataRequests::serve(std::int32_t requestId,
                                             const protocol::GetLastDataReq& request) const {
   const ObjectIndex object = tree_.indexOf(request.objectId);
-  const Series series(planOf(object, request.tableName), object, currentSeconds());
+  const Series series(planOf(object, request.tableName), object, options_.present());
   if (!series.holdsData()) {
     throw Refusal(ErrorCode::nothingMatched);
   }
@@ -76,7 +75,7 @@ std::unique_ptr<Answer> DataRequests::serve(std::int32_t requestId,
 std::unique_ptr<Answer> DataRequests::serve(std::int32_t requestId, protocol::PutDataReq& request) {
   const ObjectIndex object = tree_.indexOf(request.objectId);
   const SeriesPlan plan = planOf(object, request.tableName);
-  const Series series(plan, object, currentSeconds());
+  const Series series(plan, object, options_.present());
   if (!series.holdsData()) {
     throw Refusal(ErrorCode::nothingMatched, "The object keeps no data in that table");
   }

@@ -7,6 +7,7 @@
 #include "protocol/messages/time_series.h"
 #include "sandbox/activity.h"
 #include "sandbox/answer.h"
+#include "sandbox/options.h"
 #include "sandbox/stored_series.h"
 #include "sandbox/tree.h"
 
@@ -15,8 +16,9 @@ namespace sandbox {
 // Serves what reads and writes series. Throws Refusal for what cannot be served.
 class DataRequests {
  public:
-  // Both must outlive it and its answers.
-  DataRequests(const Tree& tree, Activity& activity) : tree_(tree), activity_(activity) {}
+  // All must outlive it and its answers.
+  DataRequests(const Tree& tree, Activity& activity, const Options& options)
+      : tree_(tree), activity_(activity), options_(options) {}
 
   std::unique_ptr<Answer> serve(std::int32_t requestId, const protocol::GetDataReq& request) const;
   std::unique_ptr<Answer> serve(std::int32_t requestId, const protocol::GetLastDataReq& request) const;
@@ -28,6 +30,7 @@ class DataRequests {
 
   const Tree& tree_;
   Activity& activity_;
+  const Options& options_;
   StoredData stored_;
 };
 

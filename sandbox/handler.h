@@ -20,11 +20,11 @@ namespace sandbox {
 // Serves the requests of all clients. What it cannot serve it refuses with an error code.
 class Handler {
  public:
-  // Tree and activity must outlive the handler and its answers.
+  // Tree, activity and options must outlive the handler and its answers.
   Handler(Tree& tree, Activity& activity, const Options& options)
       : tree_(tree),
         activity_(activity),
-        data_(tree, activity),
+        data_(tree, activity, options),
         updates_(tree, activity, options.conflicts),
         calls_(tree, activity, options.metrics),
         kept_(std::size_t{options.keep} << 20U) {}

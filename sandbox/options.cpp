@@ -1,9 +1,11 @@
 #include "sandbox/options.h"
 
 #include <charconv>
+#include <limits>
 #include <string_view>
 #include <type_traits>
 
+#include "foundation/clock.h"
 #include "foundation/errors.h"
 #include "foundation/text.h"
 
@@ -51,6 +53,7 @@ constexpr Row kRows[] = {
     {"--conflicts", takeNumber<&Options::conflicts, 1'000'000>},
     {"--delay", takeNumber<&Options::delay, 60'000>},
     {"--keep", takeNumber<&Options::keep, 1'048'576>},
+    {"--now", takeNumber<&Options::now, std::numeric_limits<std::int32_t>::max()>},
 };
 
 const Row& rowOf(std::string_view option) {
@@ -90,9 +93,13 @@ const char* const kUsage =
     "  --keep MIB       keeps answers to listings and exports, up to so many MiB of them, and gives them "
     "again\n"
     "                   to the same question, until something is stored or updated\n"
+    "  --now TIME       the present, in seconds since 1970-01-01 00:00 GMT: with a time of your own every\n"
+    "                   run has the same data (default: the clock)\n"
     "  --help           prints this text\n"
     "\n"
     "The session key of the n-th log-in is 4d6f72766578 followed by n in eight hexadecimal digits.\n";
+
+std::int64_t Options::present() const { return now ? *now : currentSeconds(); }
 
 Options parseOptions(int count, const char* const* arguments) {
   Options options;

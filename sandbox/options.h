@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace sandbox {
@@ -20,8 +21,12 @@ struct Options {
   std::uint32_t metrics = 0;    // counters beside the usual metrics
   std::uint32_t conflicts = 0;  // updates to refuse, from the first on
   std::chrono::milliseconds delay{0};
-  std::uint32_t keep = 0;  // MiB of answers to give again
+  std::uint32_t keep = 0;            // MiB of answers to give again
+  std::optional<std::uint32_t> now;  // seconds since 1970; none: the clock
   bool help = false;
+
+  // What is to be taken for the present, in seconds since 1970.
+  std::int64_t present() const;
 };
 
 extern const char* const kUsage;

@@ -5,7 +5,7 @@
 
 // Terminals, by what a program that shows something beside its data has to know about them.
 
-enum class StandardStream { input, output, error };
+enum class StandardStream { input, output, error };  // in the order of their descriptors, from 0
 
 bool isTerminal(StandardStream stream);
 

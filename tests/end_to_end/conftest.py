@@ -6,7 +6,9 @@ import pytest
 sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
 
 from server import LOGIN
-from tool import Run, run, sandbox
+from tool import WINDOWS, Run, run, sandbox
+
+collect_ignore = [] if WINDOWS else ["test_windows.py"]
 
 
 def pytest_make_parametrize_id(val):

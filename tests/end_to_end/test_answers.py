@@ -7,7 +7,7 @@ from ber import constructed, integer, integers, real, wire
 from peer import expects, sends
 from server import (BOTH, CHECK_42, GET_DATA, GET_LAST, LIST_DOMAINS, LOGIN, LOOKUP_42, LOOKUP_ROOT, NAME, NODE_42, ROOT, caught,
                     data, incident, interval, misused, refusal, response, select, selected, session, step, thing)
-from tool import SANITIZED, Run, environment, run
+from tool import SANITIZED, WINDOWS, Run, environment, linux, run
 
 LOOKUP_BACKBONE = wire("""74( 020100 A0( 31( 'root' )
     30( 'Domain' 020100 0500
@@ -91,7 +91,8 @@ def test_paths_that_are_not_sent(args, message):
 
 
 def test_very_long_path():
-    count, path = 60000, "a" + ".a" * 59999
+    count = 15000 if WINDOWS else 60000  # a command line of Windows holds 32767 characters
+    path = "a" + ".a" * (count - 1)
     named = "30( 30( 'siblingName' 020106 A0( 'a' ) ) 0A00 )"
     (head, tail), (front, back) = [map(wire, step("Domain", 0, NAME, terms, below="|").split("|")) for terms in ("", named)]
     request = wire("74( 020100 A0( 31( 'root' )") + head + front * count + back * count + tail + wire("020100 ) )")
@@ -100,7 +101,7 @@ def test_very_long_path():
 
 
 def test_very_long_filter(server):
-    terms = '0"' + "&a=1" * 30000 + '&id="0'  # one argument of the command line holds no more
+    terms = '0"' + "&a=1" * (7500 if WINDOWS else 30000) + '&id="0'  # one argument of the command line holds no more
     assert run(*server, *LOGIN, "listdomains", "-i", terms) == caught(f'No Domain found that matches "{terms}"')
 
 
@@ -148,8 +149,9 @@ def test_select(piece, options, intervals, out, err):
     ("-b 5 -m 1", CHECK_42, GET_LAST, wire("75( 020101 A9( 020100 ") + RAW + bytes(4), Run(0, "", UNKNOWN)),
     ("-m 1", CHECK_42, GET_LAST, refusal(1, 1), caught("Error retrieving result")),
     ("-m 1", CHECK_42, GET_LAST, data(1), caught("Wrong type in GetLastData::decode.")),
-    ("-b 1900-01-01-T00:00:00 -e 4294967295", CHECK_42,
-     GET_DATA.replace(integer(100), integer(-2**31)).replace(integer(1000), integer(2**31 - 1)), data(1), Run(0, "", "")),
+    pytest.param("-b 1900-01-01-T00:00:00 -e 4294967295", CHECK_42,
+                 GET_DATA.replace(integer(100), integer(-2**31)).replace(integer(1000), integer(2**31 - 1)), data(1), Run(0, "", ""),
+                 marks=linux("times before 1970")),
     ("-m 1", EXPORT_42, GET_LAST, wire("75( 020101 A9( 020100 ") + ENUM + bytes(4), Run(0, ENUMS + ENUM_ROW, "")),
     ("-b 100 -e 1000", NODE_42, GET_DATA.replace(wire("'tsdbIndex'"), wire("'tsdbIncident'")), refusal(1, 14), Run(0, "", "")),
 ])
@@ -167,7 +169,9 @@ def date(zone, *args):
     return subprocess.run(["date", *args], env=environment(zone), stdout=subprocess.PIPE, text=True, check=True).stdout
 
 
-@pytest.mark.parametrize("zone", ["UTC", "Europe/Copenhagen", "America/St_Johns", ":Asia/Kolkata", "GMT5:30", "", None])
+@pytest.mark.parametrize("zone", ["UTC", "CET-1", "GMT5:30", "", None, "Europe/Copenhagen", "Asia/Kolkata", *[
+    pytest.param(name, marks=linux(reason)) for name, reason in [
+        (":Asia/Kolkata", "its notation"), ("America/St_Johns", "rules of bygone years")]]])
 def test_time_zones(zone):
     times = [0, 954032399, 954032400, 1000000000, 1100000000, 2147483647]
     start = integer(int(date(zone, "-d", "2003-03-25 00:25:03", "+%s")))
@@ -207,7 +211,7 @@ RANGE = "data out of range in BerIntegerTemplate"
     (TO_REAL + "093D", "Data value exceeds maximum allowed length 61 > 60"),
 ])
 def test_hostile_answers(answer, message):
-    limit = "unlimited" if SANITIZED else "524288"  # KiB; an announced length must not become an allocation
+    limit = "unlimited" if SANITIZED or WINDOWS else "524288"  # KiB; an announced length must not become an allocation
     steps = [*SELECT_STEPS, sends(wire(answer))]
     assert session(SELECT, *steps, shell=f'ulimit -v {limit}; exec "$0" "$@"') == caught(message)
 

@@ -7,7 +7,7 @@ import pytest
 from ber import constructed, string, wire
 from peer import Peer, closes, expects, resets, sends
 from server import (ACK, CLIENT_WANTS, END_OF_STREAM, LOGIN, NEW_SESSION, NEW_SESSION_RESP, OFFERS, RESET, caught, converse)
-from tool import run, run_on_terminal
+from tool import WINDOWS, linux, run, run_on_terminal
 
 REFUSED, EXPIRED, WRONG_TYPE = "Wrong username / password", "Session expired", "Protocol error: Wrong type"
 OTHER_VERSION = "Server does not support our version of the protocol"
@@ -24,7 +24,7 @@ def new_session(domain, login, password):
     (LOGIN, NEW_SESSION),
     (["-l", "anna", "-P", ""], wire("70( '.' 'anna' 'Morvex Tool' 0400 )")),
     (["-l", "x", "/P", "-x", "-l", "b\\c d", "-d", ""], wire("70( '' 'b\\c d' 'Morvex Tool' '-x' )")),
-    (["-l", "\u00e5", "-P", "1", "-d", "ops.east"], wire("70( 'ops.east' 0402C3A5 'Morvex Tool' '1' )")),
+    (["-l", "\u00e5", "-P", "1", "-d", "ops.east"], wire(f"70( 'ops.east' {'0401E5' if WINDOWS else '0402C3A5'} 'Morvex Tool' '1' )")),
     (["-l", "n" * 128, "-P", "p" * 128, "-d", "d" * 1024], new_session("d" * 1024, "n" * 128, "p" * 128)),
     (["-l", "n" * 129, "-P", "p"], b""), (["-l", "n", "-P", "p" * 129], b""), ([*LOGIN, "-d", "d" * 1025], b""),
     (["-S", "1a2B"], wire("72( 02021A2B )")), (["-S", "00FF", *LOGIN], wire("72( 0201FF )")),
@@ -37,7 +37,7 @@ def test_login_message(options, message):
 
 
 @pytest.mark.parametrize("answer, message", [
-    (closes, END_OF_STREAM), (resets, RESET),
+    (closes, END_OF_STREAM), pytest.param(resets, RESET, marks=linux("under Wine a reset that comes before the read is an end")),
     ("63( 'not today' )", "Server rejected us: not today"), ("63( '' )", "Server rejected us: "),
     ("62( )", WRONG_TYPE), ("60( 02020203 A0( ) )", WRONG_TYPE), ("71( 0200 0200 '' '' '' )", WRONG_TYPE),
     ("60( 02020100 61( 1600 1600 1600 010100 ) )", WRONG_TYPE),  # the opening that switches to the other tag set
@@ -93,6 +93,10 @@ def test_unreachable():
     assert (code, out) == (1, "") and err.startswith('Caught error: Error resolving "no such host": ')
 
 
+TERMINAL = linux("its terminals; test_windows.py has the console")
+
+
+@TERMINAL
 @pytest.mark.parametrize("typed, password", [
     ("s3cret\r", "s3cret"), ("\r", ""), ("two words\n", "two words"), ("p" * 63 + "\r", "p" * 63), ("ab\x7fc\r", "ac"),
     ("p" * 64 + "\r", None), ("p" * 200 + "\r", None), ("abc\x03", None), ("\x03", None), ("\x04", None),
@@ -106,6 +110,7 @@ def test_password_prompt(typed, password):
     assert (screen.rstrip("\r\n"), echo, left) == ("Password: ", [False, True], 0)
 
 
+@TERMINAL
 def test_terminal_hangs_up():
     for _ in range(20):  # the end of the terminal and the signal about it come in either order
         assert run_on_terminal(None, "-l", "anna", *LIST)[0] == caught("Error getting password")

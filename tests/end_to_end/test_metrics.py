@@ -7,7 +7,7 @@ import subprocess
 import pytest
 from peer import closes, expects, sends
 from server import END_OF_STREAM, LOGIN, call, called, caught, made, prop, refusal, session, text, value
-from tool import TOOL, Run
+from tool import COMMAND, Run
 
 NO_METRICS = "Error getting Morvex server metrics\n"
 
@@ -147,7 +147,7 @@ def test_every_metric_of_the_sandbox(ask, server):
         else:  # the instances of all names with the most stars
             instance, depth = re.fullmatch(r"Where \* in \{([^,}]+).*\}", line)[1], max(name.count("*") for name in names)
             names = [instance.join(name.rsplit("*", 1)) if name.count("*") == depth else name for name in names]
-    command = [TOOL, *server, *LOGIN, "mm", *names]
+    command = [*COMMAND, *server, *LOGIN, "mm", *names]
     with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True) as process:
         columns = process.stdout.readline().split("\t")
         process.kill()

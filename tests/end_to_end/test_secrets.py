@@ -7,7 +7,7 @@ import pytest
 from ber import constructed, primitive, string, wire
 from peer import Peer, expects, sends
 from server import ACK, CLIENT_WANTS, NEW_SESSION_RESP, OFFERS, refusal
-from tool import SANITIZED, Run, run, run_on_terminal
+from tool import SANITIZED, Run, linux, run, run_on_terminal
 
 PASSWORD = "swordfish-0123456789-abcdefghijklmnopqrstuvwxyz-ABCDEFGHIJKLMNO"
 KEY = bytes((7 * number + 3) % 256 for number in range(120))
@@ -34,6 +34,7 @@ def finds_nothing(peer, client):
     assert [found.count(half) for half in halves] == [0] * len(halves)
 
 
+@linux("reads the program's memory through /proc")
 @pytest.mark.skipif(SANITIZED, reason="the sanitizers map more memory than can be read")
 @pytest.mark.parametrize("options, message", [
     (["-l", "anna"], wire("70( '.' 'anna' 'Morvex Tool'") + string(PASSWORD) + bytes(2)),

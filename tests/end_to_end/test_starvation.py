@@ -6,10 +6,11 @@ from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 from server import LOGIN, caught
-from tool import SANITIZED, Run, faulty, run, sandbox
+from tool import SANITIZED, WINDOWS, Run, faulty, linux, run, sandbox
 
 STRIDE = 1 if os.environ.get("MORVEX_EVERY") == "1" else 5  # the long form leaves nothing out
 UNKNOWN, NO_ZONE = "Caught unknown exception.\n", "Caught error: Couldn't set TZ environment variable\n"
+preloaded = linux("named pipes, and faults from a preloaded library")
 unsanitized = pytest.mark.skipif(SANITIZED, reason="the sanitizers bring an allocator and system calls of their own")
 
 
@@ -19,6 +20,7 @@ def small():
         yield [*options, *LOGIN]
 
 
+@preloaded
 @unsanitized
 @pytest.mark.parametrize("step", [0, 1], ids=["alone", "from"])
 @pytest.mark.parametrize("args", ["select -b 1 .,scale,enum", "insert .,scale,sawtooth", "listnodes -r Backbone"])
@@ -49,11 +51,13 @@ FULL, CLOSED, TOO_LARGE = [caught(WRITING + text) for text in ("No space left on
 
 @pytest.mark.parametrize("args", PRINTING + TO_FILES)
 def test_output_refused(small, tmp_path, args):
-    ways = [([], "", ">/dev/full", FULL), ([], "", ">&-", CLOSED), ([], "", "<&- >&- 2>&-", Run(1, "", "")),
-            ([], "ulimit -f 0;", f">{tmp_path}/out", TOO_LARGE)]
+    ways = [([], "", ">/dev/full", FULL)]
     if args in TO_FILES:
-        ways += [(["-f", "/dev/full"], "", "", FULL), (["-f", "-"], "", ">/dev/full", FULL), (["-f", ""], "", ">/dev/full", FULL),
-                 (["-f", f"{tmp_path}/out"], "ulimit -f 0;", "", TOO_LARGE)]
+        ways += [(["-f", "/dev/full"], "", "", FULL), (["-f", "-"], "", ">/dev/full", FULL), (["-f", ""], "", ">/dev/full", FULL)]
+    if not WINDOWS:  # Wine's server hangs at a start with closed streams
+        ways += [([], "", ">&-", CLOSED), ([], "", "<&- >&- 2>&-", Run(1, "", "")),
+                 ([], "ulimit -f 0;", f">{tmp_path}/out", TOO_LARGE)]
+        ways += [(["-f", f"{tmp_path}/out"], "ulimit -f 0;", "", TOO_LARGE)] * (args in TO_FILES)
     reader, writer = os.pipe()
     os.close(reader)
     for options, limit, redirection, expected in [*ways, ([], "", "", Run(1, "", ""))]:
@@ -65,6 +69,7 @@ def test_output_refused(small, tmp_path, args):
 SENDING, RECEIVING, CONNECTING = "Error writing to socket: ", "Error reading from socket: ", "Error connecting: Select returned"
 
 
+@preloaded
 @unsanitized
 @pytest.mark.parametrize("args, faults, message", [
     ("lm", "socket:1:0:e24", "Error creating socket: Too many open files (24)"),
@@ -102,6 +107,7 @@ os.execv(sys.argv[1], sys.argv[1:])"""
 CROWD = f"ulimit -n 2000; exec '{sys.executable}' -c '{CROWDED}' \"$0\" \"$@\""
 
 
+@preloaded
 @pytest.mark.parametrize("shell", [pytest.param(faulty(faults), marks=unsanitized) for faults in (
     "connect:1:0:d4 send:1:2:e4 recv:1:2:e4 poll:1:2:e4 write:1:2:e4 read:1:2:e4 open:1:2:e4 close:1:1:d4",
     "connect:1:0:d115 send:1:2:e11 recv:1:2:e11 poll:1:2:e4 write:1:2:e11 read:1:2:e11",

@@ -12,9 +12,9 @@ from typing import NamedTuple
 
 from peer import sends
 from server import LOGIN
-from tool import PATIENCE, SANITIZED, TOOL, Run, environment
+from tool import COMMAND, PATIENCE, SANITIZED, WINDOWS, Run, environment, printed
 
-MEMORY = 16 << 20  # bytes of address space for a run, code and stack included; the sanitizers take terabytes
+MEMORY = 16 << 20  # bytes of address space for a run, code and stack included; the sanitizers, and Wine, take terabytes
 ENDLESS = "monitormetrics"
 
 
@@ -73,11 +73,11 @@ class Stage:
 
     def run(self, args, play, memory=MEMORY):
         """Ends the program behind its first line if it never ends by itself."""
-        command = [TOOL, "-s", "127.0.0.1", "-p", str(self.listener.getsockname()[1]), *LOGIN, *args]
+        command = [*COMMAND, "-s", "127.0.0.1", "-p", str(self.listener.getsockname()[1]), *LOGIN, *args]
         streams = [(os.POSIX_SPAWN_DUP2, source, target) for target, source in enumerate([self.nothing, *self.writers])]
-        child = os.posix_spawn(TOOL, command, environment("UTC"), file_actions=streams, setsid=True)
+        child = os.posix_spawn(command[0], command, environment("UTC"), file_actions=streams, setsid=True)
         try:
-            if not SANITIZED:
+            if not (SANITIZED or WINDOWS):
                 resource.prlimit(child, resource.RLIMIT_AS, (memory, memory))
             with self.accept() as client:
                 with contextlib.suppress(ConnectionError):
@@ -88,8 +88,7 @@ class Stage:
                 os.kill(child, signal.SIGKILL)
             status = os.waitpid(child, 0)[1]
         self.runs += 1
-        result = Run(os.waitstatus_to_exitcode(status) if ended else 0,
-                     *[text.decode(errors="surrogateescape") for text in (out, self.take(1))])
+        result = Run(os.waitstatus_to_exitcode(status) if ended else 0, printed(out), printed(self.take(1)))
         assert result.code in (0, 1) and not re.search("Sanitizer|runtime error", result.err), result
         return result
 

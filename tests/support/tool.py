@@ -1,4 +1,5 @@
-"""Runs the real program: on pipes, behind a line of shell, or with a terminal of its own; and the sandbox."""
+"""Runs the real program: on pipes, behind a line of shell, or with a terminal of its own; and the sandbox. The Windows
+program is started by Wine; its line ends and the system's texts are brought to those of Linux, so that all tables hold."""
 
 import contextlib
 import fcntl
@@ -12,9 +13,25 @@ import subprocess
 import termios
 from typing import NamedTuple
 
+import pytest
+
 TOOL = os.environ["MORVEX_TOOL"]
+LAUNCHER = os.environ.get("MORVEX_LAUNCHER")  # the path of wine64; not set if the system starts the program itself
+WINDOWS = LAUNCHER is not None
+COMMAND = [LAUNCHER, TOOL] if WINDOWS else [TOOL]  # of a process that is the program
 SANITIZED = os.environ.get("MORVEX_SANITIZED") == "1"
 PATIENCE = 300 if SANITIZED else 90  # seconds; a run that takes longer has failed
+
+
+SYSTEM_TEXTS = {  # what Windows says, as Wine has it, and Linux's words for the same
+    "Connection reset by peer. (10054)": "Connection reset by peer (104)",
+    "Connection refused. (10061)": "Connection refused (111)",
+}
+
+
+def linux(reason):
+    """Marks what the Windows program has no counterpart of, or Wine cannot show."""
+    return pytest.mark.skipif(WINDOWS, reason=f"Linux's alone: {reason}")
 
 
 class Run(NamedTuple):
@@ -24,22 +41,45 @@ class Run(NamedTuple):
 
 
 def environment(zone):
-    """This process's, in the given time zone; None takes TZ out."""
+    """This process's, in the given time zone; None takes TZ out. Wine takes the system's zone from it as well."""
     env = {name: value for name, value in os.environ.items() if name != "TZ"}
     return env if zone is None else env | {"TZ": zone}
+
+
+def printed(data):
+    """What the program printed. The Windows program must have ended each line as its system does."""
+    shown = data.decode(errors="surrogateescape")
+    if WINDOWS:
+        assert not re.search(r"(?<!\r)\n", shown), shown
+        shown = shown.replace("\r\n", "\n")
+        for theirs, ours in SYSTEM_TEXTS.items():
+            shown = shown.replace(theirs, ours)
+    return shown
+
+
+def command(args, zone):
+    """On Windows only the system's zone has a name, and it counts if TZ is not set."""
+    if WINDOWS and zone and "/" in zone:
+        return [LAUNCHER, "cmd.exe", "/c", f"set TZ=& {command_line(args)}"]
+    return [*COMMAND, *args]
+
+
+def command_line(args):
+    """A line for cmd.exe that runs the program."""
+    return subprocess.list2cmdline(["Z:" + TOOL.replace("/", "\\"), *args])
 
 
 def run(*args, zone="UTC", shell='exec "$0" "$@"', **streams):
     """The program has no terminal, so that nothing can ask the person who runs the tests."""
     streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | streams
-    done = subprocess.run(["/bin/sh", "-c", shell, TOOL, *args], env=environment(zone), timeout=PATIENCE,
+    done = subprocess.run(["/bin/sh", "-c", shell, *command(args, zone)], env=environment(zone), timeout=PATIENCE,
                           start_new_session=True, check=False, **streams)
-    return Run(done.returncode, *[(text or b"").decode(errors="surrogateescape") for text in (done.stdout, done.stderr)])
+    return Run(done.returncode, printed(done.stdout or b""), printed(done.stderr or b""))
 
 
 def faulty(rules, redirection=""):
-    """The shell for a run in a system that fails by these rules of tests/support/faulty_system.cpp."""
-    preload = os.environ["MORVEX_FAULTY_SYSTEM"]
+    """The shell for a run in a system that fails by these rules of tests/foundation/posix/faulty_system.cpp."""
+    preload = os.environ.get("MORVEX_FAULTY_SYSTEM", "")
     return f'export LD_PRELOAD="{preload}" MORVEX_FAULT="{rules}"; exec "$0" "$@" {redirection}'
 
 

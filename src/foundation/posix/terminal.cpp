@@ -12,18 +12,6 @@ constexpr int kAccess = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 int g_errorTerminal = -1;
 
-int descriptorOf(StandardStream stream) {
-  switch (stream) {
-    case StandardStream::input:
-      return STDIN_FILENO;
-    case StandardStream::output:
-      return STDOUT_FILENO;
-    case StandardStream::error:
-      break;
-  }
-  return STDERR_FILENO;
-}
-
 // Of a terminal that is not the session's own, every process is free to write to it.
 bool isBackground() {
   const pid_t foreground = tcgetpgrp(g_errorTerminal);
@@ -32,7 +20,7 @@ bool isBackground() {
 
 }  // namespace
 
-bool isTerminal(StandardStream stream) { return isatty(descriptorOf(stream)) != 0; }
+bool isTerminal(StandardStream stream) { return isatty(static_cast<int>(stream)) != 0; }
 
 bool isTerminal(const std::string& fileName) {
   struct stat status {};
