@@ -9,7 +9,7 @@
 bool usesStandardStream() { return g_fileName.empty() || g_fileName == "-"; }
 
 void showProgress(StandardStream data) {
-  if (!(usesStandardStream() ? isTerminal(data) : isTerminal(g_fileName)) && openErrorTerminal()) {
+  if (openErrorTerminal() && !(usesStandardStream() ? isTerminal(data) : isTerminal(g_fileName))) {
     g_progress.start(showOnErrorTerminal, std::chrono::steady_clock::now());
     g_progress.enter(Way::received, "objects");
   }

@@ -13,7 +13,9 @@ from peer import closes, expects, sends
 from server import (CHECK_42, END_OF_STREAM, GET_DATA, LIST_DOMAINS, LOOKUP_42, LOOKUP_ROOT, ROOT, caught, data, incident, interval,
                     selected, session, thing)
 from test_insert import DONE, asks_for_data, puts
-from tool import PATIENCE, Run
+from tool import PATIENCE, Run, linux
+
+pytestmark = linux("Wine has a console of its own")
 
 ENUM = [interval(0xA4, integers(row, row + 1, 3, 4, 5)) for row in range(1200)]
 SELECT = ["select", "-u", "-b", "100", "-e", "1000", "-i", "42"]
