@@ -6,3 +6,8 @@
 // closed. Memory so short that nothing can be thrown ends the run as an unknown exception does. No box waits
 // on a screen for somebody to click it away.
 void prepareProcess();
+
+// The arguments of the program, and how many they are, out of what main was given. In UTF-8, as the server's
+// names are, on a system that hands them over in a form of its own; as they came on the others. They last as
+// long as the process and may be overwritten.
+char** programArguments(int& count, char** given);

@@ -38,3 +38,5 @@ void prepareProcess() {
     occupyIfClosed(descriptor);
   }
 }
+
+char** programArguments(int&, char** given) { return given; }

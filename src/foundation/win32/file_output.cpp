@@ -11,6 +11,7 @@
 
 #include "foundation/errors.h"
 #include "foundation/output.h"
+#include "foundation/win32/utf8.h"
 
 namespace {
 
@@ -112,7 +113,7 @@ Output& standardOutput() {
 
 std::unique_ptr<OutputFile> OutputFile::create(const std::string& name) {
   constexpr int kFlags = _O_WRONLY | _O_CREAT | _O_TRUNC | _O_TEXT | _O_NOINHERIT;
-  const int descriptor = _open(name.c_str(), kFlags, _S_IREAD | _S_IWRITE);
+  const int descriptor = _wopen(wideFromUtf8(name).c_str(), kFlags, _S_IREAD | _S_IWRITE);
   return descriptor < 0 ? nullptr : std::make_unique<DescriptorFile>(descriptor);
 }
 
