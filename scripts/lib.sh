@@ -62,4 +62,4 @@ end_to_end() {
 
 build_packages=(g++ cmake ninja-build)
 test_packages=("${build_packages[@]}" ccache clang clang-format libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
-  python3 python3-pytest tzdata valgrind)
+  python3 python3-pytest tzdata valgrind mandoc zsh bash-completion)

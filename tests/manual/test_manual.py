@@ -1,0 +1,104 @@
+"""The manual pages, held against the programs: options, examples and messages."""
+
+import os
+import pathlib
+import re
+import subprocess
+
+import pytest
+from probes import SANDBOX, sandbox_options
+from tool import PATIENCE, TOOL
+
+PAGES = sorted((pathlib.Path(__file__).parents[2] / "man").glob("*.1"))
+TOOL_PAGE, SANDBOX_PAGE = [next(page for page in PAGES if page.stem == f"morvex-{name}").read_text("ascii")
+                           for name in ("tool", "sandbox")]
+
+
+def section(page, title):
+    return re.search(rf"^\.S[hs] {title}\n(.*?)(?=^\.S[hs] |\Z)", page, re.M | re.S)[1]
+
+
+def listed(text):
+    """The options that are explained, and whether they take a value."""
+    return {name: bool(value) for name, value in re.findall(r"^\.It Fl -?(\w+)( Ar .*)?$", text, re.M)}
+
+
+def shown(text):
+    """The same of a synopsis."""
+    return {name: bool(value) for line in re.findall(r"^\.(?:Op|Ar|Fl) .*", text, re.M)
+            for name, value in re.findall(r"Fl -?(\w+)( Ar)?", line)}
+
+
+def examples(page):
+    return [block.replace(r"\e", "\\") for block in
+            re.findall(r"^\.Bd -literal.*?\n(.*?)^\.Ed", section(page, "EXAMPLES"), re.M | re.S)]
+
+
+@pytest.mark.parametrize("page", PAGES, ids=lambda page: page.name)
+def test_form(page):
+    done = subprocess.run(["mandoc", "-T", "lint", "-W", "warning", page], stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    assert (done.returncode, done.stdout) == (0, b"")
+
+
+def test_options(probes):
+    described = {"": section(TOOL_PAGE, "SYNOPSIS") + ".Ed" + section(TOOL_PAGE, "OPTIONS")}
+    for title in re.findall(r"^\.Ss (.*)", TOOL_PAGE.split(".Sh COMMANDS")[1].split(".Sh CSV")[0], re.M):
+        described |= dict.fromkeys(title.split(", "), section(TOOL_PAGE, title))
+    assert {*described} == {"", *probes.commands}
+    for command, text in described.items():
+        assert listed(text) == probes.options[command] == shown(text.split(".Ed")[0]), command
+        assert set(re.findall(r"^\.It Cm (\w)$", text, re.M)) == probes.columns.get(command, set()), command
+
+
+def test_options_of_the_sandbox():
+    assert listed(SANDBOX_PAGE) == sandbox_options() == shown(section(SANDBOX_PAGE, "SYNOPSIS"))
+
+
+@pytest.mark.parametrize("page, program", [(TOOL_PAGE, TOOL), (SANDBOX_PAGE, SANDBOX)], ids=["tool", "sandbox"])
+def test_messages(page, program):
+    """Each is made of texts in the program, around colons, numbers and the words in capitals."""
+    known = pathlib.Path(program).read_bytes()
+    messages = re.findall(r'^\.It Sy "(.*)"$', page, re.M)
+    assert len(messages) >= 5
+    for message in messages:
+        plain = message.replace(r"\(dq", '"').replace(r"\(ga", "`")
+        for piece in re.split(r"[A-Z]{2,}|\bN\b|\d+|: ", plain):
+            assert piece.strip(" :\"'.").encode() in known, message
+
+
+ROW = r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d"
+SPAN = rf"{ROW},{ROW},[\d.]+,[\d.]+,[\d.]+,\d+,\d+\n"
+MEASURED = "Begin,End,Min,Avg,Max,ngood,nbad\n"
+OUTPUTS = [
+    r"(?:.+\t\w+\t.+,.+\n){20,}", r"(?:Backbone\.Routers,mainrouter,\S+\n){10,}", rf"{MEASURED}(?:{SPAN}){{2}}", "stored\n",
+    rf"{MEASURED}{SPAN}Time,Severity,Text\n(?:\d{{4}}-\d\d-\d\dT\d\d:\d\d:\d\dZ,\d+,\".*\"\n){{3}}",
+    rf"Begin,End,Mask,ngood,nbad\n{ROW},{ROW},\d+,\d+,\d+\n",
+    r'active=true \(Boolean\)\nlongLabel=".+" \(String\)\nchanged\n',
+    r"(?:.*\n)*requests\.\*\.time\tTiming\tus\t.*\nWhere \* in .*\n(?:.*\n)+1\t\d+\t\d+\n",
+]
+
+
+def run_example(folder, script):
+    environment = os.environ | {"PATH": f"{folder}:{os.environ['PATH']}"}
+    return subprocess.run(["bash", "-euc", script], cwd=folder, env=environment, stdin=subprocess.DEVNULL, timeout=PATIENCE,
+                          stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, start_new_session=True)
+
+
+def test_examples(server, tmp_path):
+    """The password would be asked for."""
+    (tmp_path / "morvex-tool").write_text(f"#!/bin/sh\nexec {TOOL} {' '.join(server)} -P secret \"$@\"\n")
+    (tmp_path / "morvex-tool").chmod(0o755)
+    scripts = examples(TOOL_PAGE)
+    assert len(scripts) == len(OUTPUTS)
+    for script, output in zip(scripts, OUTPUTS):
+        done = run_example(tmp_path, script)
+        assert (done.returncode, done.stderr) == (0, "Got 3 metrics\n" if "monitormetrics" in script else ""), script
+        assert re.fullmatch(output, done.stdout), (script, done.stdout)
+
+
+def test_example_of_the_sandbox(tmp_path):
+    for name, program in [("tool", TOOL), ("sandbox", SANDBOX)]:
+        (tmp_path / f"morvex-{name}").symlink_to(program)
+    [script] = examples(SANDBOX_PAGE)
+    done = run_example(tmp_path, script)
+    assert (done.returncode, done.stderr) == (0, "") and re.fullmatch(r"(?:.+\t\w+\tgenerated\S+,\S+\n){3}", done.stdout), done
