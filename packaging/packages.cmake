@@ -30,9 +30,9 @@ set(CPACK_DEBIAN_PROGRAMS_PACKAGE_NAME morvex-tool)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PROGRAMS_DESCRIPTION "console client of a network-monitoring server
-Lists the tree of domains, nodes and checks of a Morvex Server, exports and imports
-the results of checks and the incident logs of nodes as CSV, reads and changes
-properties, and watches the metrics of the server.
+Lists the tree of domains, nodes and checks of a Morvex Server, exports and
+imports the results of checks and the incident logs of nodes as CSV, reads
+and changes properties, and watches the metrics of the server.
 .
 The small server morvex-sandbox, with sample data, is there to try it on.")
 
@@ -40,9 +40,9 @@ set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME libmorvex-dev)
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SUGGESTS cmake)
 set(CPACK_DEBIAN_LIBRARIES_DESCRIPTION "client of a network-monitoring server, for C++ programs
-Static libraries and headers of the client that morvex-tool is made of: the wire
-protocol of a Morvex Server, log-in and requests, and queries on objects, properties
-and time series. CMake finds them as the package \"morvex\".")
+Static libraries and headers of the client that morvex-tool is made of: the
+wire protocol of a Morvex Server, log-in and requests, and queries on objects,
+properties and time series. CMake finds them as the package \"morvex\".")
 
 include(CPack)
 cpack_add_component_group(programs)

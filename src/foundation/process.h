@@ -1,7 +1,7 @@
 #pragma once
 
-// To be called first in main: a write to a closed pipe or past a size limit becomes an error of that write
-// instead of a signal, and descriptors 0 to 2 are occupied, so that no connection or file ever takes the
-// place of a standard stream that the caller closed. Memory so short that nothing can be thrown ends the run
-// as an unknown exception does.
+// To be called first in main, by every program that uses these libraries: a write to a closed pipe or past a
+// size limit becomes an error of that write instead of a signal, and descriptors 0 to 2 are occupied, so that
+// no connection or file ever takes the place of a standard stream that the caller closed. Memory so short
+// that nothing can be thrown ends the run as an unknown exception does.
 void prepareProcess();
