@@ -37,3 +37,6 @@ const char* socket_error_text(unsigned code);
 
 // printf into one of two buffers in turn, so that a message may embed another. Cut at 255 characters.
 const char* socket_format(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// The system's text of an error code as it comes, terminated, into a buffer of that capacity.
+void platform_error_text(unsigned code, char* buffer, std::size_t capacity);

@@ -9,11 +9,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <climits>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -21,7 +19,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kTextSize = 256;
 constexpr int kTimeout = 600;  // seconds that a non-blocking socket may keep a call waiting
 constexpr int kForEver = -1;
 
@@ -216,27 +213,6 @@ const char* socket_close(SocketHandle socket) {
   return nullptr;
 }
 
-const char* socket_error_text(unsigned code) {
-  static std::array<char, kTextSize> text;
-  std::snprintf(text.data(), text.size(), "%s", std::strerror(static_cast<int>(code)));
-  std::size_t length = std::strlen(text.data());
-  while (length > 0 && (text[length - 1] == '\n' || text[length - 1] == '\r')) {
-    text[--length] = '\0';
-  }
-  if (length == 0) {
-    std::snprintf(text.data(), text.size(), "%u", code);
-  }
-  return text.data();
-}
-
-const char* socket_format(const char* format, ...) {
-  static std::array<std::array<char, kTextSize>, 2> texts;
-  static std::size_t next = 0;
-  std::array<char, kTextSize>& text = texts[next];
-  next = 1 - next;
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(text.data(), text.size(), format, arguments);
-  va_end(arguments);
-  return text.data();
+void platform_error_text(unsigned code, char* buffer, std::size_t capacity) {
+  std::snprintf(buffer, capacity, "%s", std::strerror(static_cast<int>(code)));
 }
