@@ -10,6 +10,7 @@ add_compile_options(
   $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=3>
   $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>)
 if(WIN32)
+  add_link_options($<$<CONFIG:Release>:-fstack-protector-strong>) # links the library behind these checks
   add_link_options(-Wl,--dynamicbase,--high-entropy-va,--nxcompat,--no-insert-timestamp)
 else()
   add_compile_options($<$<CONFIG:Release>:-fPIE>)
