@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "foundation/big_num.h"
+#include "foundation/listener.h"
 #include "protocol/ber_reader.h"
 #include "protocol/messages/handshake.h"
 #include "sandbox/activity.h"
 #include "sandbox/answer.h"
 #include "sandbox/handler.h"
-#include "sandbox/network.h"
 #include "sandbox/options.h"
 
 namespace sandbox {
@@ -53,7 +53,7 @@ class ClientStream final : public old_protocol::BasicIo {
 
   std::size_t buffered() const { return buffer_.size() - sent_; }
   bool ended() const { return ended_; }
-  int number() const { return peer_.number(); }
+  SocketHandle handle() const { return peer_.handle(); }
 
  private:
   Peer peer_;
@@ -80,7 +80,7 @@ class Client {
 
   void drop() { state_ = State::gone; }
 
-  int number() const { return stream_->number(); }
+  SocketHandle handle() const { return stream_->handle(); }
   bool wantsInput() const { return state_ < State::ending; }
   // Whether messages are left from an earlier turn.
   bool hasBacklog() const { return backlog_ && wantsInput(); }

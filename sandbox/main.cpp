@@ -1,10 +1,10 @@
 #include <string>
 
 #include "foundation/errors.h"
+#include "foundation/listener.h"
 #include "foundation/output.h"
 #include "foundation/process.h"
 #include "sandbox/handler.h"
-#include "sandbox/network.h"
 #include "sandbox/options.h"
 #include "sandbox/sample_tree.h"
 #include "sandbox/server.h"
@@ -12,8 +12,8 @@
 namespace {
 
 void run(const sandbox::Options& options) {
-  sandbox::catchStopSignals();
-  sandbox::Listener listener(options.port);
+  catchStopRequests();
+  Listener listener(options.port);
   sandbox::Tree tree = sandbox::makeSampleTree(options);
   sandbox::Activity activity;
   sandbox::Handler handler(tree, activity, options);

@@ -27,13 +27,13 @@ void Server::wait() {
   std::optional<Time> due;
   watches_.clear();
   for (const auto& client : clients_) {
-    watches_.push_back({client->number(), client->wantsInput(), client->wantsOutput(now)});
+    watches_.push_back({client->handle(), client->wantsInput(), client->wantsOutput(now)});
     if (const auto turn = client->nextTurn(now); turn && (!due || *turn < *due)) {
       due = turn;
     }
   }
-  watches_.push_back({listener_.number(), !exhausted_, false});
-  waitFor(watches_, due ? std::optional(until(*due, now)) : std::nullopt);
+  watches_.push_back({listener_.handle(), !exhausted_, false});
+  waitForSockets(watches_, due ? std::optional(until(*due, now)) : std::nullopt);
 }
 
 void Server::serveClients() {

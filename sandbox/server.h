@@ -3,8 +3,8 @@
 #include <memory>
 #include <vector>
 
+#include "foundation/listener.h"
 #include "sandbox/client.h"
-#include "sandbox/network.h"
 
 namespace sandbox {
 

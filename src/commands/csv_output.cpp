@@ -5,6 +5,7 @@
 #include <ctime>
 #include <utility>
 
+#include "foundation/clock.h"
 #include "foundation/number_text.h"
 
 namespace {
@@ -152,7 +153,7 @@ std::size_t TimeText::format(std::int32_t time) {
     return static_cast<std::size_t>(putStandard(text, fields) - text);
   }
   // 0 also stands for an empty text; what the buffer holds then is undefined.
-  return std::strftime(text, text_.size(), format_.c_str(), &fields);
+  return platform_format_time(text, text_.size(), format_.c_str(), fields);
 }
 
 void printCsvHeader(Output& output, const DataInterval& interval) {

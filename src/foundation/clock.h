@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // Whole seconds since 1970-01-01 00:00 UTC.
@@ -22,3 +23,7 @@ bool platform_break_down(std::int64_t time, tm& result);
 std::int64_t platform_compose(tm& fields);
 // Whether both have the same distance to UTC, by the same name.
 bool platform_same_offset(const tm& one, const tm& other);
+
+// As strftime in the C locale: the length of the text, or 0 if it, with its terminator, is larger than the
+// room. What a format means is what it means to the GNU C library, on every platform.
+std::size_t platform_format_time(char* text, std::size_t room, const char* format, const tm& fields);

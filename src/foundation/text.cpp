@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -47,18 +46,30 @@ struct Unsigned32 {
   std::size_t length;  // of the part of the text that was read
 };
 
-Unsigned32 readUnsigned32(const std::string& text, int base) {
+Unsigned32 readUnsigned32(std::string_view text, int base) {
+  std::size_t begin = std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size());
+  const bool negative = text.substr(begin).starts_with('-');
+  begin += negative || text.substr(begin).starts_with('+') ? 1 : 0;
+  std::uint64_t magnitude = 0;
+  const auto readFrom = [&](std::size_t i) {
+    return std::from_chars(text.data() + i, text.data() + text.size(), magnitude, base);
+  };
+  auto result = readFrom(begin);
+  if (base == 16 && (text.substr(begin, 2) == "0x" || text.substr(begin, 2) == "0X")) {
+    if (const auto behindPrefix = readFrom(begin + 2); behindPrefix.ec != std::errc::invalid_argument) {
+      result = behindPrefix;
+    }
+  }
+  if (result.ec == std::errc::invalid_argument) {
+    return {0, false, 0};
+  }
   constexpr std::uint32_t kLargest = std::numeric_limits<std::uint32_t>::max();
-  char* end = nullptr;
-  errno = 0;
-  const unsigned long long wide = std::strtoull(text.c_str(), &end, base);
-  const auto length = static_cast<std::size_t>(end - text.c_str());
-  const bool negative = std::string_view(text).substr(0, length).find('-') != std::string_view::npos;
-  const unsigned long long magnitude = negative ? 0 - wide : wide;
-  if (errno == ERANGE || magnitude > kLargest) {
+  const auto length = static_cast<std::size_t>(result.ptr - text.data());
+  if (result.ec != std::errc() || magnitude > kLargest) {
     return {kLargest, true, length};
   }
-  return {static_cast<std::uint32_t>(wide), false, length};
+  const auto value = static_cast<std::uint32_t>(magnitude);
+  return {negative ? 0 - value : value, false, length};
 }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
@@ -200,7 +211,7 @@ std::uint32_t stringToUint(std::string_view text) {
   if (readPlain(text, value)) {
     return value;
   }
-  const Unsigned32 number = readUnsigned32(std::string(text), 10);
+  const Unsigned32 number = readUnsigned32(text, 10);
   if (number.length != text.size()) {
     throwNotANumber(text);
   }

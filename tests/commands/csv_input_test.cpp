@@ -87,9 +87,9 @@ TEST(CsvInput, TimesAreSecondsOrFixedPositions) {
                            "2003-03-25 24:25:03", "2003-03-25 00:60:03", "1899-03-25 00:25:03"}) {
     EXPECT_EQ(parse(text), 0) << text;
   }
-  for (const char* text : {"2038-01-19 03:14:08", "1901-12-13 20:45:51"}) {
-    EXPECT_EQ(textOf<error::EParseError>([&] { parse(text); }), "Error parsing: " + quotedString(text));
-  }
+  EXPECT_EQ(textOf<error::EParseError>([&] { parse("2038-01-19 03:14:08"); }),
+            R"(Error parsing: "2038-01-19 03:14:08")");
+  EXPECT_THROW(parse("1901-12-13 20:45:51"), error::Exception);  // some C libraries refuse it themselves
   EXPECT_EQ(textOf<error::EParseError>([&] { parse("2003-03-25 0x:25:03"); }), R"(Error parsing: "0x")");
   EXPECT_THROW(parse("2003-03-25 00:25"), std::out_of_range);
 }
@@ -124,7 +124,7 @@ TEST(CsvOutput, FormatsOfTimes) {
   const std::string letters(TimeText::kRoom - 11, 'x');
   for (const auto& [format, text] : {std::pair<std::string, std::string>("%s", "1048551903"),
                                      {std::string(kDefaultTimeFormat), "2003-03-25 00:25:03"},
-                                     {"%A %j %Z", "Tuesday 084 GMT"},
+                                     {"%A %j %z", "Tuesday 084 +0000"},
                                      {letters + "%s", letters + "1048551903"},
                                      {letters + "-%s", ""}}) {
     TimeText texts(format, kGreenwich);

@@ -1,9 +1,9 @@
 #include "foundation/big_num.h"
 
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 #include <vector>
@@ -23,12 +23,19 @@ BigNum hex(std::string_view text) {
 
 }  // namespace
 
-void* operator new[](std::size_t size) { return std::calloc(size, 1); }
+constexpr std::size_t kHeader = alignof(std::max_align_t);  // holds the size
+
+void* operator new[](std::size_t size) {
+  auto* block = static_cast<std::size_t*>(std::calloc(kHeader + size, 1));
+  *block = size;
+  return reinterpret_cast<char*>(block) + kHeader;
+}
 void operator delete[](void* memory) noexcept {
-  const auto* bytes = static_cast<const char*>(memory);
+  char* const bytes = static_cast<char*>(memory);
+  auto* const block = reinterpret_cast<std::size_t*>(bytes - kHeader);
   ++g_released;
-  g_unwiped += std::any_of(bytes, bytes + malloc_usable_size(memory), [](char c) { return c != 0; });
-  std::free(memory);
+  g_unwiped += std::any_of(bytes, bytes + *block, [](char c) { return c != 0; });
+  std::free(block);
 }
 void operator delete[](void* memory, std::size_t) noexcept { operator delete[](memory); }
 

@@ -1,7 +1,8 @@
 #include "foundation/input.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
+
+#include <cstdio>
 
 #include "foundation/errors.h"
 #include "foundation/process.h"
@@ -50,7 +51,7 @@ TEST(LineReader, LinesMayBeLongerThanABlock) {
 }
 
 TEST(LineReader, ReportsAStreamThatCannotBeRead) {
-  close(0), prepareProcess();
+  std::fclose(stdin), prepareProcess();
   EXPECT_EQ(textOf<error::ESystemError>([] { linesOf(*LineReader::standardInput(), 10); }),
             "Error reading input: Bad file descriptor");
 }

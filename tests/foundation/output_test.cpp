@@ -1,8 +1,8 @@
 #include "foundation/output.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <vector>
@@ -55,5 +55,5 @@ TEST(OutputFile, ReplacesWhatWasThere) {
   file->close();
   std::ifstream written(name);
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(written), {}), "new");
-  unlink(name.c_str());
+  std::remove(name.c_str());
 }

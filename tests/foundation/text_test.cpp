@@ -26,7 +26,7 @@ TEST(Text, NumbersAreWrittenAsByPrintf) {
     const double values[] = {std::bit_cast<double>(random()), whole, whole / 1000};
     const double value = i < std::size(special) ? special[i] : values[i % 3];
     char expected[400];
-    std::snprintf(expected, sizeof expected, "%g", value);
+    std::snprintf(expected, sizeof expected, "%s%g", std::signbit(value) ? "-" : "", std::abs(value));
     std::string text;
     appendReal(text, value);
     ASSERT_EQ(text, expected);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cinttypes>
 #include <cstdio>
 #include <map>
 #include <numeric>
@@ -51,7 +52,7 @@ Place placeOf(std::string word) {
       word, [](char c) { return c == '|' || c == ','; }, ' ');
   for (std::istringstream words(word.substr(colon + 1)); words >> word;) {
     Choice& choice = place.choices.emplace_back(Choice{word.substr(0, word.find('['))});
-    if (std::sscanf(word.c_str(), "%*[^[][%ld..%ld", &choice.low, &choice.high) == 1) {
+    if (std::sscanf(word.c_str(), "%*[^[][%" SCNd64 "..%" SCNd64, &choice.low, &choice.high) == 1) {
       choice.high = std::exchange(choice.low, 0);
     } else if (word == "u32") {
       choice = {word, 0, UINT32_MAX};

@@ -17,22 +17,22 @@ inline std::string dumpConstant(const protocol::Property& property) {
   const std::string kind = className(typeid(value));
   std::string text = uintToString(property.typeWord) + ":" + kind.substr(0, kind.size() - 4);  // less "Prop"
   if (const auto* string = data.as<protocol::StringProp>()) {
-    text += " " + string->value;
+    text.append(" ").append(string->value);
   } else if (const auto* list = data.as<protocol::StringListProp>()) {
     for (const std::string& element : list->value) {
-      text += " " + quotedString(element);
+      text.append(" ").append(quotedString(element));
     }
   } else if (const auto* number = data.as<protocol::SignedIntProp>()) {
-    text += " " + intToString(number->value);
+    text.append(" ").append(intToString(number->value));
   } else if (const auto* natural = data.as<protocol::UnsignedIntProp>()) {
-    text += " " + uintToString(natural->value);
+    text.append(" ").append(uintToString(natural->value));
   } else if (const auto* boolean = data.as<protocol::BooleanProp>()) {
     text += boolean->value ? " true" : " false";
   } else if (const auto* big = data.as<protocol::BigNumProp>()) {
     std::vector<std::uint8_t> bytes(big->value.dataCapacity());
     std::size_t length = bytes.size();
     big->value.bn_get_data(bytes.data(), length);
-    text += " " + hexOf({bytes.data(), length});
+    text.append(" ").append(hexOf({bytes.data(), length}));
   }
   return text;
 }
@@ -42,7 +42,7 @@ inline std::string dump(const protocol::PathPattern& step) {
   const auto joined = [](const auto& rows, const char* between, auto textOfRow) {
     std::string text;
     for (const auto& row : rows) {
-      text += (text.empty() ? "" : between) + textOfRow(row);
+      text.append(text.empty() ? "" : between).append(textOfRow(row));
     }
     return text;
   };

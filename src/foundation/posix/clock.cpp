@@ -53,3 +53,7 @@ bool platform_same_offset(const tm& one, const tm& other) {
   return one.tm_gmtoff == other.tm_gmtoff && one.tm_isdst == other.tm_isdst &&
          std::strcmp(one.tm_zone, other.tm_zone) == 0;
 }
+
+std::size_t platform_format_time(char* text, std::size_t room, const char* format, const tm& fields) {
+  return strftime(text, room, format, &fields);
+}

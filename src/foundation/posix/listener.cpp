@@ -1,4 +1,4 @@
-#include "sandbox/network.h"
+#include "foundation/listener.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -17,7 +17,6 @@
 
 #include "foundation/errors.h"
 
-namespace sandbox {
 namespace {
 
 constexpr int kBacklog = 512;
@@ -30,6 +29,8 @@ void requestStop(int) { g_stopRequested = 1; }
 [[noreturn]] void fail(const std::string& what) {
   throwSystemError(what + ": " + std::generic_category().message(errno));
 }
+
+int descriptorOf(SocketHandle socket) { return static_cast<int>(socket); }
 
 bool isTemporary() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
 
@@ -53,30 +54,23 @@ sockaddr_in loopback(std::uint16_t port) {
 
 }  // namespace
 
-Descriptor::Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  std::swap(number_, other.number_);
-  return *this;
-}
-
-Descriptor::~Descriptor() {
-  if (number_ >= 0) {
-    ::close(number_);
+OwnedSocket::~OwnedSocket() {
+  if (handle_ != kInvalidSocket) {
+    ::close(descriptorOf(handle_));
   }
 }
 
 std::optional<std::size_t> Peer::receive(std::span<std::uint8_t> buffer) {
-  const ssize_t received = ::recv(number(), buffer.data(), buffer.size(), 0);
+  const ssize_t received = ::recv(descriptorOf(handle()), buffer.data(), buffer.size(), 0);
   if (received > 0) {
-    acknowledgeAtOnce(number());
+    acknowledgeAtOnce(descriptorOf(handle()));
     return static_cast<std::size_t>(received);
   }
   return received < 0 && isTemporary() ? std::optional<std::size_t>(0) : std::nullopt;
 }
 
 std::optional<std::size_t> Peer::send(std::span<const std::uint8_t> bytes) {
-  const ssize_t sent = ::send(number(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  const ssize_t sent = ::send(descriptorOf(handle()), bytes.data(), bytes.size(), MSG_NOSIGNAL);
   if (sent >= 0) {
     return static_cast<std::size_t>(sent);
   }
@@ -84,17 +78,18 @@ std::optional<std::size_t> Peer::send(std::span<const std::uint8_t> bytes) {
 }
 
 Listener::Listener(std::uint16_t port)
-    : descriptor_(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
-  if (number() < 0) {
+    : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+  if (handle() == kInvalidSocket) {
     fail("Cannot create a socket");
   }
   const int on = 1;
   sockaddr_in address = loopback(port);
   socklen_t length = sizeof address;
   auto* const generic = reinterpret_cast<sockaddr*>(&address);
-  if (::setsockopt(number(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
-      ::bind(number(), generic, length) != 0 || ::listen(number(), kBacklog) != 0 ||
-      ::getsockname(number(), generic, &length) != 0) {
+  if (::setsockopt(descriptorOf(handle()), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
+      ::bind(descriptorOf(handle()), generic, length) != 0 ||
+      ::listen(descriptorOf(handle()), kBacklog) != 0 ||
+      ::getsockname(descriptorOf(handle()), generic, &length) != 0) {
     fail("Cannot listen on 127.0.0.1:" + std::to_string(port));
   }
   port_ = ntohs(address.sin_port);
@@ -102,17 +97,17 @@ Listener::Listener(std::uint16_t port)
 
 std::optional<Peer> Listener::accept(bool& exhausted) {
   exhausted = false;
-  Descriptor accepted(::accept4(number(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-  if (accepted.number() < 0) {
+  OwnedSocket accepted(::accept4(descriptorOf(handle()), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  if (accepted.handle() == kInvalidSocket) {
     exhausted = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
     return std::nullopt;
   }
-  switchOn(accepted.number(), TCP_NODELAY);  // an answer leaves at once
-  acknowledgeAtOnce(accepted.number());
+  switchOn(descriptorOf(accepted.handle()), TCP_NODELAY);  // an answer leaves at once
+  acknowledgeAtOnce(descriptorOf(accepted.handle()));
   return Peer(std::move(accepted));
 }
 
-void catchStopSignals() {
+void catchStopRequests() {
   sigset_t stopSignals;
   sigemptyset(&stopSignals);
   sigaddset(&stopSignals, SIGINT);
@@ -130,12 +125,12 @@ void catchStopSignals() {
 
 bool stopRequested() { return g_stopRequested != 0; }
 
-void waitFor(std::span<Watch> watches, std::optional<std::chrono::milliseconds> time) {
+void waitForSockets(std::span<Watch> watches, std::optional<std::chrono::milliseconds> time) {
   std::vector<pollfd> polled;
   polled.reserve(watches.size());
   for (const Watch& watch : watches) {
     const int events = (watch.input ? POLLIN : 0) | (watch.output ? POLLOUT : 0);
-    polled.push_back({watch.number, static_cast<short>(events), 0});
+    polled.push_back({descriptorOf(watch.socket), static_cast<short>(events), 0});
   }
   timespec limit{};
   if (time) {
@@ -154,5 +149,3 @@ void waitFor(std::span<Watch> watches, std::optional<std::chrono::milliseconds> 
     watches[i].failed = (polled[i].revents & gone) != 0;
   }
 }
-
-}  // namespace sandbox
