@@ -67,6 +67,6 @@ end_to_end() {
 }
 
 build_packages=(g++ cmake ninja-build)
-windows_packages=(g++-mingw-w64-x86-64-posix libgtest-dev libgmock-dev)
+windows_packages=(g++-mingw-w64-x86-64-posix googletest)
 test_packages=("${build_packages[@]}" ccache clang clang-format libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
   python3 python3-pytest tzdata valgrind mandoc zsh bash-completion)
