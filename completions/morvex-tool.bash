@@ -32,12 +32,12 @@ _morvex_tool_read() {
     if [[ $option ]]; then
       option=
     elif [[ $word == [-/][a-zA-Z] && $known == *$letter* ]] && ((${#operands[@]} == 0)); then
-      seen+=$letter${partners[$letter]}
+      seen+=$letter${partners[$letter]-}
       [[ $known == *$letter:* ]] && option=$letter
     elif [[ $command ]]; then
       operands+=("$word")
     else
-      command=${word,,} known=${options[${word,,}]} seen=
+      command=${word,,} known=${options[${word,,}]-} seen=
     fi
   done
 }
@@ -48,7 +48,7 @@ _morvex_tool_values() {
   case $command:$option in
     :d) offers=(.) ;;
     :f) compopt -o default ;; # readline's own way with file names
-    :l) offers=("$USER") ;;
+    :l) offers=("${USER-}") ;;
     :p) offers=(3241) ;;
     :s)
       if declare -F _known_hosts_real >/dev/null; then

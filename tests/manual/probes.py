@@ -22,8 +22,10 @@ class Probes:
         words = set(re.findall(r'"(\w+)"', "".join(file.read_text() for file in SOURCES.glob("*.cpp"))))
         self.commands = {word for word in words if "Unrecognized command" not in run("-l", "a", word).err}
         assert {"select", "mm"} < self.commands
-        self.options = {command: {letter: takes for letter in string.ascii_letters if (takes := self.takes(command, letter)) is not None}
-                        for command in ["", *self.commands]}
+        self.options = {}
+        for command in ["", *self.commands]:
+            found = {letter: self.takes(command, letter) for letter in string.ascii_letters}
+            self.options[command] = {letter: takes for letter, takes in found.items() if takes is not None}
         self.columns = {command: {letter for letter in string.ascii_letters if self.runs(command, "-o", letter, ".")}
                         for command in self.commands if "o" in self.options[command]}
         self.partners = {command: {letter: {other for other in options if self.excludes(command, letter, other)}

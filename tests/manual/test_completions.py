@@ -50,7 +50,7 @@ def test_times(shell):
     (f"{START} sel", "select"), (f"{START} Select -u -i 5 -n 1 -", "-b -e"), (f"{START} select . ", ""), (f"{START} select . -", ""),
     (f"{START} select -b 2026-11-01-T00:00:00 -t '%F %T' -", "-e -i -m -n"), (f"{START} select -t %H", "%H:%M"),
     (f"{START} insert -i 5 ", ""), (f"{START} listnodes -o Nx", ""), (f"{START} lm ", ""), (f"{START} mm -a clients.accepted -", "-a -c -d -i -s"),
-    (f"{START} listproperties . long", "longLabel"), (f"{START} listproperties -t -i 5 id version -", ""),
+    (f"{START} listproperties . class id ", "active longLabel siblingName version"), (f"{START} listproperties -t -i 5 id version -", ""),
     (f"{START} listproperties -i 5 s", "siblingName"), (f"{START} update . active=t", "active=true"), (f"{START} update -i 5 s", "siblingName="),
 ])
 def test_words(shell, line, offers):
