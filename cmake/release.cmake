@@ -11,7 +11,7 @@ add_compile_options(
   $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>)
 if(WIN32)
   add_link_options($<$<CONFIG:Release>:-fstack-protector-strong>) # links the library behind these checks
-  add_link_options(-Wl,--dynamicbase,--high-entropy-va,--nxcompat,--no-insert-timestamp)
+  add_link_options(-Wl,--dynamicbase,--high-entropy-va,--nxcompat)
 else()
   add_compile_options($<$<CONFIG:Release>:-fPIE>)
   add_link_options($<$<CONFIG:Release>:-pie> -Wl,-z,relro,-z,noexecstack)

@@ -23,8 +23,17 @@ constexpr int kStandardOutput = 1, kStandardError = 2;
   throwSystemError(std::string("Error writing output: ") + std::strerror(code));
 }
 
-// Of a write that failed.
-int writeError() { return _doserrno == ERROR_NO_DATA || _doserrno == ERROR_BROKEN_PIPE ? EPIPE : errno; }
+// Of a write that failed. A pipe without a reader has three codes, and the C library knows one of them.
+int writeError() {
+  switch (_doserrno) {
+    case ERROR_BROKEN_PIPE:
+    case ERROR_NO_DATA:
+    case ERROR_PIPE_NOT_CONNECTED:
+      return EPIPE;
+    default:
+      return errno;
+  }
+}
 
 // Writes all of it, with a carriage return before each line feed. Returns 0 or an error number.
 int writeAll(int descriptor, std::string_view text) {
@@ -34,7 +43,7 @@ int writeAll(int descriptor, std::string_view text) {
     if (count < 0) {
       return writeError();
     }
-    if (count == 0) {
+    if (count == 0) {  // which the C library says of a full device in some cases
       return ENOSPC;
     }
     text.remove_prefix(static_cast<std::size_t>(count));
