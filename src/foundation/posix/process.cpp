@@ -24,7 +24,7 @@ void occupyIfClosed(int descriptor) {
 // throw again.
 [[noreturn]] void endWithoutException() noexcept {
   constexpr std::string_view kMessage = "Caught unknown exception.\n";
-  write(STDERR_FILENO, kMessage.data(), kMessage.size());
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kMessage.data(), kMessage.size());
   _exit(EXIT_FAILURE);
 }
 
