@@ -3,6 +3,15 @@
 #include <memory>
 
 #include "foundation/output.h"
+#include "foundation/terminal.h"
+
+// Whether there is no file of -f, so that the data go through a standard stream.
+bool usesStandardStream();
+
+// To be called behind the log-in by commands that may take long: from then on g_progress shows how far they
+// are, if standard error is a terminal and the data don't come from or go to one, be it by -f or by this
+// stream.
+void showProgress(StandardStream data);
 
 // Where a command prints: the file of -f, or standard output.
 class CommandOutput {

@@ -7,6 +7,7 @@
 
 #include "foundation/errors.h"
 #include "foundation/number_text.h"
+#include "foundation/row_count.h"
 #include "foundation/text.h"
 
 namespace {
@@ -191,6 +192,7 @@ dataquery::Intervals readLines(LineReader& input, const TimeZone& zone) {
   Times times(zone);
   std::string_view line;
   for (std::uint64_t number = 2; input.next(line, kLongestCsvLine); ++number) {  // the header was line 1
+    ++g_rowCount;
     readLine(rows.emplace_back().data.template emplace<Record>(), line, number, times);
   }
   return rows;

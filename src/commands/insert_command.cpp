@@ -2,12 +2,14 @@
 #include <string_view>
 #include <utility>
 
+#include "commands/command_output.h"
 #include "commands/commands.h"
 #include "commands/csv_input.h"
 #include "commands/select_command.h"
 #include "foundation/clock.h"
 #include "foundation/errors.h"
 #include "foundation/input.h"
+#include "foundation/progress.h"
 #include "frontend/login.h"
 #include "frontend/options.h"
 #include "frontend/usage.h"
@@ -31,7 +33,7 @@ ObjectName takeObject(Arguments arguments) {
 }
 
 std::unique_ptr<LineReader> openInput(const char* programName) {
-  if (g_fileName.empty() || g_fileName == "-") {
+  if (usesStandardStream()) {
     return LineReader::standardInput();
   }
   auto file = LineReader::open(g_fileName);
@@ -45,6 +47,7 @@ std::unique_ptr<LineReader> openInput(const char* programName) {
 void putData(const tqlquery::Result& object, std::int32_t dataType, dataquery::Intervals rows) {
   const auto request =
       comquery::make<dataquery::PutData>(object.id, dataTableName(object), dataType, std::move(rows));
+  g_progress.enter(Way::sent, "rows");
   g_connection->post(*request);
   if (const std::uint32_t code = g_connection->await(*request); code != 0) {
     throw error::EFatal(errorText(code));
@@ -54,6 +57,7 @@ void putData(const tqlquery::Result& object, std::int32_t dataType, dataquery::I
 // What the object holds already decides how the lines are read.
 void readCsvData(LineReader& input, const tqlquery::Result& object, const TimeZone& zone) {
   const auto stored = getData(object, 0, currentSeconds());
+  g_progress.enter(Way::read, "rows");
   std::string_view header;
   input.next(header, kLongestCsvLine);
   if (stored->intervals.empty()) {
@@ -72,6 +76,7 @@ void readCsvData(LineReader& input, const tqlquery::Result& object, const TimeZo
 void insertData(int count, char** vector, int index, const TimeZone& zone) {
   const ObjectName object = takeObject(Arguments(count, vector, index));
   login();
+  showProgress(StandardStream::input);
   const FoundObject found = findObjectWithData(object);
   const auto input = openInput(vector[0]);
   readCsvData(*input, *found.object, zone);

@@ -6,6 +6,8 @@
 #include "commands/command_output.h"
 #include "commands/commands.h"
 #include "foundation/assertion.h"
+#include "foundation/progress.h"
+#include "foundation/row_count.h"
 #include "frontend/login.h"
 #include "frontend/options.h"
 
@@ -63,6 +65,7 @@ void runListQuery(const char* programName, const ListOptions& options, const Fou
                   std::string expression, std::vector<std::string> classesPrinted) {
   const std::string& baseId = base.object->id;
   auto query = comquery::make<tqlquery::Select>(baseId, std::move(expression), 0U);
+  g_progress.enter(Way::received, "objects");
   g_connection->post(*query);
   g_connection->await(*query);  // a refusal leaves nothing to list
   const tqlquery::Result* result = query->find_result_opt(baseId);
@@ -107,6 +110,7 @@ TreePrinter::TreePrinter(Output& output, std::string columns, std::vector<std::s
       checks_('^', chain.checks) {}
 
 void TreePrinter::printTree(const tqlquery::Result& object) {
+  g_progress.enter(Way::written, "rows");
   levels_.push_back(levelOf(object));
   while (!levels_.empty()) {
     Level& level = levels_.back();
@@ -153,6 +157,7 @@ void TreePrinter::printLine(const tqlquery::Result& object) {
     }
     appendColumn(columns_[i], object);
   }
+  ++g_rowCount;
   output_.write(line_);
   output_.endLine();
 }
@@ -197,6 +202,7 @@ void TreePrinter::appendPath(PathPart part) {
 void listDomains(int count, char** vector, int index) {
   const ListOptions options = parseListOptions(count, vector, index, "Nipd");
   login();
+  showProgress(StandardStream::output);
   const FoundObject base = findListed(options, {"Domain"});
   const std::string expression = std::string(". > Domain") + star(options) + "[siblingName, longLabel]";
   runListQuery(vector[0], options, base, expression, {"Domain"});
@@ -205,6 +211,7 @@ void listDomains(int count, char** vector, int index) {
 void listNodes(int count, char** vector, int index) {
   const ListOptions options = parseListOptions(count, vector, index, "Nipdn");
   login();
+  showProgress(StandardStream::output);
   const FoundObject base = findListed(options, {"Domain"});
   const std::string expression =
       std::string("Domain") + star(options) + "[siblingName] > Node[siblingName, longLabel]";
@@ -214,6 +221,7 @@ void listNodes(int count, char** vector, int index) {
 void listChecks(int count, char** vector, int index) {
   const ListOptions options = parseListOptions(count, vector, index, "Nipdnc");
   login();
+  showProgress(StandardStream::output);
   const FoundObject base = findListed(options, {"Domain", "Node"});
   std::string expression;
   if (base.object->className == "Domain") {

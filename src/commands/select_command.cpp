@@ -9,6 +9,8 @@
 #include "commands/csv_output.h"
 #include "foundation/clock.h"
 #include "foundation/errors.h"
+#include "foundation/progress.h"
+#include "foundation/row_count.h"
 #include "foundation/text.h"
 #include "frontend/login.h"
 
@@ -142,6 +144,7 @@ comquery::Held<dataquery::GetData> getData(const tqlquery::Result& object, std::
                                            std::int64_t endTime) {
   auto request = comquery::make<dataquery::GetData>(object.id, dataTableName(object), requestTime(startTime),
                                                     requestTime(endTime), 0, 0, true);
+  g_progress.enter(Way::received, "rows");
   g_connection->post(*request);
   g_connection->await(*request);  // a refusal leaves no entries
   return request;
@@ -158,8 +161,10 @@ void printEntries(Output& output, const std::string& format, const dataquery::In
   const std::size_t begin = limit.last == 0 ? 0 : entries.size() - atMost(limit.last);
   const std::size_t end = limit.first == 0 ? entries.size() : atMost(limit.first);
   TimeText times(format, zone);
+  g_progress.enter(Way::written, "rows");
   printCsvHeader(output, entries[begin]);
   for (std::size_t i = begin; i < end; ++i) {
+    ++g_rowCount;
     printCsvRow(output, times, entries[i]);
   }
 }
@@ -167,6 +172,7 @@ void printEntries(Output& output, const std::string& format, const dataquery::In
 void selectData(int count, char** vector, int index, const TimeZone& zone) {
   const SelectOptions options = parseSelectOptions(count, vector, index, zone);
   login();
+  showProgress(StandardStream::output);
   const FoundObject found = findObjectWithData(options.object);
   CommandOutput output(vector[0]);
   if (options.newestOnly()) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "foundation/progress.h"
+
 bool LineReader::next(std::string_view& line, std::size_t longest) {
   std::size_t length = 0;  // of what is known to hold no line feed
   bool feedFound = false;
@@ -36,5 +38,6 @@ bool LineReader::fill() {
   }
   const std::size_t count = read(std::span(buffer_).subspan(end_));
   end_ += count;
+  g_progress.count(Way::read, count);
   return count > 0;
 }

@@ -1,5 +1,7 @@
 #include "foundation/output.h"
 
+#include "foundation/progress.h"
+
 void Output::flush() {
   if (size_ == 0) {
     return;
@@ -7,6 +9,7 @@ void Output::flush() {
   const std::string_view block(buffer_.get(), size_);
   size_ = 0;  // should it fail, part may be out: a later flush must not write that twice, nor fail again
   drain(block);
+  g_progress.count(Way::written, block.size());
 }
 
 // There is always less than a block in the buffer.

@@ -76,6 +76,6 @@ class OutputFile : public Output {
   virtual void close() = 0;
 };
 
-// Writes to standard error, after all that standard output holds, so that both keep their order. Without
-// faults: a message that cannot be written has no other place to go.
+// Writes to standard error, after all that standard output holds, so that both keep their order, and in place
+// of a line of progress. Without faults: a message that cannot be written has no other place to go.
 void printError(std::string_view text) noexcept;

@@ -1,9 +1,11 @@
 #include "protocol/osal_socket.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "foundation/errors.h"
 #include "foundation/output.h"
+#include "foundation/progress.h"
 #include "protocol/buffer_io.h"
 
 namespace old_protocol {
@@ -42,6 +44,7 @@ OsalSocket::~OsalSocket() {
 void OsalSocket::write(const std::uint8_t* bytes, std::size_t count) {
   takeEarly();
   check(socket_send(socket_, bytes, count), kWriting);
+  g_progress.count(Way::sent, count);
 }
 
 std::size_t OsalSocket::read(std::uint8_t* bytes, std::size_t capacity) {
@@ -51,11 +54,13 @@ std::size_t OsalSocket::read(std::uint8_t* bytes, std::size_t capacity) {
   if (!early_.empty()) {
     return giveEarly(bytes, capacity);
   }
+  showWaiting();
   std::size_t received = 0;
   check(socket_recv(socket_, bytes, capacity, received), kReading);
   if (received == 0) {
     throwSystemError("Error reading: OsalSocket::read end of stream");
   }
+  g_progress.count(Way::received, received);
   return received;
 }
 
@@ -83,7 +88,15 @@ std::size_t OsalSocket::giveEarly(std::uint8_t* bytes, std::size_t capacity) {
     early_.clear();
     earlyGiven_ = 0;
   }
+  g_progress.count(Way::received, count);
   return count;
+}
+
+// A server that keeps us waiting is no reason to show nothing, or what was true before the last bytes came.
+void OsalSocket::showWaiting() {
+  if (g_progress.isBehind() && !socket_readable(socket_, 1)) {
+    g_progress.update(std::chrono::steady_clock::now());
+  }
 }
 
 std::unique_ptr<BasicIo> connectSocketIo(const std::string& host, std::uint32_t port) {

@@ -28,6 +28,7 @@ class OsalSocket final : public BasicIo {
   bool hasData() override;
 
  private:
+  void showWaiting();
   void takeEarly();
   std::size_t giveEarly(std::uint8_t* bytes, std::size_t capacity);
 

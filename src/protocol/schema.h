@@ -68,6 +68,7 @@ struct Nest {
   BerValue* (*add)(void* member, std::unique_ptr<BerValue> value);
   BerValue*& (*last)(void* member);
   void (*dropLast)(void* member);
+  bool rows = false;  // its elements count as rows
 };
 
 using Relation = bool (*)(const void* left, const void* right);
@@ -190,6 +191,13 @@ struct SetOf : std::vector<T> {
   static constexpr Tag kTag = BE_SET;
   static constexpr Bounds kBounds = kElementBounds;
 };
+// Lists whose elements are what users know as rows say so by kRows, and then g_rowCount counts these on their
+// way.
+template <class L>
+inline constexpr bool kHoldsRows = requires {
+  L::kRows;
+};
+
 // A list that may grow long: its records stay where they are when it grows. A shorter one is better off with
 // ListOf, which takes no memory while it is empty.
 template <class T>
@@ -306,6 +314,7 @@ struct ListAccess {
   void (*write)(const void* container, BasicIo&, bool legacy);
   Relation equal;
   Relation less;
+  bool rows = false;  // its elements count as rows
 };
 
 class ListValue final : public BerConstructed {
@@ -693,7 +702,8 @@ struct RecordElements {
   static void write(const void* container, BasicIo& io, bool legacy) {
     writeList(Self::kNest, container, io, legacy);
   }
-  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, takePlain, write, equal, less};
+  static constexpr ListAccess kAccess{&typeid(L), &L::kTag, append, takePlain,
+                                      write,      equal,    less,   kHoldsRows<L>};
   static BerValue* open(const Field& row, const Record& owner, std::uint32_t tag, bool legacy, FieldSlot&) {
     return openList(row.in(owner), kAccess, tag, legacy);
   }
@@ -710,7 +720,7 @@ struct Elements<L, Owned<T>> : RecordElements<L, T, Elements<L, Owned<T>>> {
   }
   static BerValue*& last(void* member) { return of(member).back().slot(); }
   static void dropLast(void* member) { of(member).pop_back(); }
-  static constexpr Nest kNest{&L::kTag, Elements::count, at, add, last, dropLast};
+  static constexpr Nest kNest{&L::kTag, Elements::count, at, add, last, dropLast, kHoldsRows<L>};
   static constexpr FieldOps kOps{.open = Elements::open, .nest = &kNest};
 };
 
@@ -722,7 +732,7 @@ struct Elements<L, T> : RecordElements<L, T, Elements<L, T>> {
   static BerValue* grow(L& list) { return &list.emplace_back(); }
   static const BerValue* at(const void* member, std::size_t index) { return &of(member)[index]; }
   static void assign(void* to, const void* from) { of(to) = of(from); }
-  static constexpr Nest kNest{&L::kTag, Elements::count, at, nullptr, nullptr, nullptr};
+  static constexpr Nest kNest{&L::kTag, Elements::count, at, nullptr, nullptr, nullptr, kHoldsRows<L>};
   static constexpr FieldOps kOps{.open = Elements::open, .assign = assign, .nest = &kNest};
 };
 

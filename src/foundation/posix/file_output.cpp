@@ -7,6 +7,7 @@
 
 #include "foundation/errors.h"
 #include "foundation/output.h"
+#include "foundation/progress.h"
 
 namespace {
 
@@ -105,5 +106,6 @@ void printError(std::string_view text) noexcept {
     standardOutput().flush();
   } catch (...) {  // there is no better place for that message than the one that is under way
   }
+  g_progress.wipe();
   writeAll(STDERR_FILENO, text);
 }

@@ -10,6 +10,8 @@
 #include <initializer_list>
 #include <string_view>
 
+#include "foundation/progress.h"
+
 namespace {
 
 // A descriptor by which nothing can be read or written: the use of a stream that the caller closed
@@ -24,6 +26,7 @@ void occupyIfClosed(int descriptor) {
 // throw again.
 [[noreturn]] void endWithoutException() noexcept {
   constexpr std::string_view kMessage = "Caught unknown exception.\n";
+  g_progress.wipe();
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kMessage.data(), kMessage.size());
   _exit(EXIT_FAILURE);
 }

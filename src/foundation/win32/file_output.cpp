@@ -11,6 +11,7 @@
 
 #include "foundation/errors.h"
 #include "foundation/output.h"
+#include "foundation/progress.h"
 #include "foundation/win32/utf8.h"
 
 namespace {
@@ -122,5 +123,6 @@ void printError(std::string_view text) noexcept {
     standardOutput().flush();
   } catch (...) {  // there is no better place for that message than the one that is under way
   }
+  g_progress.wipe();
   writeAll(kStandardError, text);
 }

@@ -20,6 +20,8 @@ struct StartInfo {
 extern "C" int __wgetmainargs(int* count, wchar_t*** arguments, wchar_t*** environment, int expandWildcards,
                               StartInfo* info);
 
+#include "foundation/progress.h"
+
 namespace {
 
 constexpr int kStandardOutput = 1, kStandardError = 2;
@@ -28,6 +30,7 @@ constexpr int kStandardOutput = 1, kStandardError = 2;
 // throw again.
 [[noreturn]] void endWithoutException() noexcept {
   constexpr std::string_view kMessage = "Caught unknown exception.\n";
+  g_progress.wipe();
   _write(kStandardError, kMessage.data(), static_cast<unsigned>(kMessage.size()));
   _exit(EXIT_FAILURE);
 }

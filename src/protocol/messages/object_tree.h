@@ -18,6 +18,7 @@ struct RelativeExpr;
 
 struct ListOfObject : ListOf<Owned<Object>> {
   using ListOf::ListOf;
+  static constexpr bool kRows = true;
 };
 struct ListOfPathPattern : ListOf<Owned<PathPattern>> {
   using ListOf::ListOf;

@@ -128,6 +128,7 @@ struct DataInterval final : Message<DataInterval> {
 
 struct ListOfDataInterval : LongListOf<DataInterval> {
   using LongListOf::LongListOf;
+  static constexpr bool kRows = true;
 };
 
 struct GetDataReq final : Message<GetDataReq> {

@@ -1,0 +1,39 @@
+#include "foundation/terminal.h"
+
+#include <io.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+namespace {
+
+HANDLE handleOf(StandardStream stream) {
+  return reinterpret_cast<HANDLE>(_get_osfhandle(static_cast<int>(stream)));
+}
+
+}  // namespace
+
+bool isTerminal(StandardStream stream) {
+  DWORD mode = 0;
+  return GetConsoleMode(handleOf(stream), &mode) != 0;
+}
+
+// The console is no file: these are its names, in every folder.
+bool isTerminal(const std::string& fileName) {
+  constexpr const char* kNames[] = {"CON", "CONIN$", "CONOUT$"};
+  return std::any_of(std::begin(kNames), std::end(kNames),
+                     [&fileName](const char* name) { return _stricmp(fileName.c_str(), name) == 0; });
+}
+
+bool openErrorTerminal() { return isTerminal(StandardStream::error); }
+
+// There is no background here. Of a console whose user is selecting text every write waits until that is
+// done.
+TerminalOutcome showOnErrorTerminal(std::string_view text) noexcept {
+  DWORD written = 0;
+  const bool shown = WriteConsoleA(handleOf(StandardStream::error), text.data(),
+                                   static_cast<DWORD>(text.size()), &written, nullptr) != 0;
+  return shown ? TerminalOutcome::shown : TerminalOutcome::lost;
+}
