@@ -27,7 +27,8 @@ class ProgressLine {
   // Until then nothing is counted, and nothing shown.
   void start(Show how, Time now);
 
-  // The next phase: counts its bytes and rows from zero. The name of the rows is short, and outlives the line.
+  // The next phase: counts its bytes and rows from zero. The name of the rows is short, and outlives the
+  // line.
   void enter(Way way, std::string_view rowName);
 
   // Counts a block; those of another way than the phase's are left out.
