@@ -34,13 +34,14 @@ class Runner:
         self.resources = pathlib.Path(programs, "resources")
         self.figures = pathlib.Path(scratch, "figures")
 
-    def run(self, *command, output=subprocess.DEVNULL):
-        """Runs it to its end, which must be a success. output is where standard output goes, by default nowhere."""
+    def run(self, *command, output=subprocess.DEVNULL, errors=None):
+        """Runs it to its end, which must be a success. output is where standard output goes, by default nowhere; errors the
+        same for standard error, by default where that of this process goes."""
         if isinstance(output, pathlib.Path):
             with open(output, "wb") as file:
-                return self.run(*command, output=file)
+                return self.run(*command, output=file, errors=errors)
         words = [str(word) for word in (self.resources, self.figures, *command)]
-        subprocess.run(words, stdin=subprocess.DEVNULL, stdout=output, check=True)
+        subprocess.run(words, stdin=subprocess.DEVNULL, stdout=output, stderr=errors, check=True)
         wall, user, system, peak, status = self.figures.read_text().split()
         if status != "0":
             raise RuntimeError(f"Status {status} of {' '.join(words[2:])}")

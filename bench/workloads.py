@@ -2,8 +2,11 @@
 
 import contextlib
 import filecmp
+import os
+import pty
 import shutil
 import sqlite3
+import statistics
 import subprocess
 import time
 from concurrent.futures import ThreadPoolExecutor
@@ -11,13 +14,14 @@ from typing import NamedTuple
 
 from ber import wire
 from conversation import Turn, record, replayed, requests
-from measure import in_turn
+from measure import Best, in_turn
 from servers import ldap, postgres, sandbox
 
 ROWS, NODES, DOMAINS = 1_000_000, 200_000, 20
 LOB, LIST, LIST_TEXTS = 2 << 20, 10_000, 60 + 8  # bytes, elements, and the bytes of one of each list of texts
 METRICS, DELAY = 1000, 50  # milliseconds
 SMALL, LARGE, LARGE_QUICK = 100_000, 4_000_000, 1_000_000
+LONG = 8_000_000  # rows that take longer than the second for which no progress is shown
 LATEST = 2**31 - 1
 WORKLOADS = {}
 
@@ -256,6 +260,26 @@ def listed(bench, rounds, words, count):
     if counts != [count, count]:
         raise RuntimeError(f"{words[0]}: the tool and ldapsearch have listed {counts}")
     return best
+
+
+# Progress
+
+@workload("progress")
+def progress(bench):
+    """The same export with standard error on a terminal, where the run shows how far it is, and elsewhere."""
+    display, terminal = pty.openpty()
+    with sandbox(bench.programs, rows=LONG, keep=2048) as port:
+        command = bench.tool(port, "-f", os.devnull, *export(CONTINUOUS))
+        pairs = [[bench.runner.run(*command, errors=errors) for errors in (terminal, subprocess.DEVNULL)] for _ in range(3 * bench.rounds)]
+    if b" rows" not in os.read(display, 1 << 16):
+        raise RuntimeError("progress: nothing was shown")
+    for descriptor in (display, terminal):
+        os.close(descriptor)
+    name = f"select of {LONG:,}"
+    for program, runs in zip(["morvex-tool, progress shown", "morvex-tool"], zip(*pairs)):
+        bench.report.measured(name, program, Best(runs), LONG)
+    share = statistics.median(shown.cpu / silent.cpu for shown, silent in pairs)  # the best of each differ by more, by chance
+    bench.report.goal(name, "CPU to that without the line", share, 1.01)
 
 
 # Growth

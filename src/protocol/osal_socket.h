@@ -35,6 +35,7 @@ class OsalSocket final : public BasicIo {
   SocketHandle socket_ = kInvalidSocket;
   std::vector<std::uint8_t> early_;  // came while there was something to send
   std::size_t earlyGiven_ = 0;       // how many of those read() has handed out
+  bool drained_ = true;              // the last receive took all that there was
 };
 
 // The stream of a session: a connection under a buffer.
