@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/descriptor.h"
+#include "foundation/progress.h"
 #include "foundation/win32/utf8.h"
 
 // Of the C library, in none of its headers: the arguments as the system has them.
@@ -20,11 +22,7 @@ struct StartInfo {
 extern "C" int __wgetmainargs(int* count, wchar_t*** arguments, wchar_t*** environment, int expandWildcards,
                               StartInfo* info);
 
-#include "foundation/progress.h"
-
 namespace {
-
-constexpr int kStandardOutput = 1, kStandardError = 2;
 
 // An exception for which there is no memory cannot reach main, nor can it be said with anything that might
 // throw again.
