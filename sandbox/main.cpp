@@ -29,6 +29,7 @@ void run(const sandbox::Options& options) {
 int main(int argumentCount, char** arguments) {
   prepareProcess();
   try {
+    arguments = programArguments(argumentCount, arguments);
     const sandbox::Options options = sandbox::parseOptions(argumentCount, arguments);
     if (options.help) {
       standardOutput().write(sandbox::kUsage);

@@ -41,9 +41,15 @@ build() {
 # start_sandbox PRESET [OPTION...]: starts the sandbox server on a free port; sets sandbox_port. It is stopped
 # when the script ends.
 start_sandbox() {
-  local preset=$1 first_line
+  local preset=$1
   shift
-  coproc SANDBOX { exec "build/$preset/bin/morvex-sandbox" --port 0 "$@"; }
+  start_server "build/$preset/bin/morvex-sandbox" --port 0 "$@"
+}
+
+# start_server COMMAND...: the same for a sandbox server by its whole command line.
+start_server() {
+  local first_line
+  coproc SANDBOX { exec "$@"; }
   sandbox_pid=$SANDBOX_PID
   trap 'kill "$sandbox_pid" 2>/dev/null; wait "$sandbox_pid" 2>/dev/null' EXIT
   read -r first_line <&"${SANDBOX[0]}" || { echo "The sandbox server did not start" >&2; exit 1; }
@@ -61,5 +67,6 @@ end_to_end() {
 }
 
 build_packages=(g++ cmake ninja-build)
+windows_packages=(g++-mingw-w64-x86-64-posix googletest)
 test_packages=("${build_packages[@]}" ccache clang clang-format libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
   python3 python3-pytest tzdata valgrind mandoc zsh bash-completion gnuplot-nox systemd)

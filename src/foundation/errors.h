@@ -6,7 +6,8 @@
 
 // The failures of the whole program. All of them derive from error::Exception, which on purpose is no
 // std::exception: what the standard library throws is reported as an unknown exception.
-// They are thrown by value, caught by reference, and reported by main alone.
+// They are thrown by value, caught by reference, and reported by main alone. protocol::EBer derives from
+// error::EParseError.
 namespace error {
 
 class Exception {
@@ -96,8 +97,9 @@ class tql_incomparable : public tql {
 
 }  // namespace errors
 
+// Throws error::ESystemError.
 [[noreturn]] void throwSystemError(std::string message);
 
-// The text of one of the server's error codes; "Unknown error" for a code that has none.
+// The text of one of the server's error codes, 0 to 15; "Unknown error" for a code that has none.
 const char* errorText(std::uint32_t code);
 std::string errorString(std::uint32_t code);

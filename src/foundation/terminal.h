@@ -7,7 +7,9 @@
 
 enum class StandardStream { input, output, error };  // in the order of their descriptors, from 0
 
-bool isTerminal(StandardStream stream);
+// The C library's number of a file, or a standard stream.
+bool isTerminal(int descriptor);
+inline bool isTerminal(StandardStream stream) { return isTerminal(static_cast<int>(stream)); }
 
 // Whether a file of that name, which the program is about to open, is a terminal. Only devices are opened to
 // find out: opening a pipe would be noticed at its other end.

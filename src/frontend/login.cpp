@@ -8,14 +8,12 @@
 #include "foundation/errors.h"
 #include "foundation/wipe.h"
 #include "frontend/options.h"
-#include "protocol/osal_socket.h"
 
 Connection* g_connection = nullptr;
 std::string g_rootObjectId;
 
 namespace {
 
-constexpr IoFactory kSocketIo{&old_protocol::connectSocketIo};
 constexpr const char* kClientName = "Morvex Tool";
 
 // The run may last for days, and needs the secrets only to get in.

@@ -87,6 +87,7 @@ bool finishOutput() noexcept {
 int main(int count, char** vector) {
   prepareProcess();
   try {
+    vector = programArguments(count, vector);
     run(count, vector);
     return finishOutput() ? EXIT_SUCCESS : EXIT_FAILURE;
   } catch (const OutputAbandoned&) {

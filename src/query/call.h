@@ -18,7 +18,7 @@ inline constexpr std::int32_t kMetricTree = 1;         // answers with one objec
 inline constexpr std::int32_t kMetricValue = 2;        // answers with properties
 inline constexpr std::int32_t kMetricDescription = 3;  // answers with one object
 
-// Invokes a numbered method of the server, with properties and objects going either way.
+// Invokes a numbered method of the server, with properties and objects going either way. Used once.
 class Call : public virtual comquery::Query {
  public:
   // The objects stay the caller's and must outlive encode.
@@ -27,6 +27,7 @@ class Call : public virtual comquery::Query {
   std::unique_ptr<protocol::BerValue> encode() override;
   void decode(protocol::BerValue& response) override;
 
+  // From the answer; both are empty until then, and after a refusal.
   protocol::ListOfProperty resultProperties;  // of two with one name the first counts
   protocol::ListOfObject resultObjects;
 

@@ -6,13 +6,16 @@
 #include "protocol/messages/time_series.h"
 #include "query/query.h"
 
-// Requests on the time series of an object, addressed by the object's id and a table name. Each is one
-// request and one answer, and is used once.
+// Requests on the time series of an object, addressed by the object's id and a table name: "tsdbIndex" for
+// the results of checks, "tsdbIncident" for the incident log of a node. Each is one request and one answer,
+// and is used once. A refusal is an error code, as for all requests. What an entry holds says
+// protocol/messages/time_series.h.
 namespace dataquery {
 
 using Intervals = protocol::ListOfDataInterval;
 
-// Reads a span of time, in seconds since 1970.
+// Reads a span of time: the entries from start to end, in seconds since 1970. number1, from 0 to 2000,
+// number2 and flag go to the server as they are; this project's commands give 0, 0 and true.
 class GetData : public comquery::Query {
  public:
   GetData(std::string objectId, std::string tableName, std::int32_t start, std::int32_t end,
@@ -21,7 +24,7 @@ class GetData : public comquery::Query {
   std::unique_ptr<protocol::BerValue> encode() override;
   void decode(protocol::BerValue& response) override;
 
-  std::int32_t dataType = -1;  // the kind of series, from the answer
+  std::int32_t dataType = -1;  // the kind of series, from the answer: 0 to 17, as PutData wants it
   Intervals intervals;         // the answer; empty after a refusal
 
  protected:

@@ -10,12 +10,19 @@
 
 namespace comquery {
 
-// What all queries share: how they take their answer, and that one answer is all they wait for.
+// What all queries share: how they take their answer, and that one answer is all they wait for. A query is
+// made with comquery::make, posted and awaited once, and then holds what the server said:
+//   const auto query = comquery::make<tqlquery::Select>(connection->rootObjectId(), "Domain*[siblingName]");
+//   connection->post(*query);
+//   if (connection->await(*query) == 0) { ... query->find_result_opt(connection->rootObjectId()) ... }
+// What a query is given must fit the limits in the record of its request, in protocol/messages; post throws
+// protocol::EBer for anything else. What a query answers with lives as long as the query.
 class Query : public Request {
  public:
   void finished(Connection& connection) override { connection.forget(*this); }
 
-  // Told when the answer has been taken, and of the server's refusal with its texts.
+  // Told when the answer has been taken, and of the server's refusal: its code, which errorText knows, and
+  // the texts that came with it. Inside await; they may post further requests.
   virtual void onSuccess() {}
   virtual void onError(std::uint32_t, const protocol::ListOfString1024&) {}
 

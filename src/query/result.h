@@ -10,7 +10,9 @@
 namespace tqlquery {
 
 // One object of an answer, and those below it, as the message brought them. The tree mirrors the query: an
-// object at depth n was matched by step n. Of two properties with one name the first counts.
+// object at depth n was matched by step n. It owns its children, which nest as deep as the server likes. It
+// has the properties that the query asked for, and those that every object brings are members: className, id,
+// version. Of two properties with one name the first counts.
 using Result = protocol::Object;
 
 // Properties by their names. It points into the list that it is made of.

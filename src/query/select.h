@@ -14,8 +14,10 @@ namespace tqlquery {
 // The read query on the object tree: a TQL expression, matched by the server from one start object.
 class Select : public virtual comquery::Query {
  public:
-  // Parses the expression. Throws as tql::parse does.
-  Select(std::string startId, std::string expression, std::uint32_t options);
+  // Parses the expression. startId is the object that its first step is matched with, such as
+  // Connection::rootObjectId. Bit 0 of options asks to stay registered for further answers. Throws as
+  // tql::parse does.
+  Select(std::string startId, std::string expression, std::uint32_t options = 0);
 
   // The answer's tree below one start object; null if there is none. The tree lives as long as the query.
   // Throws errors::selecterror before the answer has come.
@@ -33,7 +35,7 @@ class Select : public virtual comquery::Query {
   protocol::ListOfObject results_;
   std::list<std::string> startIds_;
   std::unique_ptr<protocol::PathPattern> pattern_;  // until encode
-  std::uint32_t options_;                           // bit 0: stay registered for further answers
+  std::uint32_t options_;
   std::string expression_;
 };
 

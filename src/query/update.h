@@ -14,12 +14,13 @@ namespace tqlquery {
 // refuses it with code 3 if the object has changed since. Used once.
 class Update : public virtual comquery::Query {
  public:
+  // properties: the new values, made with tql::encode.
   Update(std::string id, std::string version, std::list<protocol::Property> properties);
 
   std::unique_ptr<protocol::BerValue> encode() override;
   void decode(protocol::BerValue& response) override;
 
-  std::string newVersion;  // from the answer
+  std::string newVersion;  // from the answer; empty until then, and after a refusal
 
  protected:
   ~Update() override = default;

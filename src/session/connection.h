@@ -7,12 +7,17 @@
 
 #include "foundation/big_num.h"
 #include "protocol/ber_reader.h"
+#include "protocol/osal_socket.h"
 #include "session/request.h"
 
-// The stream to a server, made by whoever knows how to reach it.
+// The stream to a server, made by whoever knows how to reach it. open gives the stream away, and throws
+// error::ESystemError. The port is in host byte order.
 struct IoFactory {
   std::unique_ptr<old_protocol::BasicIo> (*open)(const std::string& host, std::uint32_t port);
 };
+
+// The usual one: TCP.
+inline constexpr IoFactory kSocketIo{&old_protocol::connectSocketIo};
 
 // Major 2, minor 3.
 inline constexpr std::int32_t kProtocolVersion = 0x0203;
@@ -23,11 +28,17 @@ extern std::map<BigNum, std::uint32_t> sessionRequestCounters;
 
 // An open session on one stream. Nothing happens on the stream but inside its functions. Requests may be
 // posted without waiting; answers are matched by number, in whatever order they come.
+// The libraries keep state of the process (numbers, buffers for messages), so one thread at a time may use
+// them, even with a connection for each. After a failure of the stream or the reader a connection is of no
+// more use.
 class Connection {
  public:
   // Log-in, and the reopening of a session by its key. Both block without a time limit of their own. Throw
   // errors::connect_error with the reason for a refusal, error::ESystemError for an unreachable server and
-  // protocol::EBer for a broken answer to the negotiation.
+  // protocol::EBer for a broken answer to the negotiation. port is 1 to 65535. A log-in carries up to 128
+  // bytes of login and password, 256 of clientName, which names the program to the server, and 1024 of
+  // domain, "." for the root; one that is longer counts as refused. The caller's password stays the caller's
+  // to wipe.
   static std::unique_ptr<Connection> newSession(IoFactory factory, const std::string& server,
                                                 std::uint32_t port, const std::string& clientName,
                                                 const std::string& login, const std::string& password,
@@ -44,9 +55,10 @@ class Connection {
   // the request is as if it had never been posted; the number is spent, and part of the message may be out.
   void post(comquery::Request& request);
 
-  // Handles answers until this request has been answered, and returns its error code; at once for a request
-  // that is not under way. Throws what the stream, the reader and the requests' decode throw; a request whose
-  // decode has thrown stays under way, in state answered.
+  // Handles answers until this request has been answered, and returns its error code (errorText in
+  // foundation/errors.h), 0 for none; at once for a request that is not under way. Waits without a time
+  // limit. Throws what the stream, the reader and the requests' decode throw; a request whose decode has
+  // thrown stays under way, in state answered.
   std::uint32_t await(comquery::Request& request);
 
   // Handles one message. Returns the request that it answered, null if nobody asked. The pointer is good for

@@ -21,7 +21,7 @@ class Request {
   Request(const Request&) = delete;
   Request& operator=(const Request&) = delete;
 
-  // Names the request in messages.
+  // Names the request in messages: text for a person.
   virtual std::string describe() const { return "Unknown request"; }
 
   // The payload: one of the alternatives of protocol::Request. Called once.
@@ -59,7 +59,8 @@ class Request {
   Request* keptBefore_ = nullptr;
 };
 
-// The creator's reference to a request.
+// The creator's reference to a request: requests are made by make and die with their last reference, never by
+// delete. Empty behind a move and behind keep.
 template <class T>
 class Held {
  public:

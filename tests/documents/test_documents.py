@@ -77,9 +77,9 @@ class Shell:
         self.reserved.bind(("127.0.0.1", 0))
         self.port = self.reserved.getsockname()[1]
         (folder / "bin").mkdir()
-        for name, option in [("tool", "-p"), ("sandbox", "--port")]:
+        for name, options in [("tool", "-s 127.0.0.1 -p"), ("sandbox", "--port")]:  # not all know the name localhost
             program = folder / "bin" / f"morvex-{name}"
-            program.write_text(f'#!/bin/sh\nexec "{os.environ[f"MORVEX_{name.upper()}"]}" {option} {self.port} "$@"\n')
+            program.write_text(f'#!/bin/sh\nexec "{os.environ[f"MORVEX_{name.upper()}"]}" {options} {self.port} "$@"\n')
             program.chmod(0o755)
         (folder / "work").mkdir()
         source, self.input = os.pipe()

@@ -54,8 +54,6 @@ def test_every_path_leads_back(ask, tree):
         assert ask(command, *options, row[0]) == lines, row
         assert ask(command, *options, "-i", row[1]) == lines, row
 
-    if WINDOWS:  # where arguments come in the system's code page
-        below = [case for case in below if case[2][0].isascii()]
     first = ["select", "-n", "5", "-b", str(int(time.time()) - 20 * 86400)]  # the oldest go every moment
 
     def selects_the_same(row):
@@ -63,7 +61,7 @@ def test_every_path_leads_back(ask, tree):
 
     with ThreadPoolExecutor(8) as pool:  # clients at the same time
         list(pool.map(leads_back, below))
-        list(pool.map(selects_the_same, [row for row in nodes + checks if row[0].isascii() or not WINDOWS]))
+        list(pool.map(selects_the_same, nodes + checks))
 
 
 def test_refusals(server, tree):

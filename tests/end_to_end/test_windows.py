@@ -84,7 +84,7 @@ SELECT = "select -b 100 -e 1000 -i 42".split()
 
 def test_line_ends_of_a_file(tmp_path):
     """Those of an export are the system's, and an import takes either."""
-    file, rows = tmp_path / "rows", lambda end, count: "".join(f"{at},{at + 1},1,2,{count}{end}" for at in range(5, 9000, 5))
+    file, rows = tmp_path / "größe.csv", lambda end, count: "".join(f"{at},{at + 1},1,2,{count}{end}" for at in range(5, 9000, 5))
     with sandbox("--rows", "3") as server:
         ask = lambda *args, **options: run(*server, *LOGIN, *args, **options)
         export, insert = "select -u -b 1 -e 9999 .,scale,enum".split(), ["insert", ".,scale,enum"]
@@ -100,7 +100,7 @@ def test_line_ends_of_a_file(tmp_path):
 
 @pytest.mark.parametrize("form", [
     "%s|%F %T|%D %R|%r", "%Y %C %y|%G-W%V-%u|%g %U %W %w|%j|%m %d %e", "%H %I %k %l %M %S %p %P|%n%t%%|%z", "%A %a|%B %b %h|%c|%x|%X",
-    "%-d %_m %010Y %^a %#p %#B", "%Ey %Od %Q %&", "%", "a%", "%E",
+    "%-d %_m %010Y %^a %#p %#B", "%Ey %Od %Q %&", "%", "a%", "%E", "*",
 ])
 def test_formats(form):
     """Those that the C library there does not know as well: what Linux makes of them is the measure."""

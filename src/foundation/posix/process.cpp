@@ -27,7 +27,7 @@ void occupyIfClosed(int descriptor) {
 [[noreturn]] void endWithoutException() noexcept {
   constexpr std::string_view kMessage = "Caught unknown exception.\n";
   g_progress.wipe();
-  write(STDERR_FILENO, kMessage.data(), kMessage.size());
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kMessage.data(), kMessage.size());
   _exit(EXIT_FAILURE);
 }
 
@@ -41,3 +41,5 @@ void prepareProcess() {
     occupyIfClosed(descriptor);
   }
 }
+
+char** programArguments(int&, char** given) { return given; }

@@ -20,7 +20,7 @@ bool isBackground() {
 
 }  // namespace
 
-bool isTerminal(StandardStream stream) { return isatty(static_cast<int>(stream)) != 0; }
+bool isTerminal(int descriptor) { return isatty(descriptor) != 0; }
 
 bool isTerminal(const std::string& fileName) {
   struct stat status {};
@@ -31,7 +31,7 @@ bool isTerminal(const std::string& fileName) {
   if (descriptor < 0) {
     return false;
   }
-  const bool terminal = isatty(descriptor) != 0;
+  const bool terminal = isTerminal(descriptor);
   close(descriptor);
   return terminal;
 }

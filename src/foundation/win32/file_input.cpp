@@ -8,6 +8,7 @@
 
 #include "foundation/errors.h"
 #include "foundation/input.h"
+#include "foundation/win32/utf8.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ class DescriptorReader final : public LineReader {
 }  // namespace
 
 std::unique_ptr<LineReader> LineReader::open(const std::string& name) {
-  const int descriptor = _open(name.c_str(), _O_RDONLY | _O_NOINHERIT);
+  const int descriptor = _wopen(wideFromUtf8(name).c_str(), _O_RDONLY | _O_NOINHERIT);
   return descriptor < 0 ? nullptr : std::make_unique<DescriptorReader>(descriptor);
 }
 

@@ -6,13 +6,23 @@
 
 #include <cstdlib>
 #include <exception>
+#include <new>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "foundation/descriptor.h"
 #include "foundation/progress.h"
+#include "foundation/win32/utf8.h"
+
+// Of the C library, in none of its headers: the arguments as the system has them.
+struct StartInfo {
+  int newMode;
+};
+extern "C" int __wgetmainargs(int* count, wchar_t*** arguments, wchar_t*** environment, int expandWildcards,
+                              StartInfo* info);
 
 namespace {
-
-constexpr int kStandardOutput = 1, kStandardError = 2;
 
 // An exception for which there is no memory cannot reach main, nor can it be said with anything that might
 // throw again.
@@ -39,4 +49,24 @@ void prepareProcess() {
   // A caller of the same C library may have handed them down in another mode.
   _setmode(kStandardOutput, _O_TEXT);
   _setmode(kStandardError, _O_TEXT);
+}
+
+// What main is given is in the code page of the system, in which most names cannot be written, and with the
+// names of files in place of what looks like a pattern of them.
+char** programArguments(int& count, char**) {
+  static std::vector<std::string> texts;
+  static std::vector<char*> arguments;
+  wchar_t **wide = nullptr, **environment = nullptr;
+  StartInfo info{};
+  if (__wgetmainargs(&count, &wide, &environment, 0, &info) < 0) {
+    throw std::bad_alloc();
+  }
+  for (int i = 0; i < count; ++i) {
+    texts.push_back(utf8FromWide(wide[i]));
+  }
+  for (std::string& text : texts) {
+    arguments.push_back(text.data());
+  }
+  arguments.push_back(nullptr);
+  return arguments.data();
 }

@@ -7,17 +7,14 @@
 #include <cstring>
 #include <iterator>
 
-namespace {
+#include "foundation/descriptor.h"
 
-HANDLE handleOf(StandardStream stream) {
-  return reinterpret_cast<HANDLE>(_get_osfhandle(static_cast<int>(stream)));
-}
+static HANDLE handleOf(int descriptor) { return reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)); }
 
-}  // namespace
-
-bool isTerminal(StandardStream stream) {
+// The C library's own answer takes every device for a terminal, NUL among them.
+bool isTerminal(int descriptor) {
   DWORD mode = 0;
-  return GetConsoleMode(handleOf(stream), &mode) != 0;
+  return GetConsoleMode(handleOf(descriptor), &mode) != 0;
 }
 
 // The console is no file: these are its names, in every folder.
@@ -33,7 +30,7 @@ bool openErrorTerminal() { return isTerminal(StandardStream::error); }
 // done.
 TerminalOutcome showOnErrorTerminal(std::string_view text) noexcept {
   DWORD written = 0;
-  const bool shown = WriteConsoleA(handleOf(StandardStream::error), text.data(),
-                                   static_cast<DWORD>(text.size()), &written, nullptr) != 0;
+  const bool shown = WriteConsoleA(handleOf(kStandardError), text.data(), static_cast<DWORD>(text.size()),
+                                   &written, nullptr) != 0;
   return shown ? TerminalOutcome::shown : TerminalOutcome::lost;
 }

@@ -8,7 +8,8 @@
 #include "protocol/schema.h"
 
 // The messages that read and write the time series which the server keeps for an object, and the report of
-// a check. Times are in seconds since 1970.
+// a check. Times are in seconds since 1970. Values are in the check's own unit. Members named by kind and
+// position (real2, uint5) are ones whose meaning only other programs know.
 namespace protocol {
 
 // Severity and status travel as bare numbers; their values are the server's.
@@ -48,6 +49,7 @@ struct DataIntervalRawDEPRECATED final : Message<DataIntervalRawDEPRECATED> {
   static constexpr Schema kSchema{.tag = alternative(0), .fields = kFields};
 };
 
+// A line of an incident log.
 struct DataIntervalIncident final : Message<DataIntervalIncident> {
   std::int32_t time = 0;
   Severity severity{};
@@ -73,7 +75,8 @@ struct DataIntervalContinuousDEPRECATED final : Message<DataIntervalContinuousDE
   static constexpr Schema kSchema{.tag = alternative(2), .fields = kFields, .required = 3};
 };
 
-// A span of time and what was measured in it.
+// A span of time and what was measured in it: the largest value, the mean and the smallest, and how many good
+// and bad measurements there were.
 template <class T>
 struct Measured : Message<T> {
   std::int32_t begin = 0;
@@ -94,6 +97,7 @@ struct DataIntervalSawtooth final : Measured<DataIntervalSawtooth> {
   static constexpr Schema kSchema{.tag = alternative(3), .fields = kFields, .required = 3};
 };
 
+// A span of time and the states that were seen in it.
 struct DataIntervalEnum final : Message<DataIntervalEnum> {
   std::int32_t begin = 0;
   std::int32_t end = 0;

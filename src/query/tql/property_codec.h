@@ -22,26 +22,27 @@ inline constexpr std::uint32_t kReadOnly = 0x100000;
 inline constexpr std::uint32_t kPrimaryKey = 0x400000;
 inline constexpr std::uint32_t kInherited = 0x80000000;  // on a null
 
+// Behind each type, what encode takes and decode gives, if that is not the type of its name.
 enum BaseType : std::uint32_t {
   kBoolean = 1,
-  kUnsignedInteger = 2,
-  kSignedInteger = 3,
-  kReal = 4,
-  kDate = 5,
-  kString = 6,
-  kId = 7,
-  kIdSet = 8,
-  kAction = 9,
-  kIndex = 10,
+  kUnsignedInteger = 2,  // std::uint32_t
+  kSignedInteger = 3,    // std::int32_t
+  kReal = 4,             // double
+  kDate = 5,             // seconds since 1970; encode takes std::int32_t, decode gives std::int64_t
+  kString = 6,           // up to 1024 bytes
+  kId = 7,               // the id of an object, a string
+  kIdSet = 8,            // a list of strings
+  kAction = 9,           // has no value here
+  kIndex = 10,           // std::uint32_t
   kStringList = 11,
-  kBlob = 12,
-  kGid = 13,
-  kGidList = 14,
-  kSnmpOid = 15,
-  kUnsigned64 = 16,
-  kSigned64 = 17,
-  kBigNum = 18,
-  kLob = 19,
+  kBlob = 12,        // up to 2048 bytes
+  kGid = 13,         // std::uint32_t
+  kGidList = 14,     // a list of std::uint32_t
+  kSnmpOid = 15,     // dotted decimal, a string
+  kUnsigned64 = 16,  // decode only
+  kSigned64 = 17,    // decode only
+  kBigNum = 18,      // encode only
+  kLob = 19,         // up to 2 MiB
 };
 
 using protocol::Property;
