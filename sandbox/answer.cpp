@@ -43,7 +43,7 @@ void ItemWriter::number(std::uint32_t value) {
 }
 
 void ItemWriter::openResponse(std::int32_t requestId, const protocol::Tag& payload) {
-  open(protocol::Response::kSchema.tag);
+  open(protocol::Response::wireTag());
   number(static_cast<std::uint32_t>(requestId));
   open(payload);
 }

@@ -25,7 +25,7 @@ class MetricAnswer final : public Answer {
   bool writePortion(protocol::BasicIo& io, bool legacy) override {
     ItemWriter to(io, legacy);
     if (next_ == first_) {
-      to.openResponse(requestId_, protocol::CallResp::kSchema.tag);
+      to.openResponse(requestId_, protocol::CallResp::wireTag());
       to.open(protocol::BE_SEQ);
       to.close();
       to.open(protocol::BE_SEQ);

@@ -26,7 +26,7 @@ DataAnswer::DataAnswer(std::int32_t requestId, const Series& series,
 bool DataAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
   ItemWriter to(io, legacy);
   if (!opened_) {
-    to.openResponse(requestId_, protocol::GetDataResp::kSchema.tag);
+    to.openResponse(requestId_, protocol::GetDataResp::wireTag());
     to.number(static_cast<std::uint32_t>(series_.dataType()));
     to.open(protocol::BE_SEQ);
     opened_ = true;
@@ -38,7 +38,7 @@ bool DataAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
       to.closeResponse();
       return true;
     }
-    to.open(protocol::DataInterval::kSchema.tag);
+    to.open(protocol::DataInterval::wireTag());
     to.item(*entry);
     to.close();
     ++activity_.rowsSent;

@@ -29,7 +29,7 @@ class Collector final : public protocol::BasicIo {
 // What differs between two answers to the same question: the number of the request.
 void writeHead(protocol::BasicIo& io, bool legacy, std::int32_t requestId) {
   ItemWriter to(io, legacy);
-  to.open(protocol::Response::kSchema.tag);
+  to.open(protocol::Response::wireTag());
   to.number(static_cast<std::uint32_t>(requestId));
 }
 

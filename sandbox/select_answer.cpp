@@ -18,7 +18,7 @@ SelectAnswer::SelectAnswer(std::int32_t requestId, const Tree& tree, Pattern pat
 bool SelectAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
   ItemWriter to(io, legacy);
   if (next_ == 0) {
-    to.openResponse(requestId_, protocol::SelectResp::kSchema.tag);
+    to.openResponse(requestId_, protocol::SelectResp::wireTag());
     to.open(protocol::BE_SEQ);
   }
   const std::size_t end = std::min(next_ + kObjectsPerPortion, matches_.size());

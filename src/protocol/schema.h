@@ -130,20 +130,19 @@ class Record : public BerConstructed {
                               bool legacy);
 };
 
-// What the reader asks a record for each time costs one virtual call: here the schema is known.
+// What the reader asks a record for each time costs one virtual call: there the schema is known. The
+// functions are compiled for all messages in catalogue.cpp, so that no other unit generates code for the
+// tables of those it uses.
 template <class T>
 struct Message : Record {
   using Self = T;
-  const Schema& schema() const final { return T::kSchema; }
-  std::unique_ptr<Record> blank() const final { return std::make_unique<T>(); }
-  std::uint32_t tag(bool legacy) const final { return T::kSchema.tag.word(legacy); }
-  BerValue* makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) final {
-    return openField(T::kSchema, index, tag, legacy, slot);
-  }
-  std::size_t takePlain(std::uint32_t& index, std::span<const std::uint8_t> bytes, bool legacy) final {
-    return takePlainFields(T::kSchema, index, bytes, legacy);
-  }
-  std::uint32_t minFields() const final { return static_cast<std::uint32_t>(T::kSchema.required); }
+  static const Tag& wireTag();
+  const Schema& schema() const final;
+  std::unique_ptr<Record> blank() const final;
+  std::uint32_t tag(bool legacy) const final;
+  BerValue* makeField(std::uint32_t index, std::uint32_t tag, bool legacy, FieldSlot& slot) final;
+  std::size_t takePlain(std::uint32_t& index, std::span<const std::uint8_t> bytes, bool legacy) final;
+  std::uint32_t minFields() const final;
 };
 
 // An integer that may be missing, which is not the same as 0.
