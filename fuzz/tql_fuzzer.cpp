@@ -1,5 +1,6 @@
 // Any text through the parser of TQL; what parses travels in both tag sets.
 
+#include "protocol/ber_error.h"
 #include "protocol/messages/handshake.h"
 #include "query/tql/parser.h"
 #include "wire.h"

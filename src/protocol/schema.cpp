@@ -5,6 +5,7 @@
 
 #include "foundation/row_count.h"
 #include "foundation/wipe.h"
+#include "protocol/ber_error.h"
 
 namespace protocol {
 namespace {

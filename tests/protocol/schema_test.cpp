@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "protocol/ber_error.h"
 #include "protocol/messages/envelope.h"
 #include "support/reading.h"
 
