@@ -58,7 +58,7 @@ double realOf(std::string_view hex) { return readBothWays<double>(hex, real); }
 
 TEST(BerInteger, TravelsInTheShortestForm) {
   std::string items;
-  for (const std::int32_t value : {0, 127, 128, -1, -128, -129, 65535, INT32_MAX, INT32_MIN}) {
+  for (const std::int32_t value : {0, 127, 128, -1, -128, -129, -32768, 65535, INT32_MAX, INT32_MIN}) {
     std::int64_t same = value;
     const std::string item = writtenHex(integer(&same));
     expectItem<std::int32_t>(value, item, integer<std::int32_t>);
@@ -66,8 +66,8 @@ TEST(BerInteger, TravelsInTheShortestForm) {
     items += item + "  ";
   }
   EXPECT_EQ(items,
-            "02 01 00  02 01 7F  02 02 00 80  02 01 FF  02 01 80  02 02 FF 7F  02 03 00 FF FF  "
-            "02 04 7F FF FF FF  02 04 80 00 00 00  ");
+            "02 01 00  02 01 7F  02 02 00 80  02 01 FF  02 01 80  02 02 FF 7F  02 02 80 00  "
+            "02 03 00 FF FF  02 04 7F FF FF FF  02 04 80 00 00 00  ");
   expectItem(0xFFFFFFFF, "02 05 00 FF FF FF FF", integer<std::uint32_t>);
   expectItem(~std::uint64_t{0}, "02 09 00 FF FF FF FF FF FF FF FF", integer<std::uint64_t>);
   expectItem(INT64_MIN, "02 08 80 00 00 00 00 00 00 00", integer<std::int64_t>);

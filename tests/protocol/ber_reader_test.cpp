@@ -47,6 +47,7 @@ TEST(BerReader, AcceptsEveryFormWhereverItIsCut) {
       {"definite behind a primitive", "63 04 04 02 68 69 62 00", "63 80 04 02 68 69 00 00" ACK},
       {"definite behind a definite", "61 06 02 02 02 03 A0 00 62 00", OFFER ACK},
       {"definite behind an end-of-contents", "61 08 02 02 02 03 A0 80 00 00 62 00", OFFER ACK},
+      {"definite to the last end-of-contents", "61 08 02 02 02 03 A0 80 00 00", OFFER},
       {"definites ending together", "61 0A 02 02 02 03 A0 04 30 02 05 00 62 00", OFFER ACK},
       {"end-of-contents in a definite", "61 7F 02 02 02 03 A0 00 00 00", OFFER},
       {"long lengths", "63 84 00 00 00 08 04 82 00 04 'hihi'", "63 80 04 04 68 69 68 69 00 00"},
