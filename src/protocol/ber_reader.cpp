@@ -157,8 +157,10 @@ std::size_t BerReader::takePlain(std::span<const std::uint8_t> chunk) {
   const std::uint64_t left = top.length - top.consumed;  // nearly without end for an indefinite length
   const auto within = static_cast<std::size_t>(std::min<std::uint64_t>(chunk.size(), left));
   const std::size_t taken = top.value->takePlain(top.fieldIndex, chunk.first(within), legacy_);
-  top.consumed += taken;
-  closeComplete();
+  if (taken != 0) {
+    top.consumed += taken;
+    closeComplete();
+  }
   return taken;
 }
 
