@@ -31,7 +31,8 @@
 //     static constexpr Schema kSchema{.tag = alternative(3), .fields = kFields, .required = 1};
 //   };
 //
-// The member's type decides what travels:
+// The list of catalogue.cpp names it as well: its table is compiled there. The member's type decides what
+// travels:
 //   bool, double, BigNum, the four integers     BOOLEAN, REAL, INTEGER; integers may have bounds
 //   std::string                                 a string, with its limit
 //   an enum class over std::int32_t             ENUMERATED
