@@ -6,6 +6,8 @@
 #include "commands/csv_input.h"
 #include "commands/csv_output.h"
 
+using namespace morvex;
+
 namespace {
 
 using namespace protocol;

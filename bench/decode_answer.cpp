@@ -15,6 +15,8 @@
 #include "protocol/ber_reader.h"
 #include "protocol/catalogue.h"
 
+using namespace morvex;
+
 namespace {
 
 constexpr std::size_t kBlock = 1 << 16;

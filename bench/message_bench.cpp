@@ -9,6 +9,8 @@
 #include "protocol/ber_reader.h"
 #include "samples.h"
 
+using namespace morvex;
+
 namespace {
 
 constexpr std::size_t kRows = 10'000;

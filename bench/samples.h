@@ -7,6 +7,8 @@
 #include "protocol/basic_io.h"
 #include "protocol/messages/envelope.h"
 
+namespace morvex {
+
 // A stream that keeps what is written.
 class MemoryIo final : public protocol::BasicIo {
  public:
@@ -35,3 +37,5 @@ inline protocol::Response sampleSeries(std::size_t rows) {
   }
   return response;
 }
+
+}  // namespace morvex

@@ -18,7 +18,9 @@
 #include <ctime>
 
 #include "foundation/number_text.h"
-#include "foundation/time_zone.h"
+#include "platform/time_zone.h"
+
+using namespace morvex;
 
 namespace {
 

@@ -10,6 +10,8 @@
 #include "commands/csv_output.h"
 #include "foundation/number_text.h"
 
+using namespace morvex;
+
 namespace {
 
 constexpr std::size_t kCount = 10'000;

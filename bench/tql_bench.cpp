@@ -4,6 +4,8 @@
 
 #include "query/tql/parser.h"
 
+using namespace morvex;
+
 namespace {
 
 const std::string kChecks =

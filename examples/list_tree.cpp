@@ -2,9 +2,11 @@
 #include <iostream>
 
 #include "foundation/errors.h"
-#include "foundation/process.h"
 #include "foundation/text.h"
+#include "platform/process.h"
 #include "query/select.h"
+
+using namespace morvex;
 
 int main(int count, char** arguments) try {
   prepareProcess();

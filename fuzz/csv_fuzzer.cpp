@@ -10,6 +10,8 @@
 #include "require.h"
 #include "support/text_input.h"
 
+using namespace morvex;
+
 namespace {
 
 using namespace protocol;

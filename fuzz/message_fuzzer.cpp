@@ -3,6 +3,8 @@
 #include "protocol/schema.h"
 #include "wire.h"
 
+using namespace morvex;
+
 namespace {
 
 const protocol::BerProtocol& catalogue() { return protocol::guiProtocol::instance(); }

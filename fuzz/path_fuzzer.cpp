@@ -5,6 +5,8 @@
 #include "query/tql/parser.h"
 #include "require.h"
 
+using namespace morvex;
+
 namespace {
 
 using Names = std::list<std::string>;

@@ -7,6 +7,8 @@
 
 #include "foundation/errors.h"
 
+namespace morvex {
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 // Stops the fuzzer at a broken promise, saying which.
@@ -27,3 +29,5 @@ std::string outcomeOf(Action action) {
     return "refused: " + fault.text();
   }
 }
+
+}  // namespace morvex

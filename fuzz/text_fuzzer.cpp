@@ -9,6 +9,8 @@
 #include "foundation/big_num.h"
 #include "require.h"
 
+using namespace morvex;
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;

@@ -1,6 +1,6 @@
 // Conversions of times, one zone after the other, against UTC and the rules of the zone written out.
 
-#include "foundation/time_zone.h"
+#include "platform/time_zone.h"
 
 #include <algorithm>
 #include <array>
@@ -10,6 +10,8 @@
 #include "commands/csv_output.h"
 #include "foundation/text.h"
 #include "require.h"
+
+using namespace morvex;
 
 namespace {
 

@@ -5,6 +5,8 @@
 #include "query/tql/parser.h"
 #include "wire.h"
 
+using namespace morvex;
+
 namespace {
 
 // The pattern alone, behind what a legacy peer opens with.

@@ -10,6 +10,8 @@
 #include "protocol/ber_reader.h"
 #include "require.h"
 
+namespace morvex {
+
 // Keeps what is written. Is read in pieces of these sizes, over and over.
 struct PiecewiseIo final : old_protocol::BasicIo {
   explicit PiecewiseIo(std::string content = "", std::vector<std::size_t> sizes = {65536})
@@ -67,3 +69,5 @@ inline std::unique_ptr<protocol::BerValue> readBack(const protocol::BerProtocol&
   require(reading.messages.size() == (legacy ? 2 : 1), "what was written is one message");
   return std::move(reading.messages.back());
 }
+
+}  // namespace morvex

@@ -1,6 +1,6 @@
 #include "sandbox/activity.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 RequestKind kindOf(const protocol::Request& request) {
   const auto& req = request.req;
@@ -13,4 +13,4 @@ RequestKind kindOf(const protocol::Request& request) {
                                                          : RequestKind::other;
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

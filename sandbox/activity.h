@@ -9,7 +9,7 @@
 
 #include "protocol/messages/envelope.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 using Time = std::chrono::steady_clock::time_point;
 
@@ -59,4 +59,4 @@ struct Activity {
   std::array<Requests, kRequestKinds> requests;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -5,7 +5,7 @@
 #include "protocol/encoding.h"
 #include "protocol/messages/envelope.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 // What one text of an ErrorResp holds.
@@ -53,4 +53,4 @@ void ItemWriter::closeResponse() {
   close();
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

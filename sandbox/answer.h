@@ -9,7 +9,7 @@
 #include "protocol/tag.h"
 #include "sandbox/refusal.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Something on its way to a client. It is written in portions, as fast as the client takes them, so that a
 // large answer neither takes memory nor keeps other clients waiting.
@@ -54,4 +54,4 @@ class ItemWriter {
   bool legacy_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

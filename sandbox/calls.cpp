@@ -9,7 +9,7 @@
 #include "sandbox/object_nesting.h"
 #include "sandbox/refusal.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 enum Method : std::int32_t { kMetricTree = 1, kMetricValue = 2, kMetricDescription = 3 };
@@ -103,4 +103,4 @@ std::unique_ptr<Answer> Calls::serve(std::int32_t requestId, const protocol::Cal
   }
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -9,7 +9,7 @@
 #include "sandbox/metrics.h"
 #include "sandbox/tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Serves calls of the server's methods: 1 gives the tree of its metrics, 2 the value of one, 3 its
 // description. Throws Refusal for what cannot be served.
@@ -24,4 +24,4 @@ class Calls {
   Metrics metrics_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

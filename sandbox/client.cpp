@@ -7,7 +7,7 @@
 #include "foundation/errors.h"
 #include "protocol/catalogue.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 // Major 2, minor 3. Versions go together if their major numbers are equal.
@@ -242,4 +242,4 @@ void Client::serve(protocol::BerValue& message, Time now) {
   }
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

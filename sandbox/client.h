@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "foundation/big_num.h"
-#include "foundation/listener.h"
+#include "platform/listener.h"
 #include "protocol/ber_reader.h"
 #include "protocol/messages/handshake.h"
 #include "sandbox/activity.h"
@@ -16,7 +16,7 @@
 #include "sandbox/handler.h"
 #include "sandbox/options.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // The sessions of this run, which can be reopened as long as it lasts.
 class Sessions {
@@ -125,4 +125,4 @@ class Client {
   std::deque<Queued> queue_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

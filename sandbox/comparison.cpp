@@ -11,7 +11,7 @@
 #include "query/tql/property_codec.h"
 #include "sandbox/refusal.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 using protocol::Property;
@@ -217,4 +217,4 @@ bool holds(const Property& value, RelOperator op, const Property& constant) {
   }
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

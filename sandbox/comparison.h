@@ -2,7 +2,7 @@
 
 #include "protocol/messages/object_tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Whether a filter's operator holds between an object's property and the constant. Both must be of one type,
 // but numbers of any type compare by value. A null equals a null and is below anything else.
@@ -15,4 +15,4 @@ namespace sandbox {
 // From ~= on, a null fulfils !~ alone. Throws Refusal for what cannot be compared.
 bool holds(const protocol::Property& value, protocol::RelOperator op, const protocol::Property& constant);
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 constexpr int kEntriesPerPortion = 512;
@@ -80,4 +80,4 @@ const protocol::BerValue* DataAnswer::takeOwn() {
   return own_.data.get();
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -8,7 +8,7 @@
 #include "sandbox/series.h"
 #include "sandbox/stored_series.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // A GetDataResp with the entries of a series that overlap a span: its own, which are made as they are
 // written, and the stored ones among them.
@@ -36,4 +36,4 @@ class DataAnswer final : public Answer {
   protocol::DataInterval own_;  // the first entry of ownRange_, once it is made
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -7,7 +7,7 @@
 #include "sandbox/data_answer.h"
 #include "sandbox/refusal.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 template <class Entry>
@@ -103,4 +103,4 @@ SeriesPlan DataRequests::planOf(ObjectIndex object, const std::string& tableName
   return isIncidents == (plan.kind == SeriesKind::incidents) ? plan : SeriesPlan{};
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

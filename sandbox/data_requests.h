@@ -11,7 +11,7 @@
 #include "sandbox/stored_series.h"
 #include "sandbox/tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Serves what reads and writes series. Throws Refusal for what cannot be served.
 class DataRequests {
@@ -34,4 +34,4 @@ class DataRequests {
   StoredData stored_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

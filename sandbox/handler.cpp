@@ -7,7 +7,7 @@
 #include "sandbox/refusal.h"
 #include "sandbox/select_answer.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 std::unique_ptr<Answer> Handler::answer(protocol::Request& request, bool legacy) {
   const RequestKind kind = kindOf(request);
@@ -83,4 +83,4 @@ std::unique_ptr<Answer> Handler::update(std::int32_t requestId, protocol::Update
   return std::make_unique<MessageAnswer>(std::move(response));
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

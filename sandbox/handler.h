@@ -15,7 +15,7 @@
 #include "sandbox/tree.h"
 #include "sandbox/updates.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Serves the requests of all clients. What it cannot serve it refuses with an error code.
 class Handler {
@@ -49,4 +49,4 @@ class Handler {
   KeptAnswers kept_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 constexpr std::size_t kPortion = 64 * 1024;
@@ -130,4 +130,4 @@ void KeptAnswers::keep(const std::string& question, Bytes bytes) {
   }
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -11,7 +11,7 @@
 #include "protocol/messages/envelope.h"
 #include "sandbox/answer.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Answers as they went out, to be given again to the same question: a client that is measured then waits for
 // its connection and for nothing else.
@@ -56,4 +56,4 @@ class KeptAnswers {
       answers_;  // by question; without what stands ahead of it
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

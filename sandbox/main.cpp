@@ -1,13 +1,15 @@
 #include <string>
 
 #include "foundation/errors.h"
-#include "foundation/listener.h"
-#include "foundation/output.h"
-#include "foundation/process.h"
+#include "platform/listener.h"
+#include "platform/output.h"
+#include "platform/process.h"
 #include "sandbox/handler.h"
 #include "sandbox/options.h"
 #include "sandbox/sample_tree.h"
 #include "sandbox/server.h"
+
+using namespace morvex;
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <ctime>
 #include <iterator>
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 constexpr std::uint64_t kSecond = 1'000'000;
@@ -134,4 +134,4 @@ std::span<const MetricRow> metricTable() { return kRows; }
 
 std::uint64_t ticksAt(const Moment& at) { return at.microseconds / (kSecond / 10); }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

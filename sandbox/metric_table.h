@@ -9,7 +9,7 @@
 
 #include "sandbox/activity.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 inline constexpr std::string_view kGroup = "Group";
 inline constexpr std::string_view kTable = "Table";
@@ -48,4 +48,4 @@ std::span<const MetricRow> metricTable();
 // Ten for every second since the start.
 std::uint64_t ticksAt(const Moment& at);
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

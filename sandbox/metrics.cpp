@@ -7,7 +7,7 @@
 #include "query/tql/property_codec.h"
 #include "sandbox/refusal.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 constexpr std::string_view kMany = "many";
@@ -127,4 +127,4 @@ void Metrics::read(const Place& place, protocol::ListOfProperty& to) const {
   std::visit([&](const auto& value) { addValue(to, value); }, metricTable()[place.index].read(now));
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -10,7 +10,7 @@
 #include "sandbox/metric_table.h"
 #include "sandbox/tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // An object of the metric tree, as a client sees it.
 struct MetricObject {
@@ -57,4 +57,4 @@ class Metrics {
   std::uint32_t many_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -2,7 +2,7 @@
 
 #include "protocol/messages/object_tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 void ObjectNesting::begin(ItemWriter& to, std::uint32_t depth, const std::string& className,
                           std::uint32_t number, const std::string& id, const std::string& version) {
@@ -30,4 +30,4 @@ void ObjectNesting::closeDownTo(ItemWriter& to, std::uint32_t depth) {
   }
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

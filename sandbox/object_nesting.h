@@ -5,7 +5,7 @@
 
 #include "sandbox/answer.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Writes objects within objects, each as its turn comes: parents ahead of their children.
 class ObjectNesting {
@@ -25,4 +25,4 @@ class ObjectNesting {
   std::uint32_t open_ = 0;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

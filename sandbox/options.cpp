@@ -5,11 +5,11 @@
 #include <string_view>
 #include <type_traits>
 
-#include "foundation/clock.h"
 #include "foundation/errors.h"
 #include "foundation/text.h"
+#include "platform/clock.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 std::uint32_t numberUpTo(std::uint32_t limit, std::string_view option, std::string_view text) {
@@ -118,4 +118,4 @@ Options parseOptions(int count, const char* const* arguments) {
   return options;
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

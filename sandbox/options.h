@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // What the command line asks for.
 struct Options {
@@ -34,4 +34,4 @@ extern const char* const kUsage;
 // Throws error::EParseError with a message for the user.
 Options parseOptions(int count, const char* const* arguments);
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

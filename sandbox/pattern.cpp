@@ -9,7 +9,7 @@
 #include "sandbox/comparison.h"
 #include "sandbox/refusal.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 using protocol::PathPattern;
@@ -187,4 +187,4 @@ const std::vector<std::string_view>& Pattern::wanted(Steps steps, bool& all) {
   return found->names;
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

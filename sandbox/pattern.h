@@ -9,7 +9,7 @@
 #include "protocol/messages/object_tree.h"
 #include "sandbox/tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // A pattern made ready to be matched. This server's reading of the query language:
 //
@@ -91,4 +91,4 @@ class Pattern {
   protocol::Property scratch_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -7,7 +7,7 @@
 
 #include "query/tql/property_codec.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 using protocol::Property;
@@ -149,4 +149,4 @@ std::optional<Fault> faultIn(const Tree& tree, ObjectIndex object, const Propert
   return std::nullopt;
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -6,7 +6,7 @@
 #include "sandbox/refusal.h"
 #include "sandbox/tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Why a change of a property cannot be made. The text names the property.
 struct Fault {
@@ -17,4 +17,4 @@ struct Fault {
 // What speaks against giving a property of an object the value in change; empty if nothing does.
 std::optional<Fault> faultIn(const Tree& tree, ObjectIndex object, const protocol::Property& change);
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

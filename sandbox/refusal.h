@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // The codes of errorText that this server refuses requests with.
 enum class ErrorCode : std::int32_t {
@@ -35,4 +35,4 @@ struct Refusal {
   std::vector<std::string> texts;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

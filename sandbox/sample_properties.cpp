@@ -10,7 +10,7 @@
 #include "foundation/text.h"
 #include "query/tql/property_codec.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 // Enumerations that the query language has names for.
@@ -116,4 +116,4 @@ void addEveryType(PropertyList& properties) {
   addNull(properties, "inherited", tql::kString | tql::kNullAllowed | tql::kInherited);
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

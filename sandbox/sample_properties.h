@@ -5,7 +5,7 @@
 
 #include "sandbox/tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // What every object has: the name among its siblings, and a label.
 PropertyList named(const std::string& siblingName, const std::string& longLabel);
@@ -16,4 +16,4 @@ void addEveryType(PropertyList& properties);
 // Adds a LOB of so many bytes, and a list of each type with so many elements.
 void addLargeValues(PropertyList& properties, std::size_t lobBytes, std::size_t listLength);
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

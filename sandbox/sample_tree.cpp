@@ -8,7 +8,7 @@
 #include "query/tql/property_codec.h"
 #include "sandbox/sample_properties.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 constexpr std::int32_t kDays = 30;
@@ -212,4 +212,4 @@ Tree makeSampleTree(const Options& options) {
   return builder.take();
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

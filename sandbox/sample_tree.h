@@ -3,10 +3,10 @@
 #include "sandbox/options.h"
 #include "sandbox/tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // The tree that every run starts with: the sample objects, whose ids never depend on the options; behind them
 // what the options ask for.
 Tree makeSampleTree(const Options& options);
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 constexpr std::size_t kObjectsPerPortion = 256;
@@ -47,4 +47,4 @@ void SelectAnswer::writeObject(ItemWriter& to, const Match& match) {
   nesting_.endProperties(to);
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -6,7 +6,7 @@
 #include "sandbox/object_nesting.h"
 #include "sandbox/selection.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // A SelectResp. Objects are written as they are when their turn comes. The tree must outlive the answer.
 class SelectAnswer final : public Answer {
@@ -26,4 +26,4 @@ class SelectAnswer final : public Answer {
   protocol::Property scratch_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

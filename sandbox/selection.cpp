@@ -6,7 +6,7 @@
 
 #include "sandbox/refusal.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 // Walks down the tree and collects what may be in the answer: each object whose steps are fulfilled by what
@@ -114,4 +114,4 @@ std::vector<Match> select(const Tree& tree, Pattern& pattern, const std::vector<
   return matches;
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

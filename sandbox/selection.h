@@ -6,7 +6,7 @@
 #include "sandbox/pattern.h"
 #include "sandbox/tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // One object of an answer. Those below it follow, one deeper.
 struct Match {
@@ -20,4 +20,4 @@ struct Match {
 // Refusal if nothing matched.
 std::vector<Match> select(const Tree& tree, Pattern& pattern, const std::vector<ObjectIndex>& start);
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

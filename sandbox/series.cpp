@@ -5,7 +5,7 @@
 #include <iterator>
 #include <string_view>
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 using protocol::DataInterval;
@@ -154,4 +154,4 @@ void Series::fill(std::int64_t slot, DataInterval& interval) const {
   }
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -5,7 +5,7 @@
 
 #include "protocol/messages/time_series.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 enum class SeriesKind : std::uint8_t { none, continuous, sawtooth, enumeration, incidents };
 
@@ -52,4 +52,4 @@ class Series {
   std::int64_t behindLastSlot_ = 0;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

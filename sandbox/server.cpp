@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 std::chrono::milliseconds until(Time due, Time now) {
@@ -62,4 +62,4 @@ void Server::acceptClients() {
   }
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -3,10 +3,10 @@
 #include <memory>
 #include <vector>
 
-#include "foundation/listener.h"
+#include "platform/listener.h"
 #include "sandbox/client.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Serves all clients in one thread. None of them waits for another: input is taken as it comes, and an answer
 // goes out in portions as its client takes them.
@@ -29,4 +29,4 @@ class Server {
   bool exhausted_ = false;      // no descriptor is left for a further client
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 using protocol::DataIntervalIncident;
@@ -189,4 +189,4 @@ void StoredData::put(ObjectIndex object, const SeriesPlan& plan, protocol::ListO
   held->put(entries);
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -11,7 +11,7 @@
 #include "sandbox/series.h"
 #include "sandbox/tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Whether an entry is of the kind that a series holds.
 bool isOfKind(const protocol::DataInterval& entry, SeriesKind kind);
@@ -64,4 +64,4 @@ class StoredData {
   std::map<ObjectIndex, std::shared_ptr<StoredSeries>> series_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

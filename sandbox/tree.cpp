@@ -8,7 +8,7 @@
 #include "query/tql/property_codec.h"
 #include "sandbox/refusal.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 namespace {
 
 using protocol::Property;
@@ -160,4 +160,4 @@ Property& Tree::edit(ObjectIndex index, std::string_view name) {
   return *std::find_if(list.begin(), list.end(), [&](const Property& one) { return one.name == name; });
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

@@ -10,7 +10,7 @@
 #include "protocol/messages/object_tree.h"
 #include "sandbox/series.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Where an object stands in the tree. Its id is this number plus one, in hexadecimal.
 using ObjectIndex = std::uint32_t;
@@ -80,4 +80,4 @@ class Tree {
   std::map<ObjectIndex, PropertyList> stored_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

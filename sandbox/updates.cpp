@@ -8,7 +8,7 @@
 #include "sandbox/property_rules.h"
 #include "sandbox/refusal.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 std::string Updates::apply(protocol::UpdateReq& request) {
   const ObjectIndex object = tree_.indexOf(request.id);
@@ -61,4 +61,4 @@ void Updates::change(ObjectIndex object, protocol::Property& change) {
   property.data = std::move(change.data);
 }
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

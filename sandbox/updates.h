@@ -7,7 +7,7 @@
 #include "sandbox/activity.h"
 #include "sandbox/tree.h"
 
-namespace sandbox {
+namespace morvex::sandbox {
 
 // Changes the properties of objects, for clients that know the current version.
 class Updates {
@@ -29,4 +29,4 @@ class Updates {
   std::uint32_t conflictsLeft_;
 };
 
-}  // namespace sandbox
+}  // namespace morvex::sandbox

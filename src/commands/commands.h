@@ -1,6 +1,8 @@
 #pragma once
 
-#include "foundation/time_zone.h"
+#include "platform/time_zone.h"
+
+namespace morvex {
 
 // The command functions. Each gets the argument vector and the index of the first argument behind the command
 // word, and does all the rest: its options, the log-in, the request, the printing.
@@ -15,3 +17,5 @@ void listProperties(int count, char** vector, int index);
 void listMetrics(int count, char** vector, int index);
 // Does not return.
 void monitorMetrics(int count, char** vector, int index);
+
+}  // namespace morvex

@@ -7,8 +7,10 @@
 
 #include "foundation/errors.h"
 #include "foundation/number_text.h"
-#include "foundation/row_count.h"
 #include "foundation/text.h"
+#include "platform/traffic.h"
+
+namespace morvex {
 
 namespace {
 
@@ -84,7 +86,7 @@ class PlainColumns {
     return true;
   }
   bool takeReal(double& to) { return goOn(takeDecimal(at_, end_, to)); }
-  bool takeUint(std::uint32_t& to) { return goOn(::takeUint(at_, end_, to)); }
+  bool takeUint(std::uint32_t& to) { return goOn(morvex::takeUint(at_, end_, to)); }
   bool takeInt(std::int32_t& to) {
     std::uint32_t number = 0;
     const bool taken = takeUint(number) && std::in_range<std::int32_t>(number);
@@ -192,7 +194,7 @@ dataquery::Intervals readLines(LineReader& input, const TimeZone& zone) {
   Times times(zone);
   std::string_view line;
   for (std::uint64_t number = 2; input.next(line, kLongestCsvLine); ++number) {  // the header was line 1
-    ++g_rowCount;
+    ++g_traffic.rows;
     readLine(rows.emplace_back().data.template emplace<Record>(), line, number, times);
   }
   return rows;
@@ -268,3 +270,5 @@ dataquery::Intervals readCsvLines(LineReader& input, const protocol::DataInterva
   }
   return {};
 }
+
+}  // namespace morvex

@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <string_view>
 
-#include "foundation/input.h"
-#include "foundation/time_zone.h"
+#include "platform/input.h"
+#include "platform/time_zone.h"
 #include "protocol/messages/time_series.h"
 #include "query/data_query.h"
+
+namespace morvex {
 
 // The CSV of stored data, read back.
 
@@ -24,3 +26,5 @@ std::int32_t parseCsvTime(std::string_view text, Calendar& calendar);
 // number of fields, and what the conversions and the input throw; nothing is kept then.
 dataquery::Intervals readCsvLines(LineReader& input, const protocol::DataInterval& pattern,
                                   const TimeZone& zone);
+
+}  // namespace morvex

@@ -5,8 +5,10 @@
 #include <ctime>
 #include <utility>
 
-#include "foundation/clock.h"
 #include "foundation/number_text.h"
+#include "platform/clock.h"
+
+namespace morvex {
 
 namespace {
 
@@ -172,3 +174,5 @@ void printCsvRow(Output& output, TimeText& times, const DataInterval& interval) 
     printError("Data of unknown type\n");
   }
 }
+
+}  // namespace morvex

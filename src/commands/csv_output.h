@@ -6,9 +6,11 @@
 #include <string>
 #include <string_view>
 
-#include "foundation/output.h"
-#include "foundation/time_zone.h"
+#include "platform/output.h"
+#include "platform/time_zone.h"
 #include "protocol/messages/time_series.h"
+
+namespace morvex {
 
 // The CSV of stored data: a header line, then a line for each entry.
 
@@ -46,3 +48,5 @@ void printCsvHeader(Output& output, const protocol::DataInterval& interval);
 
 // One line, or a complaint on standard error for a kind without a CSV form.
 void printCsvRow(Output& output, TimeText& times, const protocol::DataInterval& interval);
+
+}  // namespace morvex

@@ -2,17 +2,19 @@
 #include <string_view>
 #include <utility>
 
-#include "commands/command_output.h"
+#include "cli/command_output.h"
+#include "cli/login.h"
+#include "cli/options.h"
+#include "cli/progress.h"
+#include "cli/usage.h"
 #include "commands/commands.h"
 #include "commands/csv_input.h"
 #include "commands/select_command.h"
-#include "foundation/clock.h"
 #include "foundation/errors.h"
-#include "foundation/input.h"
-#include "foundation/progress.h"
-#include "frontend/login.h"
-#include "frontend/options.h"
-#include "frontend/usage.h"
+#include "platform/clock.h"
+#include "platform/input.h"
+
+namespace morvex {
 
 namespace {
 
@@ -81,3 +83,5 @@ void insertData(int count, char** vector, int index, const TimeZone& zone) {
   const auto input = openInput(vector[0]);
   readCsvData(*input, *found.object, zone);
 }
+
+}  // namespace morvex

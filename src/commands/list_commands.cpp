@@ -3,13 +3,15 @@
 #include <algorithm>
 #include <utility>
 
-#include "commands/command_output.h"
+#include "cli/command_output.h"
+#include "cli/login.h"
+#include "cli/options.h"
+#include "cli/progress.h"
 #include "commands/commands.h"
 #include "foundation/assertion.h"
-#include "foundation/progress.h"
-#include "foundation/row_count.h"
-#include "frontend/login.h"
-#include "frontend/options.h"
+#include "platform/traffic.h"
+
+namespace morvex {
 
 namespace {
 
@@ -157,7 +159,7 @@ void TreePrinter::printLine(const tqlquery::Result& object) {
     }
     appendColumn(columns_[i], object);
   }
-  ++g_rowCount;
+  ++g_traffic.rows;
   output_.write(line_);
   output_.endLine();
 }
@@ -230,3 +232,5 @@ void listChecks(int count, char** vector, int index) {
   expression += kCheckTail;
   runListQuery(vector[0], options, base, expression, {"Check", "CheckAccumulation"});
 }
+
+}  // namespace morvex

@@ -7,8 +7,10 @@
 #include <vector>
 
 #include "commands/object_path.h"
-#include "foundation/output.h"
+#include "platform/output.h"
 #include "query/result.h"
+
+namespace morvex {
 
 // The listings of domains, nodes and checks: a line for each object of the wanted classes, with a column for
 // each letter of the -o option, separated by tabs.
@@ -77,3 +79,5 @@ class TreePrinter {
   std::vector<Level> levels_;
   std::string line_;
 };
+
+}  // namespace morvex

@@ -6,11 +6,13 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/login.h"
 #include "commands/commands.h"
 #include "foundation/errors.h"
-#include "frontend/login.h"
 #include "query/call.h"
 #include "session/connection.h"
+
+namespace morvex {
 
 namespace {
 
@@ -146,3 +148,5 @@ void listMetrics(int, char**, int) {
   standardOutput().flush();
   call.keep();
 }
+
+}  // namespace morvex

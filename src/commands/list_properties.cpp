@@ -2,13 +2,15 @@
 #include <string>
 #include <vector>
 
-#include "commands/command_output.h"
+#include "cli/command_output.h"
+#include "cli/login.h"
+#include "cli/options.h"
 #include "commands/commands.h"
 #include "commands/object_path.h"
 #include "commands/property_text.h"
-#include "foundation/output.h"
-#include "frontend/login.h"
-#include "frontend/options.h"
+#include "platform/output.h"
+
+namespace morvex {
 
 namespace {
 
@@ -71,3 +73,5 @@ void listProperties(int count, char** vector, int index) {
   writeProperties(output.stream(), *found.object, options.showTypes, options.allProperties, options.wanted);
   output.finish();
 }
+
+}  // namespace morvex

@@ -9,12 +9,14 @@
 #include <utility>
 #include <vector>
 
+#include "cli/login.h"
 #include "foundation/assertion.h"
-#include "foundation/clock.h"
 #include "foundation/text.h"
-#include "frontend/login.h"
+#include "platform/clock.h"
 #include "query/tql/property_codec.h"
 #include "session/connection.h"
+
+namespace morvex {
 
 namespace {
 
@@ -252,3 +254,5 @@ void refreshMonitor(MetricMonitor& monitor) {
   monitor.call = comquery::make<TimedCall>(tqlquery::kMetricValue, nameParameter(monitor.name));
   g_connection->post(*monitor.call);
 }
+
+}  // namespace morvex

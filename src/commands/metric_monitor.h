@@ -7,10 +7,12 @@
 #include <string>
 #include <utility>
 
-#include "foundation/output.h"
+#include "platform/output.h"
 #include "query/call.h"
 #include "query/result.h"
 #include "session/request.h"
+
+namespace morvex {
 
 // The server's metrics under watch: each monitor polls one metric again and again, and fills one column with
 // what it sees.
@@ -139,3 +141,5 @@ std::unique_ptr<MetricMonitor> createMonitor(const MonitorOptions& options, cons
 
 // Posts the next poll, without waiting.
 void refreshMonitor(MetricMonitor& monitor);
+
+}  // namespace morvex

@@ -5,11 +5,13 @@
 #include <utility>
 #include <vector>
 
+#include "cli/login.h"
 #include "commands/commands.h"
 #include "commands/metric_monitor.h"
-#include "foundation/clock.h"
 #include "foundation/text.h"
-#include "frontend/login.h"
+#include "platform/clock.h"
+
+namespace morvex {
 
 namespace {
 
@@ -77,3 +79,5 @@ void monitorMetrics(int count, char** vector, int index) {
     sleepSeconds(kSecondsBetweenCycles);
   }
 }
+
+}  // namespace morvex

@@ -4,8 +4,10 @@
 #include <array>
 #include <utility>
 
+#include "cli/login.h"
 #include "foundation/errors.h"
-#include "frontend/login.h"
+
+namespace morvex {
 
 namespace {
 
@@ -187,3 +189,5 @@ FoundObject findObject(const std::string& path, bool byId, const std::vector<std
   }
   return {std::move(query), object, std::move(chain)};
 }
+
+}  // namespace morvex

@@ -10,6 +10,8 @@
 #include "query/select.h"
 #include "session/request.h"
 
+namespace morvex {
+
 // Paths name objects: "Backbone.Routers,mainrouter,group^check". A backslash makes the next character
 // literal; commas are split first and dots or carets inside a part afterwards, so each stage takes away one
 // level.
@@ -64,3 +66,5 @@ struct FoundObject {
 // Throws error::EFatal, and what the query throws.
 FoundObject findObject(const std::string& path, bool byId, const std::vector<std::string>& acceptedClasses,
                        const std::string& properties);
+
+}  // namespace morvex

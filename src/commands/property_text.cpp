@@ -4,6 +4,8 @@
 #include "foundation/text.h"
 #include "query/tql/property_codec.h"
 
+namespace morvex {
+
 namespace {
 
 struct Flag {
@@ -75,3 +77,5 @@ void writeProperties(Output& output, const tqlquery::Result& object, bool showTy
     }
   }
 }
+
+}  // namespace morvex

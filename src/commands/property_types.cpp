@@ -12,6 +12,8 @@
 #include "foundation/text.h"
 #include "query/tql/property_codec.h"
 
+namespace morvex {
+
 namespace {
 
 using Strings = std::span<const std::string>;
@@ -123,3 +125,5 @@ const PropertyType* findPropertyType(std::uint32_t typeWord) {
                                    [base](const PropertyType& type) { return type.base == base; });
   return found == std::end(kTypes) ? nullptr : found;
 }
+
+}  // namespace morvex

@@ -5,6 +5,8 @@
 
 #include "protocol/messages/object_tree.h"
 
+namespace morvex {
+
 // What a command knows about one type of properties.
 struct PropertyType {
   std::uint32_t base;  // a tql::BaseType, or tql::kEnumeration for all enumerations
@@ -21,3 +23,5 @@ struct PropertyType {
 
 // The type that a type word names; null for one that this program has no texts for.
 const PropertyType* findPropertyType(std::uint32_t typeWord);
+
+}  // namespace morvex

@@ -2,9 +2,11 @@
 
 #include "commands/property_text.h"
 #include "commands/property_types.h"
-#include "foundation/output.h"
 #include "foundation/text.h"
+#include "platform/output.h"
 #include "query/tql/property_codec.h"
+
+namespace morvex {
 
 bool parsePropertyValue(const protocol::Property& current, protocol::Property& changed,
                         const std::string& text) {
@@ -21,3 +23,5 @@ bool parsePropertyValue(const protocol::Property& current, protocol::Property& c
   }
   return propertyText(changed) != propertyText(current);
 }
+
+}  // namespace morvex

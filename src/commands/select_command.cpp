@@ -4,15 +4,17 @@
 #include <limits>
 #include <string_view>
 
-#include "commands/command_output.h"
+#include "cli/command_output.h"
+#include "cli/login.h"
+#include "cli/progress.h"
 #include "commands/commands.h"
 #include "commands/csv_output.h"
-#include "foundation/clock.h"
 #include "foundation/errors.h"
-#include "foundation/progress.h"
-#include "foundation/row_count.h"
 #include "foundation/text.h"
-#include "frontend/login.h"
+#include "platform/clock.h"
+#include "platform/traffic.h"
+
+namespace morvex {
 
 namespace {
 
@@ -164,7 +166,7 @@ void printEntries(Output& output, const std::string& format, const dataquery::In
   g_progress.enter(Way::written, "rows");
   printCsvHeader(output, entries[begin]);
   for (std::size_t i = begin; i < end; ++i) {
-    ++g_rowCount;
+    ++g_traffic.rows;
     printCsvRow(output, times, entries[i]);
   }
 }
@@ -182,3 +184,5 @@ void selectData(int count, char** vector, int index, const TimeZone& zone) {
   }
   output.finish();
 }
+
+}  // namespace morvex

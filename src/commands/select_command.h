@@ -3,12 +3,14 @@
 #include <cstdint>
 #include <string>
 
+#include "cli/options.h"
 #include "commands/object_path.h"
-#include "foundation/output.h"
-#include "foundation/time_zone.h"
-#include "frontend/options.h"
+#include "platform/output.h"
+#include "platform/time_zone.h"
 #include "query/data_query.h"
 #include "query/result.h"
+
+namespace morvex {
 
 // The export of stored data. Times are in seconds since 1970-01-01 00:00 GMT.
 
@@ -35,3 +37,5 @@ comquery::Held<dataquery::GetData> getData(const tqlquery::Result& object, std::
 // Prints the entries that the limit lets through, behind the header of the first of them.
 void printEntries(Output& output, const std::string& format, const dataquery::Intervals& entries,
                   const RowLimit& limit, const TimeZone& zone);
+
+}  // namespace morvex

@@ -6,17 +6,19 @@
 #include <utility>
 #include <vector>
 
+#include "cli/login.h"
+#include "cli/options.h"
 #include "commands/commands.h"
 #include "commands/object_path.h"
 #include "commands/property_value.h"
 #include "foundation/errors.h"
-#include "foundation/output.h"
 #include "foundation/text.h"
-#include "frontend/login.h"
-#include "frontend/options.h"
+#include "platform/output.h"
 #include "query/result.h"
 #include "query/tql/property_codec.h"
 #include "query/update.h"
+
+namespace morvex {
 
 namespace {
 
@@ -145,3 +147,5 @@ void updateObject(int count, char** vector, int index) {
              " times, giving up.\n");
   std::exit(EXIT_FAILURE);
 }
+
+}  // namespace morvex

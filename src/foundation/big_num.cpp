@@ -10,6 +10,8 @@
 #include "foundation/text.h"
 #include "foundation/wipe.h"
 
+namespace morvex {
+
 namespace {
 
 constexpr std::size_t kWordBits = 32;
@@ -210,3 +212,5 @@ void BigNum::fromHex(std::string_view text) {
   value.trim();
   *this = value;
 }
+
+}  // namespace morvex

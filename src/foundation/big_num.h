@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+namespace morvex {
+
 // An unsigned integer of any size: session keys, property values, and decimal constants beyond 64 bits.
 // Copies share one counted buffer until one of them changes. Every buffer is overwritten with zero before
 // it is given back, since keys live in it. For one thread.
@@ -52,3 +54,5 @@ class BigNum {
   std::size_t size_;      // significant words: the top one is never 0
   std::size_t capacity_;  // words in the buffer, zero from size_ on
 };
+
+}  // namespace morvex

@@ -6,6 +6,8 @@
 #include <memory>
 #include <string_view>
 
+namespace morvex {
+
 namespace {
 
 // Where the last name of a qualified one begins. A "::" among template or function arguments is not its own.
@@ -38,3 +40,5 @@ std::string className(const std::type_info& type) {
   name.erase(0, lastNameBegin(name));
   return name;
 }
+
+}  // namespace morvex

@@ -6,6 +6,8 @@
 
 #include "foundation/assertion.h"
 
+namespace morvex {
+
 // The name of a type as its source spells it: "unsigned int", "protocol::Response".
 std::string typeName(const std::type_info& type);
 
@@ -24,3 +26,5 @@ T checked_cast(From* pointer) {
   }
   return narrowed;
 }
+
+}  // namespace morvex

@@ -1,10 +1,12 @@
 #include "foundation/errors.h"
 
 #include <array>
+#include <cstdio>
 #include <cstdlib>
 
 #include "foundation/assertion.h"
-#include "foundation/output.h"
+
+namespace morvex {
 
 namespace {
 
@@ -40,7 +42,13 @@ const char* errorText(std::uint32_t code) {
 
 std::string errorString(std::uint32_t code) { return errorText(code); }
 
+void (*g_reportAssertion)(std::string_view) noexcept = [](std::string_view text) noexcept {
+  std::fwrite(text.data(), 1, text.size(), stderr);
+};
+
 void assertionFailed(std::string_view message) {
-  printError("Assertion failed: " + std::string(message) + "\n");
+  g_reportAssertion("Assertion failed: " + std::string(message) + "\n");
   std::abort();
 }
+
+}  // namespace morvex

@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+namespace morvex {
+
 // The failures of the whole program. All of them derive from error::Exception, which on purpose is no
 // std::exception: what the standard library throws is reported as an unknown exception.
 // They are thrown by value, caught by reference, and reported by main alone. protocol::EBer derives from
@@ -103,3 +105,5 @@ class tql_incomparable : public tql {
 // The text of one of the server's error codes, 0 to 15; "Unknown error" for a code that has none.
 const char* errorText(std::uint32_t code);
 std::string errorString(std::uint32_t code);
+
+}  // namespace morvex

@@ -8,6 +8,8 @@
 #include <limits>
 #include <system_error>
 
+namespace morvex {
+
 namespace {
 
 __extension__ using Wide = unsigned __int128;
@@ -366,3 +368,5 @@ const char* takeUint(const char* begin, const char* end, std::uint32_t& value) {
   value = static_cast<std::uint32_t>(number);
   return stop;
 }
+
+}  // namespace morvex

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace morvex {
+
 // Numbers to text and back where rows and messages come by the million: into room that the caller has, always
 // as in the C locale. text.h has the same by strings.
 
@@ -28,3 +30,5 @@ bool readDecimal(const char* begin, const char* end, double& value);
 // such as a number of many digits, one out of range or none at all; then the value is left as it was.
 const char* takeDecimal(const char* begin, const char* end, double& value);
 const char* takeUint(const char* begin, const char* end, std::uint32_t& value);
+
+}  // namespace morvex

@@ -11,6 +11,8 @@
 #include "foundation/errors.h"
 #include "foundation/number_text.h"
 
+namespace morvex {
+
 namespace {
 
 constexpr std::string_view kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -352,3 +354,5 @@ std::list<std::string> splitToList(std::string_view text, char delimiter, bool k
   forEachPiece(text, delimiter, keepEmpty, [&](std::string_view piece) { pieces.emplace_back(piece); });
   return pieces;
 }
+
+}  // namespace morvex

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+namespace morvex {
+
 // Numbers, bytes and identifiers to text and back, always as in the C locale.
 // A conversion from text consumes the whole text or throws error::EParseError. The empty text gives 0.
 
@@ -59,3 +61,5 @@ void splitFields(std::vector<std::string>& fields, std::string_view text, char d
 // which fields has room.
 std::size_t splitFields(std::span<std::string_view> fields, std::string_view text, char delimiter);
 std::list<std::string> splitToList(std::string_view text, char delimiter, bool keepEmpty);
+
+}  // namespace morvex

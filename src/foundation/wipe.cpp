@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+namespace morvex {
+
 void wipe(void* memory, std::size_t size) noexcept {
   if (size == 0) {
     return;
@@ -15,3 +17,5 @@ void wipe(std::string& text) noexcept {
   wipe(text.data(), text.size());
   text.clear();
 }
+
+}  // namespace morvex

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace protocol {
+namespace morvex::protocol {
 
 // A stream that bytes can be written to. Throws error::ESystemError.
 class BasicIo {
@@ -14,9 +14,9 @@ class BasicIo {
   virtual void flush() = 0;
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol
 
-namespace old_protocol {
+namespace morvex::old_protocol {
 
 // A stream in both directions.
 class BasicIo : public protocol::BasicIo {
@@ -26,4 +26,4 @@ class BasicIo : public protocol::BasicIo {
   virtual bool hasData() = 0;
 };
 
-}  // namespace old_protocol
+}  // namespace morvex::old_protocol

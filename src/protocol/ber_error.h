@@ -2,11 +2,11 @@
 
 #include "foundation/errors.h"
 
-namespace protocol {
+namespace morvex::protocol {
 
 // A byte stream that does not fit the protocol, or a value that must not be sent.
 class EBer : public error::EParseError {
   using EParseError::EParseError;
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

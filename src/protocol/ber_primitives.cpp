@@ -11,7 +11,7 @@
 #include "foundation/wipe.h"
 #include "protocol/ber_error.h"
 
-namespace protocol {
+namespace morvex::protocol {
 namespace {
 
 void checkLength(std::uint64_t length, std::size_t limit) {
@@ -281,4 +281,4 @@ BerValue* openSkipper(std::uint32_t tag, FieldSlot& slot) {
   return slot.emplace<BerPrimitiveSkipper>(tag);
 }
 
-}  // namespace protocol
+}  // namespace morvex::protocol

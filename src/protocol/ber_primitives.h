@@ -15,7 +15,7 @@
 
 // The primitives. A view is built on a member of a record for the span of one write or one read. The four
 // that a union field can hold (int, real, string, null) can also own their value. A copy always owns.
-namespace protocol {
+namespace morvex::protocol {
 
 // The number in the content of an INTEGER or ENUMERATED: two's complement, or without a sign.
 template <class T>
@@ -256,4 +256,4 @@ class BerConstructedSkipper final : public BerConstructed {
 // The skipper for a child with this tag.
 BerValue* openSkipper(std::uint32_t tag, FieldSlot& slot);
 
-}  // namespace protocol
+}  // namespace morvex::protocol

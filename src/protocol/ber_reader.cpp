@@ -4,9 +4,11 @@
 #include <utility>
 
 #include "foundation/assertion.h"
-#include "foundation/heap.h"
+#include "platform/heap.h"
 #include "protocol/ber_error.h"
 #include "protocol/tag.h"
+
+namespace morvex {
 
 using protocol::BerConstructed;
 using protocol::BerPrimitive;
@@ -372,3 +374,5 @@ std::string BerReader::position() const {
 }
 
 }  // namespace old_protocol
+
+}  // namespace morvex

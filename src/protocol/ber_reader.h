@@ -13,7 +13,7 @@
 #include "protocol/ber_value.h"
 #include "protocol/catalogue.h"
 
-namespace old_protocol {
+namespace morvex::old_protocol {
 
 // A layer above a stream.
 class GenericLayer {
@@ -112,4 +112,4 @@ class BerReader final : public GenericLayer {
   std::size_t openingCount_ = 0;
 };
 
-}  // namespace old_protocol
+}  // namespace morvex::old_protocol

@@ -4,8 +4,8 @@
 
 #include "foundation/class_name.h"
 
-namespace protocol {
+namespace morvex::protocol {
 
 std::string BerConstructed::name() const { return className(typeid(*this)); }
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -11,7 +11,7 @@
 
 #include "protocol/basic_io.h"
 
-namespace protocol {
+namespace morvex::protocol {
 
 class BerPrimitive;
 class BerConstructed;
@@ -141,4 +141,4 @@ class FieldSlot {
 // Deletes a value and all that is below it, however deep that goes: neither the stack nor the heap grows.
 void discard(BerValue* value) noexcept;
 
-}  // namespace protocol
+}  // namespace morvex::protocol

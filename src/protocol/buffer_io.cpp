@@ -5,7 +5,7 @@
 
 #include "foundation/wipe.h"
 
-namespace old_protocol {
+namespace morvex::old_protocol {
 
 BufferIo::BufferIo(std::unique_ptr<BasicIo> lower)
     : lower_(std::move(lower)),
@@ -59,4 +59,4 @@ std::size_t BufferIo::read(std::uint8_t* bytes, std::size_t capacity) {
   return count;
 }
 
-}  // namespace old_protocol
+}  // namespace morvex::old_protocol

@@ -6,7 +6,7 @@
 
 #include "protocol/basic_io.h"
 
-namespace old_protocol {
+namespace morvex::old_protocol {
 
 // Puts a read buffer and a write buffer of 64 KiB on a stream, which it owns. What has not been flushed when
 // it is destroyed is not sent.
@@ -34,4 +34,4 @@ class BufferIo final : public BasicIo {
   std::uint8_t* writeEnd_;
 };
 
-}  // namespace old_protocol
+}  // namespace morvex::old_protocol

@@ -8,7 +8,7 @@
 #include "protocol/messages/grid.h"
 #include "protocol/messages/handshake.h"
 
-namespace protocol {
+namespace morvex::protocol {
 
 template <class T>
 const Tag& Message<T>::wireTag() {
@@ -182,4 +182,4 @@ const guiProtocol& guiProtocol::instance() {
   return theOne;
 }
 
-}  // namespace protocol
+}  // namespace morvex::protocol

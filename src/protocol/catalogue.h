@@ -5,7 +5,7 @@
 
 #include "protocol/ber_value.h"
 
-namespace protocol {
+namespace morvex::protocol {
 
 // Makes the object for a message at the top of the stream.
 class BerProtocol {
@@ -24,4 +24,4 @@ class guiProtocol final : public BerProtocol {
   static const guiProtocol& instance();
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -8,7 +8,7 @@
 #include "foundation/assertion.h"
 #include "protocol/tag.h"
 
-namespace protocol {
+namespace morvex::protocol {
 namespace {
 
 constexpr std::uint32_t kFirstLongTag = 31 * 8;
@@ -136,4 +136,4 @@ void writeEnumerated(BasicIo& io, std::int32_t value) {
   writeUpTo(io, item, putEnumerated(item.data(), value));
 }
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -8,7 +8,7 @@
 
 // The pieces of BER (ITU-T X.690) as this protocol writes them: primitives in the definite form, as short as
 // it gets; constructed values in the indefinite form, so that nothing is measured before it is written.
-namespace protocol {
+namespace morvex::protocol {
 
 // What stands around the children of a constructed value: its tag with the indefinite length mark, and the
 // two zero bytes.
@@ -37,4 +37,4 @@ std::uint8_t* putEnumerated(std::uint8_t* at, std::int32_t value);
 // At most kLongestShortContent bytes of content.
 std::uint8_t* putPrimitive(std::uint8_t* at, std::uint32_t tagWord, std::span<const std::uint8_t> content);
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -16,7 +16,7 @@
 #include "protocol/tag.h"
 
 // What the members of records can be, beside numbers, texts and records.
-namespace protocol {
+namespace morvex::protocol {
 
 // An integer that may be missing, which is not the same as 0.
 template <class T>
@@ -63,8 +63,8 @@ struct SetOf : std::vector<T> {
   static constexpr Tag kTag = BE_SET;
   static constexpr Bounds kBounds = kElementBounds;
 };
-// Lists whose elements are what users know as rows say so by kRows, and then g_rowCount counts these on their
-// way.
+// Lists whose elements are what users know as rows say so by kRows, and then g_traffic.rows counts these on
+// their way.
 template <class L>
 inline constexpr bool kHoldsRows = requires {
   L::kRows;
@@ -172,4 +172,4 @@ class OneOfInPlace {
   std::variant<std::monostate, Stored<Alternatives>...> value_;
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -1,14 +1,13 @@
 #include "protocol/osal_socket.h"
 
 #include <algorithm>
-#include <chrono>
 
 #include "foundation/errors.h"
-#include "foundation/output.h"
-#include "foundation/progress.h"
+#include "platform/output.h"
+#include "platform/traffic.h"
 #include "protocol/buffer_io.h"
 
-namespace old_protocol {
+namespace morvex::old_protocol {
 namespace {
 
 // Blocking, and with Nagle's algorithm: socket_connect looks at no bit that is set here.
@@ -44,7 +43,7 @@ OsalSocket::~OsalSocket() {
 void OsalSocket::write(const std::uint8_t* bytes, std::size_t count) {
   takeEarly();
   check(socket_send(socket_, bytes, count), kWriting);
-  g_progress.count(Way::sent, count);
+  g_traffic.count(Way::sent, count);
 }
 
 std::size_t OsalSocket::read(std::uint8_t* bytes, std::size_t capacity) {
@@ -61,7 +60,7 @@ std::size_t OsalSocket::read(std::uint8_t* bytes, std::size_t capacity) {
     throwSystemError("Error reading: OsalSocket::read end of stream");
   }
   drained_ = received < capacity;
-  g_progress.count(Way::received, received);
+  g_traffic.count(Way::received, received);
   return received;
 }
 
@@ -89,15 +88,15 @@ std::size_t OsalSocket::giveEarly(std::uint8_t* bytes, std::size_t capacity) {
     early_.clear();
     earlyGiven_ = 0;
   }
-  g_progress.count(Way::received, count);
+  g_traffic.count(Way::received, count);
   return count;
 }
 
 // A server that keeps us waiting is no reason to show nothing, or what was true before the last bytes came.
 // Asking each time, even with more there to be read, would cost half a percent.
 void OsalSocket::showWaiting() {
-  if (drained_ && g_progress.isBehind() && !socket_readable(socket_, 1)) {
-    g_progress.update(std::chrono::steady_clock::now());
+  if (drained_ && g_traffic.behind && !socket_readable(socket_, 1)) {
+    g_traffic.tell(Occasion::passed);
   }
 }
 
@@ -105,4 +104,4 @@ std::unique_ptr<BasicIo> connectSocketIo(const std::string& host, std::uint32_t 
   return std::make_unique<BufferIo>(std::make_unique<OsalSocket>(host, port));
 }
 
-}  // namespace old_protocol
+}  // namespace morvex::old_protocol

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "foundation/socket.h"
+#include "platform/socket.h"
 #include "protocol/basic_io.h"
 
-namespace old_protocol {
+namespace morvex::old_protocol {
 
 // A TCP connection as a stream. Every failure is an error::ESystemError.
 class OsalSocket final : public BasicIo {
@@ -41,4 +41,4 @@ class OsalSocket final : public BasicIo {
 // The stream of a session: a connection under a buffer.
 std::unique_ptr<BasicIo> connectSocketIo(const std::string& host, std::uint32_t port);
 
-}  // namespace old_protocol
+}  // namespace morvex::old_protocol

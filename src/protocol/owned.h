@@ -6,7 +6,7 @@
 #include "foundation/class_name.h"
 #include "protocol/ber_value.h"
 
-namespace protocol {
+namespace morvex::protocol {
 
 // A member that may hold a T, and owns it: null until set, deeply copied with the record that holds it.
 // T may be incomplete where the member is declared.
@@ -54,4 +54,4 @@ class Owned {
   BerValue* value_ = nullptr;
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -11,7 +11,7 @@
 
 // Records, the messages of the protocol and what they are made of, and their tables: what schema.h fills in
 // for each type of member, and schema.cpp walks along.
-namespace protocol {
+namespace morvex::protocol {
 
 class Record;
 struct Field;
@@ -112,4 +112,4 @@ struct Message : Record {
   std::uint32_t minFields() const final;
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <array>
 
-#include "foundation/row_count.h"
 #include "foundation/wipe.h"
+#include "platform/traffic.h"
 #include "protocol/ber_error.h"
 
-namespace protocol {
+namespace morvex::protocol {
 namespace {
 
 Record* asRecord(BerValue* value) { return value == nullptr ? nullptr : value->record(); }
@@ -181,7 +181,7 @@ class WriteWalk {
     }
     const BerValue* element = frame.nest->at(frame.list, frame.element++);
     assertThat(element != nullptr, "(*it) is NULL during BER write");
-    g_rowCount += frame.nest->rows ? 1 : 0;
+    g_traffic.rows += frame.nest->rows ? 1 : 0;
     open(*element);
   }
 
@@ -364,14 +364,14 @@ bool ListValue::less(const BerValue& other) const {
 }
 
 BerValue* ListValue::makeField(std::uint32_t, std::uint32_t tag, bool legacy, FieldSlot& slot) {
-  g_rowCount += access_->rows ? 1 : 0;
+  g_traffic.rows += access_->rows ? 1 : 0;
   return access_->append(container_, tag, legacy, slot);
 }
 
 std::size_t ListValue::takePlain(std::uint32_t& index, std::span<const std::uint8_t> bytes, bool legacy) {
   const std::uint32_t first = index;
   const std::size_t taken = access_->takePlain(container_, index, bytes, legacy);
-  g_rowCount += access_->rows ? index - first : 0;
+  g_traffic.rows += access_->rows ? index - first : 0;
   return taken;
 }
 
@@ -384,4 +384,4 @@ BerValue* openList(void* container, const ListAccess& access, std::uint32_t tag,
 
 std::string ListValue::name() const { return className(*access_->type); }
 
-}  // namespace protocol
+}  // namespace morvex::protocol

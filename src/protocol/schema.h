@@ -42,7 +42,7 @@
 //   OneOf<...>, OneOfInPlace<...>               one of these classes, told apart by tag
 // Writing, reading, comparing, copying and the texts of refusals follow from the rows. None of them recurses
 // into nested records: how deep a message nests is its sender's choice.
-namespace protocol {
+namespace morvex::protocol {
 
 // The refusals, each in its one wording.
 [[noreturn]] void refuseTag(const Tag& wanted, std::uint32_t got, bool legacy);
@@ -578,4 +578,4 @@ std::size_t takeWhole(T& record, std::span<const std::uint8_t> bytes, bool legac
   return rest.empty() ? kHeader + taken : 0;
 }
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -1,6 +1,6 @@
 #include "protocol/tag.h"
 
-namespace protocol {
+namespace morvex::protocol {
 
 std::string Tag::nameIn(bool inLegacy) const {
   std::string text(name);
@@ -10,4 +10,4 @@ std::string Tag::nameIn(bool inLegacy) const {
   return text;
 }
 
-}  // namespace protocol
+}  // namespace morvex::protocol

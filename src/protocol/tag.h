@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace protocol {
+namespace morvex::protocol {
 
 // Inside the program a BER tag is one word: the tag number times 8, plus the class times 2 (0 universal,
 // 1 application, 2 context-specific, 3 private), plus 1 for a constructed value.
@@ -47,4 +47,4 @@ consteval Tag application(std::uint32_t number) { return {number * 8 + 3, number
 // One of the classes that a union field can hold.
 consteval Tag alternative(std::uint32_t number) { return {number * 8 + 5, number * 8 + 3}; }
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-namespace tqlquery {
+namespace morvex::tqlquery {
 
 Call::Call(std::int32_t method, std::list<protocol::Property> parameters, std::vector<const Result*> objects)
     : method_(method), parameters_(std::move(parameters)), objects_(std::move(objects)) {}
@@ -31,4 +31,4 @@ void Call::decode(protocol::BerValue& response) {
   decodeAnswer<protocol::CallResp>(response, "Wrong type in Select::decode.", take);
 }
 
-}  // namespace tqlquery
+}  // namespace morvex::tqlquery

@@ -10,7 +10,7 @@
 #include "query/query.h"
 #include "query/result.h"
 
-namespace tqlquery {
+namespace morvex::tqlquery {
 
 // The methods of the server that this client calls. The last two take the property "name", a String List: the
 // metric's path.
@@ -40,4 +40,4 @@ class Call : public virtual comquery::Query {
   std::vector<const Result*> objects_;
 };
 
-}  // namespace tqlquery
+}  // namespace morvex::tqlquery

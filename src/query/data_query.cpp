@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace dataquery {
+namespace morvex::dataquery {
 
 GetData::GetData(std::string objectId, std::string tableName, std::int32_t start, std::int32_t end,
                  std::int32_t number1, std::int32_t number2, bool flag)
@@ -72,4 +72,4 @@ void PutData::decode(protocol::BerValue& response) {
   decodeAnswer<protocol::PutDataResp>(response, "Wrong type in PutData::decode.", take);
 }
 
-}  // namespace dataquery
+}  // namespace morvex::dataquery

@@ -10,7 +10,7 @@
 // the results of checks, "tsdbIncident" for the incident log of a node. Each is one request and one answer,
 // and is used once. A refusal is an error code, as for all requests. What an entry holds says
 // protocol/messages/time_series.h.
-namespace dataquery {
+namespace morvex::dataquery {
 
 using Intervals = protocol::ListOfDataInterval;
 
@@ -71,4 +71,4 @@ class PutData : public comquery::Query {
   Intervals intervals_;  // until encode
 };
 
-}  // namespace dataquery
+}  // namespace morvex::dataquery

@@ -8,7 +8,7 @@
 #include "session/connection.h"
 #include "session/request.h"
 
-namespace comquery {
+namespace morvex::comquery {
 
 // What all queries share: how they take their answer, and that one answer is all they wait for. A query is
 // made with comquery::make, posted and awaited once, and then holds what the server said:
@@ -47,4 +47,4 @@ class Query : public Request {
   }
 };
 
-}  // namespace comquery
+}  // namespace morvex::comquery

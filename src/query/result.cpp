@@ -9,7 +9,7 @@
 #include "query/tql/comparison.h"
 #include "query/tql/property_codec.h"
 
-namespace tqlquery {
+namespace morvex::tqlquery {
 
 PropertyMap byName(const protocol::ListOfProperty& properties) {
   PropertyMap map;
@@ -78,4 +78,4 @@ std::unique_ptr<protocol::Object> toObject(const Result& object) {
   return top;
 }
 
-}  // namespace tqlquery
+}  // namespace morvex::tqlquery

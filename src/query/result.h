@@ -7,7 +7,7 @@
 
 #include "protocol/messages/object_tree.h"
 
-namespace tqlquery {
+namespace morvex::tqlquery {
 
 // One object of an answer, and those below it, as the message brought them. The tree mirrors the query: an
 // object at depth n was matched by step n. It owns its children, which nest as deep as the server likes. It
@@ -40,4 +40,4 @@ void sortChildren(Result& object, const SortKey& key);
 // theirs, each once.
 std::unique_ptr<protocol::Object> toObject(const Result& object);
 
-}  // namespace tqlquery
+}  // namespace morvex::tqlquery

@@ -6,7 +6,7 @@
 #include "query/tql/parser.h"
 #include "session/connection.h"
 
-namespace tqlquery {
+namespace morvex::tqlquery {
 namespace {
 
 constexpr std::uint32_t kStayRegistered = 1;
@@ -58,4 +58,4 @@ void Select::finished(Connection& connection) {
   }
 }
 
-}  // namespace tqlquery
+}  // namespace morvex::tqlquery

@@ -9,7 +9,7 @@
 #include "query/query.h"
 #include "query/result.h"
 
-namespace tqlquery {
+namespace morvex::tqlquery {
 
 // The read query on the object tree: a TQL expression, matched by the server from one start object.
 class Select : public virtual comquery::Query {
@@ -39,4 +39,4 @@ class Select : public virtual comquery::Query {
   std::string expression_;
 };
 
-}  // namespace tqlquery
+}  // namespace morvex::tqlquery

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace tqlquery {
+namespace morvex::tqlquery {
 
 Update::Update(std::string id, std::string version, std::list<protocol::Property> properties)
     : id_(std::move(id)), version_(std::move(version)), properties_(std::move(properties)) {}
@@ -23,4 +23,4 @@ void Update::decode(protocol::BerValue& response) {
   decodeAnswer<protocol::UpdateResp>(response, "Wrong type in Select::decode.", take);
 }
 
-}  // namespace tqlquery
+}  // namespace morvex::tqlquery

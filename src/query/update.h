@@ -8,7 +8,7 @@
 #include "protocol/messages/object_tree.h"
 #include "query/query.h"
 
-namespace tqlquery {
+namespace morvex::tqlquery {
 
 // Writes properties of one object. It quotes the version of the object that the caller read, and the server
 // refuses it with code 3 if the object has changed since. Used once.
@@ -30,4 +30,4 @@ class Update : public virtual comquery::Query {
   std::list<protocol::Property> properties_;  // the new values only; until encode
 };
 
-}  // namespace tqlquery
+}  // namespace morvex::tqlquery

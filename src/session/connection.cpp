@@ -6,6 +6,8 @@
 #include "protocol/messages/envelope.h"
 #include "session/handshake.h"
 
+namespace morvex {
+
 using comquery::Request;
 
 namespace {
@@ -109,3 +111,5 @@ void Connection::strike(Request& request, std::int32_t id) {
   idsByRequest_.erase(&request);
   request.release();
 }
+
+}  // namespace morvex

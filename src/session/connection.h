@@ -10,6 +10,8 @@
 #include "protocol/osal_socket.h"
 #include "session/request.h"
 
+namespace morvex {
+
 // The stream to a server, made by whoever knows how to reach it. open gives the stream away, and throws
 // error::ESystemError. The port is in host byte order.
 struct IoFactory {
@@ -87,3 +89,5 @@ class Connection {
   std::map<std::int32_t, comquery::Request*> requestsById_;
   std::map<comquery::Request*, std::int32_t> idsByRequest_;
 };
+
+}  // namespace morvex

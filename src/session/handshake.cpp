@@ -2,9 +2,11 @@
 
 #include <utility>
 
-#include "foundation/clock.h"
 #include "foundation/errors.h"
+#include "platform/clock.h"
 #include "protocol/catalogue.h"
+
+namespace morvex {
 
 using errors::connect_error;
 
@@ -89,3 +91,5 @@ std::unique_ptr<Connection> Handshake::open(protocol::NewSessionResp& session, s
   connection->timeOffset_ = timeOffset;
   return connection;
 }
+
+}  // namespace morvex

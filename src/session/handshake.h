@@ -8,6 +8,8 @@
 #include "protocol/messages/handshake.h"
 #include "session/connection.h"
 
+namespace morvex {
+
 // Reads until a message is complete. Blocks as long as the stream does.
 std::unique_ptr<protocol::BerValue> waitForMessage(old_protocol::BerReader& reader);
 
@@ -32,3 +34,5 @@ class Handshake {
 
   std::unique_ptr<old_protocol::BerReader> reader_;
 };
+
+}  // namespace morvex

@@ -1,6 +1,6 @@
 #include "session/request.h"
 
-namespace comquery {
+namespace morvex::comquery {
 
 void Request::release() {
   if (--references_ == 0) {
@@ -13,4 +13,4 @@ void Request::keepToTheEnd(Request* request) {
   request->keptBefore_ = std::exchange(newest, request);
 }
 
-}  // namespace comquery
+}  // namespace morvex::comquery

@@ -7,6 +7,8 @@
 
 #include "protocol/ber_value.h"
 
+namespace morvex {
+
 class Connection;
 
 namespace comquery {
@@ -94,3 +96,5 @@ Held<T> make(Arguments&&... arguments) {
 }
 
 }  // namespace comquery
+
+}  // namespace morvex

@@ -13,6 +13,8 @@
 #include "foundation/text.h"
 #include "support/text_input.h"
 
+using namespace morvex;
+
 namespace {
 
 using namespace protocol;

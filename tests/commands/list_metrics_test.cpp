@@ -5,6 +5,8 @@
 #include "commands/support.h"
 #include "query/tql/property_codec.h"
 
+using namespace morvex;
+
 namespace {
 
 using tqlquery::Result;

@@ -4,6 +4,8 @@
 
 #include "query/tql/property_codec.h"
 
+using namespace morvex;
+
 namespace {
 
 using Values = std::vector<std::uint64_t>;  // value, or n, min, max, sum, sumSquares

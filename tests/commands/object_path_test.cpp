@@ -7,6 +7,8 @@
 #include "commands/support.h"
 #include "foundation/errors.h"
 
+using namespace morvex;
+
 namespace {
 
 using testing::ElementsAre;

@@ -3,8 +3,10 @@
 #include <string>
 #include <string_view>
 
-#include "foundation/output.h"
+#include "platform/output.h"
 #include "support/text_of.h"
+
+namespace morvex {
 
 // Keeps what is printed.
 class TextOutput final : public Output {
@@ -16,3 +18,5 @@ class TextOutput final : public Output {
 
   std::string text_;
 };
+
+}  // namespace morvex

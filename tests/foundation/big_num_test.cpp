@@ -11,6 +11,8 @@
 #include "foundation/errors.h"
 #include "support/text_of.h"
 
+using namespace morvex;
+
 namespace {
 
 std::size_t g_released = 0, g_unwiped = 0;  // buffers given back, and those that still held something

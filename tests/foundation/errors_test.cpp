@@ -4,6 +4,8 @@
 
 #include "foundation/class_name.h"
 
+using namespace morvex;
+
 namespace shapes {
 struct Shape {
   virtual ~Shape() = default;

@@ -10,6 +10,8 @@
 #include "foundation/errors.h"
 #include "support/text_of.h"
 
+using namespace morvex;
+
 using error::EParseError;
 using testing::ElementsAre;
 using namespace std::string_literals;

@@ -9,7 +9,7 @@ import subprocess
 from server import LOGIN
 from tool import TOOL, run
 
-SOURCES = pathlib.Path(__file__).parents[2] / "src" / "frontend"
+SOURCES = pathlib.Path(__file__).parents[2] / "src"
 SANDBOX = os.environ["MORVEX_SANDBOX"]
 NO_LOGIN = "Caught error: Error getting password\n"  # the end of a run whose usage is right: it has no terminal
 

@@ -55,7 +55,7 @@ def test_options_of_the_sandbox():
     assert listed(SANDBOX_PAGE) == sandbox_options() == shown(section(SANDBOX_PAGE, "SYNOPSIS"))
 
 
-@pytest.mark.parametrize("page, folders", [(TOOL_PAGE, ["src"]), (SANDBOX_PAGE, ["src/foundation", "sandbox"])],
+@pytest.mark.parametrize("page, folders", [(TOOL_PAGE, ["src"]), (SANDBOX_PAGE, ["src/platform", "sandbox"])],
                          ids=["tool", "sandbox"])
 def test_messages(page, folders):
     """Each is made of texts of the program, around colons, numbers and the words in capitals."""

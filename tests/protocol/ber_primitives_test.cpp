@@ -8,6 +8,8 @@
 #include "protocol/messages/time_series.h"
 #include "support/wire.h"
 
+using namespace morvex;
+
 using namespace protocol;
 
 namespace {

@@ -6,6 +6,8 @@
 #include "protocol/messages/handshake.h"
 #include "support/reading.h"
 
+using namespace morvex;
+
 using namespace protocol;
 
 namespace {

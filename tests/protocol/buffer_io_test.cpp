@@ -4,6 +4,8 @@
 
 #include "support/scripted_io.h"
 
+using namespace morvex;
+
 namespace {
 
 constexpr std::size_t kSize = 65536;

@@ -14,6 +14,8 @@
 #include "protocol/messages/handshake.h"
 #include "support/reading.h"
 
+using namespace morvex;
+
 // Every class of the catalogue, held against the table of what it has to be on the wire. What is expected
 // comes from the table alone; how integers and strings are encoded has tests of its own.
 using namespace protocol;

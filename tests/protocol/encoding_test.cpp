@@ -4,6 +4,8 @@
 
 #include "support/wire.h"
 
+using namespace morvex;
+
 using namespace protocol;
 
 TEST(Encoding, WritesTheShortestHeaderAndShortItemsAtOnce) {

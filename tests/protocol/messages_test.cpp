@@ -5,6 +5,8 @@
 #include "protocol/messages/handshake.h"
 #include "support/reading.h"
 
+using namespace morvex;
+
 using namespace protocol;
 
 TEST(Messages, HaveTheseBytes) {

@@ -6,6 +6,8 @@
 #include "protocol/messages/envelope.h"
 #include "support/reading.h"
 
+using namespace morvex;
+
 using namespace protocol;
 
 namespace {

@@ -5,6 +5,8 @@
 #include "query/tql/property_codec.h"
 #include "support/wire.h"
 
+using namespace morvex;
+
 namespace {
 
 using tqlquery::Call;

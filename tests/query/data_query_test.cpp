@@ -5,6 +5,8 @@
 #include "protocol/messages/object_tree.h"
 #include "support/wire.h"
 
+using namespace morvex;
+
 namespace {
 
 template <class Query>

@@ -5,6 +5,8 @@
 #include "foundation/errors.h"
 #include "session/scripted_server.h"
 
+using namespace morvex;
+
 namespace {
 
 using tqlquery::Select;

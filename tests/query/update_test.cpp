@@ -6,6 +6,8 @@
 #include "query/tql/property_codec.h"
 #include "support/wire.h"
 
+using namespace morvex;
+
 namespace {
 
 struct Plain : tqlquery::Update {

@@ -5,6 +5,8 @@
 #include "protocol/messages/envelope.h"
 #include "session/scripted_server.h"
 
+using namespace morvex;
+
 using State = comquery::Request::State;
 
 namespace {

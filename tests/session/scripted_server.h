@@ -4,6 +4,8 @@
 #include "session/connection.h"
 #include "support/scripted_io.h"
 
+namespace morvex {
+
 // A server of which only the bytes exist. One at a time.
 struct ScriptedServer {
   ScriptedServer() { g_current = this; }
@@ -30,3 +32,5 @@ struct ScriptedServer {
 inline constexpr const char* kOffer = "61 80 02 02 02 03 A0 80 00 00 00 00";
 // Key 0x1122, root "1F".
 inline constexpr const char* kSession = "71 80 02 02 11 22 02 01 00 04 02 '1F' 04 01 'x' 04 01 'y' 00 00";
+
+}  // namespace morvex

@@ -8,6 +8,8 @@
 #include "protocol/messages/object_tree.h"
 #include "support/wire.h"
 
+namespace morvex {
+
 // Constants and patterns as one line of text.
 
 // "6:String x": type word, class and value.
@@ -62,3 +64,5 @@ inline std::string dump(const protocol::PathPattern& step) {
          part(" {", joined(step.filter, " & ", term), "}") +
          part(" > (", joined(step.children, " | ", next) + colon, ")");
 }
+
+}  // namespace morvex

@@ -10,6 +10,8 @@
 #include "protocol/messages/plain_value.h"
 #include "support/scripted_io.h"
 
+namespace morvex {
+
 // A reader on a script.
 struct Reading {
   explicit Reading(std::deque<std::vector<std::uint8_t>> incoming = {},
@@ -65,3 +67,5 @@ inline std::string deep(std::string_view hex, std::size_t levels = kDepth) {
   }
   return text;
 }
+
+}  // namespace morvex

@@ -9,6 +9,8 @@
 #include "protocol/basic_io.h"
 #include "support/wire.h"
 
+namespace morvex {
+
 // What a ScriptedIo plays and records. The test keeps it, since the stream belongs to whoever reads it.
 struct Script {
   std::deque<std::vector<std::uint8_t>> incoming;  // one read each; behind the last the peer has hung up
@@ -44,3 +46,5 @@ struct ScriptedIo final : old_protocol::BasicIo {
 
   Script& script;
 };
+
+}  // namespace morvex

@@ -4,7 +4,9 @@
 #include <string>
 #include <utility>
 
-#include "foundation/input.h"
+#include "platform/input.h"
+
+namespace morvex {
 
 // Delivers a text in pieces of at most this size.
 struct TextInput final : LineReader {
@@ -16,3 +18,5 @@ struct TextInput final : LineReader {
   std::string text;
   std::size_t piece, consumed = 0;
 };
+
+}  // namespace morvex

@@ -2,6 +2,8 @@
 
 #include <string>
 
+namespace morvex {
+
 // The text of the E that the action throws; "nothing thrown" if it throws nothing.
 template <class E, class Action>
 std::string textOf(Action action) {
@@ -12,3 +14,5 @@ std::string textOf(Action action) {
   }
   return "nothing thrown";
 }
+
+}  // namespace morvex

@@ -78,7 +78,7 @@ def run(*args, zone="UTC", shell='exec "$0" "$@"', **streams):
 
 
 def faulty(rules, redirection=""):
-    """The shell for a run in a system that fails by these rules of tests/foundation/posix/faulty_system.cpp."""
+    """The shell for a run in a system that fails by these rules of tests/platform/posix/faulty_system.cpp."""
     preload = os.environ.get("MORVEX_FAULTY_SYSTEM", "")
     return f'export LD_PRELOAD="{preload}" MORVEX_FAULT="{rules}"; exec "$0" "$@" {redirection}'
 

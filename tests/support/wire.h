@@ -11,6 +11,8 @@
 #include "protocol/ber_value.h"
 #include "support/text_of.h"
 
+namespace morvex {
+
 // Bytes as tests write them down: "60 80 02 01". Blanks are for the reader; a text between apostrophes stands
 // for its own bytes: "04 02 '1F'".
 inline std::vector<std::uint8_t> bytesOf(std::string_view hex) {
@@ -59,3 +61,5 @@ inline std::string writtenHex(const protocol::BerValue& value, bool legacy = fal
   value.write(io, legacy);
   return hexOf(io.bytes);
 }
+
+}  // namespace morvex

@@ -12,7 +12,7 @@
 // takes no part in it: it knows these messages so that any of them can be read.
 // Members named by kind and position (text0, flag3) are ones whose meaning only other programs know; so are
 // the values of the enumerations.
-namespace protocol {
+namespace morvex::protocol {
 
 enum class CheckType : std::int32_t {};
 enum class Decision : std::int32_t {};
@@ -340,4 +340,4 @@ struct HWScanResp final : Message<HWScanResp> {
   static constexpr Schema kSchema{.tag = application(33), .fields = kFields};
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -7,7 +7,7 @@
 #include "protocol/schema.h"
 
 // The two envelopes in which all object and data traffic runs. A response carries the number of its request.
-namespace protocol {
+namespace morvex::protocol {
 
 struct Request final : Message<Request> {
   std::int32_t requestId = 0;
@@ -32,4 +32,4 @@ struct Response final : Message<Response> {
   static constexpr Schema kSchema{.tag = application(21), .fields = kFields};
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

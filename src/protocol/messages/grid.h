@@ -9,7 +9,7 @@
 
 // What servers of a grid send each other, and the upgrade of an agent. This program takes no part in it: it
 // knows these messages so that any of them can be read.
-namespace protocol {
+namespace morvex::protocol {
 
 struct GridMessage final : Message<GridMessage> {
   std::int32_t int0 = 0;
@@ -66,4 +66,4 @@ struct UpgradeResp final : Message<UpgradeResp> {
   static constexpr Schema kSchema{.tag = application(13), .fields = kFields};
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

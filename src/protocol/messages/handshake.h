@@ -8,7 +8,7 @@
 
 // The messages that open and reopen a session, and the key exchange and keep-alive messages beside them.
 // Members named by kind and position (text0, flag3) are ones whose meaning only other programs know.
-namespace protocol {
+namespace morvex::protocol {
 
 struct ClientNoAuth final : Message<ClientNoAuth> {
   static constexpr Schema kSchema{.tag = alternative(0)};
@@ -221,4 +221,4 @@ struct ServerTimeResp final : Moment<ServerTimeResp> {
   static constexpr Schema kSchema{.tag = application(24), .fields = kFields};
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -6,7 +6,7 @@
 #include "protocol/schema.h"
 
 // The list and set classes of primitives. Those of records stand beside their records.
-namespace protocol {
+namespace morvex::protocol {
 
 struct ListOfString128 : ListOf<std::string, upTo(128)> {
   using ListOf::ListOf;
@@ -30,4 +30,4 @@ struct ListOfReal : ListOf<double> {
   using ListOf::ListOf;
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

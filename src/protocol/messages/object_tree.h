@@ -9,7 +9,7 @@
 
 // The messages that work on the server's object tree: the object, its properties, the pattern that selects
 // objects, and the requests and answers that carry them.
-namespace protocol {
+namespace morvex::protocol {
 
 struct Object;
 struct Property;
@@ -325,4 +325,4 @@ struct ErrorResp final : Message<ErrorResp> {
   static constexpr Schema kSchema{.tag = alternative(8), .fields = kFields};
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

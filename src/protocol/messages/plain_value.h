@@ -5,7 +5,7 @@
 
 #include "protocol/schema.h"
 
-namespace protocol {
+namespace morvex::protocol {
 
 // A value of one of four primitive types, told apart by its tag.
 using PlainValue = OneOf<BerIntegerTemplate<std::int32_t>, BerString, BerNull, BerReal>;
@@ -28,4 +28,4 @@ struct Alternative<BerString> {
   static std::unique_ptr<BerValue> make() { return std::make_unique<BerString>(65536); }
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

@@ -10,7 +10,7 @@
 // The messages that read and write the time series which the server keeps for an object, and the report of
 // a check. Times are in seconds since 1970. Values are in the check's own unit. Members named by kind and
 // position (real2, uint5) are ones whose meaning only other programs know.
-namespace protocol {
+namespace morvex::protocol {
 
 // Severity and status travel as bare numbers; their values are the server's.
 enum class Severity : std::int32_t {};
@@ -230,4 +230,4 @@ struct ListOfCheckResult : ListOf<Owned<CheckResult>> {
   using ListOf::ListOf;
 };
 
-}  // namespace protocol
+}  // namespace morvex::protocol

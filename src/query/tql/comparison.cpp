@@ -7,7 +7,7 @@
 #include "foundation/text.h"
 #include "query/tql/property_codec.h"
 
-namespace tql {
+namespace morvex::tql {
 namespace {
 
 using protocol::RelOperator;
@@ -151,4 +151,4 @@ bool compareForSort(const std::list<tqlquery::SortKey>& keys, const tqlquery::Re
   return false;
 }
 
-}  // namespace tql
+}  // namespace morvex::tql

@@ -5,7 +5,7 @@
 #include "protocol/messages/object_tree.h"
 #include "query/result.h"
 
-namespace tql {
+namespace morvex::tql {
 
 // Whether the operator holds between two properties of one type: numbers by value, strings case-blind with
 // runs of digits read as numbers, Boolean and Id by equality alone. Only the first six operators are known
@@ -17,4 +17,4 @@ bool compare(const protocol::Property& left, protocol::RelOperator op, const pro
 bool compareForSort(const std::list<tqlquery::SortKey>& keys, const tqlquery::Result& left,
                     const tqlquery::Result& right);
 
-}  // namespace tql
+}  // namespace morvex::tql

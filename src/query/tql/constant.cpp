@@ -10,7 +10,7 @@
 #include "query/tql/lexer.h"
 #include "query/tql/property_codec.h"
 
-namespace tql {
+namespace morvex::tql {
 namespace {
 
 // The sets of named values. A word that begins like one belongs to it.
@@ -149,4 +149,4 @@ std::uint32_t wrapDigits(std::string_view digits) {
   return value;
 }
 
-}  // namespace tql
+}  // namespace morvex::tql

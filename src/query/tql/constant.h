@@ -6,7 +6,7 @@
 
 #include "protocol/messages/object_tree.h"
 
-namespace tql {
+namespace morvex::tql {
 
 // Gives a property the value of a constant that is one token: a string, a number or a word. The form of the
 // constant decides the type. Throws error::EParseError for a token that is no constant, and for a number
@@ -16,4 +16,4 @@ void encodeConstant(protocol::Property& property, const std::string& name, const
 // The value of decimal digits, modulo 2 to the power 32.
 std::uint32_t wrapDigits(std::string_view digits);
 
-}  // namespace tql
+}  // namespace morvex::tql

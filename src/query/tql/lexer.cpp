@@ -5,7 +5,7 @@
 #include "foundation/errors.h"
 #include "query/tql/characters.h"
 
-namespace tql {
+namespace morvex::tql {
 namespace {
 
 // How a token of one character grows: by one of these, if it comes next.
@@ -99,4 +99,4 @@ void unexpected(const char* expected, std::string_view token, const char* place)
   throw error::EParseError(std::move(text));
 }
 
-}  // namespace tql
+}  // namespace morvex::tql

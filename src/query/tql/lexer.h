@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-namespace tql {
+namespace morvex::tql {
 
 // Cuts a TQL expression into tokens. A token's text is its meaning: a string literal keeps its quotes and a
 // suffix, and holds the unescaped text between them.
@@ -33,4 +33,4 @@ class Lexer {
 // Refuses a token: throws error::EParseError with the token in quotes between the two texts.
 [[noreturn]] void unexpected(const char* expected, std::string_view token, const char* place = "");
 
-}  // namespace tql
+}  // namespace morvex::tql

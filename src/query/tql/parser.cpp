@@ -11,7 +11,7 @@
 #include "query/tql/lexer.h"
 #include "query/tql/property_codec.h"
 
-namespace tql {
+namespace morvex::tql {
 namespace {
 
 using protocol::ListOfPathPattern;
@@ -284,4 +284,4 @@ std::unique_ptr<PathPattern> parse(const std::string& expression) try {
   throw;
 }
 
-}  // namespace tql
+}  // namespace morvex::tql

@@ -10,11 +10,11 @@
 //   expression := step
 //   step       := class { modifier } [ "=" digits ] [ properties ] [ filter ] [ ">" following ]
 //   following  := step | "(" step { "|" step } [ ":" step { "|" step } ] ")"
-namespace tql {
+namespace morvex::tql {
 
 // Steps and groups may follow and nest without end: neither costs stack.
 // Throws error::EParseError, or error::ERange for a number beyond 64 bits, with ": parsing " and the
 // expression at the end of the text.
 std::unique_ptr<protocol::PathPattern> parse(const std::string& expression);
 
-}  // namespace tql
+}  // namespace morvex::tql

@@ -8,7 +8,7 @@
 #include "foundation/errors.h"
 #include "foundation/text.h"
 
-namespace tql {
+namespace morvex::tql {
 namespace {
 
 // The server's "Property updated with illegal type".
@@ -190,4 +190,4 @@ void decode(const Property& property, std::uint32_t wanted, std::span<const std:
   read<protocol::UnsignedIntListProp>(property, wanted, "unsigned int list", result);
 }
 
-}  // namespace tql
+}  // namespace morvex::tql

@@ -10,7 +10,7 @@
 #include "foundation/big_num.h"
 #include "protocol/messages/object_tree.h"
 
-namespace tql {
+namespace morvex::tql {
 
 // The type word of a property: the base type, or the number of an enumeration, and flags above it.
 inline constexpr std::uint32_t kBaseMask = 0x1FFFF;
@@ -79,4 +79,4 @@ void decode(const Property& property, std::uint32_t wanted, std::span<const std:
 void decode(const Property& property, std::uint32_t wanted, std::vector<std::uint8_t>& result);
 void decode(const Property& property, std::uint32_t wanted, std::span<const std::uint32_t>& result);
 
-}  // namespace tql
+}  // namespace morvex::tql

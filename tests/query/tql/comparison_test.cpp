@@ -9,6 +9,8 @@
 #include "query/tql/property_codec.h"
 #include "support/text_of.h"
 
+using namespace morvex;
+
 namespace {
 
 using protocol::RelOperator;

@@ -5,6 +5,8 @@
 #include "foundation/errors.h"
 #include "support/wire.h"
 
+using namespace morvex;
+
 TEST(Lexer, CutsTheInputIntoTokens) {
   // The tokens with a blank behind each.
   const std::pair<const char*, const char*> rows[] = {

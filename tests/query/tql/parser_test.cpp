@@ -7,6 +7,8 @@
 #include "support/pattern_dump.h"
 #include "support/wire.h"
 
+using namespace morvex;
+
 namespace {
 
 struct Row {

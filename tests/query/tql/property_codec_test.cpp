@@ -10,6 +10,8 @@
 #include "foundation/errors.h"
 #include "support/wire.h"
 
+using namespace morvex;
+
 namespace {
 
 using tql::Property;

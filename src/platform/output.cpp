@@ -1,0 +1,100 @@
+#include "platform/output.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "foundation/errors.h"
+#include "platform/descriptor.h"
+#include "platform/terminal.h"
+#include "platform/traffic.h"
+
+namespace morvex {
+
+namespace {
+
+void check(int code) {
+  if (code == EPIPE) {
+    throw OutputAbandoned();
+  }
+  if (code != 0) {
+    throwSystemError(std::string("Error writing output: ") + std::strerror(code));
+  }
+}
+
+class StandardOutput final : public Output {
+ public:
+  StandardOutput() { interactive_ = isTerminal(kStandardOutput); }
+
+ private:
+  void drain(std::string_view block) override { check(platform_write(kStandardOutput, block)); }
+};
+
+class DescriptorFile final : public OutputFile {
+ public:
+  explicit DescriptorFile(int descriptor) : descriptor_(descriptor) { interactive_ = isTerminal(descriptor); }
+
+  ~DescriptorFile() override {
+    try {
+      close();
+    } catch (...) {  // said in the header: only those who call close() hear of failures
+      if (descriptor_ >= 0) {
+        platform_close(descriptor_);
+      }
+    }
+  }
+
+  void close() override {
+    flush();
+    if (descriptor_ >= 0) {
+      check(platform_close(std::exchange(descriptor_, -1)));
+    }
+  }
+
+ private:
+  void drain(std::string_view block) override { check(platform_write(descriptor_, block)); }
+
+  int descriptor_;
+};
+
+}  // namespace
+
+void Output::flush() {
+  if (size_ == 0) {
+    return;
+  }
+  const std::string_view block(buffer_.get(), size_);
+  size_ = 0;  // should it fail, part may be out: a later flush must not write that twice, nor fail again
+  drain(block);
+  g_traffic.count(Way::written, block.size());
+}
+
+// There is always less than a block in the buffer.
+void Output::grow(std::size_t count) {
+  const std::size_t capacity = kBlock + std::max(count, kBlock / 16);
+  auto larger = std::make_unique_for_overwrite<char[]>(capacity);
+  std::copy_n(buffer_.get(), size_, larger.get());
+  buffer_ = std::move(larger);
+  capacity_ = capacity;
+}
+
+Output& standardOutput() {
+  static StandardOutput output;
+  return output;
+}
+
+std::unique_ptr<OutputFile> OutputFile::create(const std::string& name) {
+  const int descriptor = platform_create_file(name);
+  return descriptor < 0 ? nullptr : std::make_unique<DescriptorFile>(descriptor);
+}
+
+void printError(std::string_view text) noexcept {
+  try {
+    standardOutput().flush();
+  } catch (...) {  // there is no better place for that message than the one that is under way
+  }
+  g_traffic.tell(Occasion::message);
+  platform_write(kStandardError, text);
+}
+
+}  // namespace morvex

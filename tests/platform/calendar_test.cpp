@@ -1,0 +1,182 @@
+// The short ways of times against the C library, which defines their outcome.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <set>
+
+#include "foundation/errors.h"
+#include "platform/clock.h"
+#include "platform/time_zone.h"
+#include "platform/zones.h"
+#include "support/many_cases.h"
+
+using namespace morvex;
+
+namespace {
+
+using Times = std::vector<std::int64_t>;
+constexpr std::int64_t kEnd = std::int64_t{1} << 31, kDay = 86400;
+
+// No constant, as the first TimeZone of the process records the zone of the start.
+TimeZone local() { return TimeZone(TimeZone::localMarker); }
+
+std::tm broken(std::int64_t time) {
+  std::tm fields{};
+  platform_break_down(time, fields);
+  return fields;
+}
+
+// What the clocks show, as seconds.
+std::int64_t shownBy(const std::tm& fields) {
+  using namespace std::chrono;
+  const sys_days date = year(fields.tm_year + 1900) / (fields.tm_mon + 1) / fields.tm_mday;
+  return date.time_since_epoch() / seconds(1) + fields.tm_hour * 3600 + fields.tm_min * 60 + fields.tm_sec;
+}
+
+// And back, for the C library to compose.
+std::tm showing(std::int64_t shown) {
+  using namespace std::chrono;
+  const sys_seconds moment{seconds(shown)};
+  const year_month_day date(floor<days>(moment));
+  std::tm fields{};
+  fields.tm_year = static_cast<int>(date.year()) - 1900;
+  fields.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+  fields.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
+  const auto second = static_cast<int>((moment - floor<days>(moment)).count());
+  fields.tm_hour = second / 3600;
+  fields.tm_min = second / 60 % 60;
+  fields.tm_sec = second % 60;
+  fields.tm_isdst = -1;
+  return fields;
+}
+
+bool same(const std::tm& a, const std::tm& b) {
+  return a.tm_sec == b.tm_sec && a.tm_min == b.tm_min && a.tm_hour == b.tm_hour && a.tm_mday == b.tm_mday &&
+         a.tm_mon == b.tm_mon && a.tm_year == b.tm_year && a.tm_wday == b.tm_wday && a.tm_yday == b.tm_yday &&
+         platform_same_offset(a, b);
+}
+
+struct Moment {
+  explicit Moment(std::int64_t when) : time(when), fields(broken(when)) {}
+  // What is shown differs from the time by something else behind a leap second, too.
+  bool isLike(const Moment& other) const {
+    return platform_same_offset(fields, other.fields) &&
+           shownBy(fields) - time == shownBy(other.fields) - other.time;
+  }
+  std::int64_t time;
+  std::tm fields;
+};
+
+// When the zone in force changes, or has a leap second, provided that no two of these lie within five days.
+Times changes() {
+  Times found;
+  Moment first(0);
+  while (first.time < kEnd) {
+    const Moment last(first.time + 5 * kDay);
+    std::int64_t before = first.time, behind = last.time;
+    while (!first.isLike(last) && behind - before > 1) {
+      const std::int64_t middle = (before + behind) / 2;
+      (first.isLike(Moment(middle)) ? before : behind) = middle;
+    }
+    if (!first.isLike(last)) {
+      found.push_back(behind);
+    }
+    first = last;
+  }
+  return found;
+}
+
+// A time, and what clocks show then; and what they would show with the offset of three hours before, or of
+// three hours later: around a change, that comes twice, or never.
+struct Case {
+  std::int64_t time;
+  std::tm fields, shown;
+};
+
+Case caseOf(std::int64_t time, std::int64_t other) {
+  return {time, broken(time), showing(time + shownBy(broken(other)) - other)};
+}
+
+// Around every change and every turn of a year.
+std::vector<Case> casesAround(const Times& changes) {
+  Times times;
+  for (std::int64_t year = 0; year < kEnd; year += 365 * kDay + kDay / 4) {
+    for (const std::int64_t hours : {-70, -50, -30, -29, -20, -10, 0, 10}) {
+      times.push_back(year + hours * 3600);
+    }
+  }
+  for (const std::int64_t change : changes) {
+    for (std::int64_t near = -3; near <= 3; ++near) {
+      times.push_back(change + near);
+    }
+    for (const std::int64_t hours : {-48, -40, -24, -10, -1, 1, 2, 24, 30, 40}) {
+      times.insert(times.end(), {change + hours * 3600 - 1, change + hours * 3600});
+    }
+  }
+  std::erase_if(times, [](std::int64_t time) { return time < 0 || time >= kEnd; });
+  std::sort(times.begin(), times.end());
+  std::vector<Case> cases;
+  for (const std::int64_t time : times) {
+    cases.push_back(caseOf(time, time + (cases.size() % 2 == 0 ? -3 : 3) * 3600));
+  }
+  return cases;
+}
+
+// The outcome of each. The C library starts with the same offset in mind each time.
+template <class Compose>
+Times composed(const std::vector<Case>& cases, Compose compose) {
+  std::tm start = broken(kDay);
+  platform_compose(start);
+  Times times;
+  for (const Case& one : cases) {
+    try {
+      times.push_back(compose(one.shown));
+    } catch (const error::ESystemError&) {
+      times.push_back(-1);
+    }
+  }
+  return times;
+}
+
+void expectNoFaults(const std::vector<Case>& cases, const std::string& what) {
+  Calendar calendar(local());
+  std::size_t calls = 0, faults = 0;
+  const auto check = [&](const Case& one) {
+    faults += same(calendar.breakDown(static_cast<std::uint64_t>(one.time)), one.fields) ? 0 : 1;
+  };
+  std::for_each(cases.begin(), cases.end(), check);
+  const Times expected = composed(cases, [](std::tm shown) { return platform_compose(shown); });
+  const Times got = composed(cases, [&](const std::tm& shown) {
+    if (++calls % 3 == 0) {  // one direction must not mislead the other
+      check(cases[calls - 1]);
+    }
+    return calendar.compose(shown);
+  });
+  EXPECT_TRUE(faults == 0 && got == expected) << what;
+}
+
+TEST(Calendar, AgreesWithTheCLibraryInAllZones) {
+  std::tm fields{};
+  breakDownTime(local(), fields, 0);  // from here on, the zone in force counts as the local one
+  std::set<Times> met;                // many zones are alike since 1970
+  std::size_t count = 0;
+  for (const std::string& zone : zonesToTry()) {
+    ASSERT_TRUE(platform_set_zone(zone.c_str()));
+    const Times found = changes();
+    if (count++ % kShare != 0 || !met.insert(found).second) {
+      continue;
+    }
+    std::vector<Case> cases = casesAround(found);
+    expectNoFaults(cases, zone + " ascending");
+    std::reverse(cases.begin(), cases.end());
+    expectNoFaults(cases, zone + " descending");
+    std::shuffle(cases.begin(), cases.end(), g_random);
+    expectNoFaults(cases, zone + " jumping");
+  }
+  EXPECT_GT(met.size(), 3u);
+  breakDownTime(TimeZone(1), fields, 0);  // so that any other is put in force again
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+#include "platform/time_zone.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <tuple>
+
+#include "foundation/errors.h"
+#include "platform/clock.h"
+#include "support/text_of.h"
+
+using namespace morvex;
+
+namespace {
+
+// Before anything can make a TimeZone: Central European Time, spelt out, as no zone files may be installed.
+const bool g_zoneSet = platform_set_zone("CET-1CEST,M3.5.0,M10.5.0/3");
+const TimeZone kLocal(TimeZone::localMarker), kUtc(0);
+
+std::string brokenDown(const TimeZone& zone, std::uint64_t time) {
+  std::tm fields{};
+  breakDownTime(zone, fields, time);
+  char text[64];
+  return {text, platform_format_time(text, sizeof text, "%F %T", fields)};
+}
+
+}  // namespace
+
+TEST(TimeZone, OffsetsCountEastwardsAndLocalIsTheZoneOfTheStart) {
+  ASSERT_TRUE(g_zoneSet);
+  platform_set_zone("EST5");
+  for (const auto& [offset, zone, text] :
+       {std::tuple(0, "GMT-0", "2003-07-01 00:00:00"),
+        {3600, "GMT-1", "2003-07-01 01:00:00"},
+        {-19800, "GMT5:30", "2003-06-30 18:30:00"},
+        {3605, "GMT-1:00:05", "2003-07-01 01:00:05"},
+        {TimeZone::localMarker, "CET-1CEST,M3.5.0,M10.5.0/3", "2003-07-01 02:00:00"}}) {
+    EXPECT_EQ(brokenDown(TimeZone(offset), 1057017600), text);
+    EXPECT_STREQ(std::getenv("TZ"), zone);
+  }
+  platform_set_zone("untouched");  // the zone in force is the wanted one already
+  brokenDown(kLocal, 0);
+  EXPECT_STREQ(std::getenv("TZ"), "untouched");
+  for (const std::uint64_t time : {9223372036854775807u, 18446744073709551615u}) {
+    EXPECT_EQ(textOf<error::ESystemError>([&] { brokenDown(kLocal, time); }),
+              "Couldn't get localtime for time " + std::to_string(time));
+  }
+}
+
+TEST(TimeZone, ReadsIsoTimes) {
+  for (const auto& [text, utc, local] : {std::tuple("2003/03 25xx00.25,03", 1048551903, 1048548303),
+                                         {"2003-07-01-T02:00:00", 1057024800, 1057017600},     // summer time
+                                         {"2003-02-31-T00:25:61", 1046651161, 1046647561}}) {  // 3 March
+    EXPECT_EQ(parseIsoTime(text, kUtc), utc) << text;
+    EXPECT_EQ(parseIsoTime(text, kLocal), local) << text;
+  }
+  EXPECT_EQ(parseIsoTime("2003-03-25-T00:-1:03", kUtc), 0);
+  EXPECT_THAT(parseIsoTime("2003-03-30-T02:30:00", kLocal), testing::AnyOf(1048984200, 1048987800));  // a gap
+  EXPECT_EQ(textOf<error::EParseError>([] { parseIsoTime("2003-03-25T00:25:03", kUtc); }),
+            "string not in iso_format");
+  EXPECT_EQ(textOf<error::EParseError>([] { parseIsoTime("2003-xx-25-T00:yy:03", kUtc); }),
+            "Error parsing: \"xx\"");
+  EXPECT_THAT(
+      textOf<error::ESystemError>([] { parseIsoTime("1969-12-31-T23:59:59", kUtc); }),
+      testing::MatchesRegex("Couldn't compose time from tm: \\(s:59m:59h:23md:31mo:11yr:69wd:.yd:.*i:.*"));
+}
+
+TEST(TimeFormat, MeansTheSameOnEveryPlatform) {
+  const std::tuple<std::uint64_t, const char*, std::string> rows[] = {
+      {1057017600, "%F %T|%D %R|%r|%c",
+       "2003-07-01 02:00:00|07/01/03 02:00|02:00:00 AM|Tue Jul  1 02:00:00 2003"},
+      {1057017600, "%A %a %B %b %h %p %P", "Tuesday Tue July Jul Jul AM am"},
+      {1057017600, "%C %d %e %H %I %j %k %l %M %m %S %U %u %W %w %Y %y",
+       "20 01  1 02 02 182  2  2 00 07 00 26 2 26 2 2003 03"},
+      {1057017600, "%-d %_d %5d %03e %^a %#p %8a %x %X %Ey %Od",
+       "1  1 00001 001 TUE am      Tue 07/01/03 02:00:00 03 01"},
+      {1057017600, "%s%n%z%t%%", "1057017600\n+0200\t%"},
+      {1072911600, "%G-%V %g %H%I", "2004-01 04 0012"},
+      {1104573600, "%G-%V %U %W %u %l", "2004-53 00 00 6 11"},
+      {1230685200, "%G-%V %j %P", "2009-01 366 am"},
+      {0, "%Q %", "%Q %"}};
+  for (const auto& [time, format, expected] : rows) {
+    std::tm fields{};
+    breakDownTime(kLocal, fields, time);
+    char text[100];
+    EXPECT_EQ(std::string(text, platform_format_time(text, sizeof text, format, fields)), expected);
+    EXPECT_EQ(platform_format_time(text, expected.size(), format, fields), 0u);
+  }
+}
