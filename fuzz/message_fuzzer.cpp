@@ -1,6 +1,6 @@
 // Any bytes through the reader, cut anywhere; and back, of what it understood.
 
-#include "protocol/schema.h"
+#include "protocol/record.h"
 #include "wire.h"
 
 using namespace morvex;
@@ -13,9 +13,9 @@ const protocol::BerProtocol& catalogue() { return protocol::guiProtocol::instanc
 bool isWritable(const protocol::BerValue& message) {
   std::vector<const protocol::BerValue*> open{&message};
   while (!open.empty()) {
-    const protocol::Record* record = const_cast<protocol::BerValue*>(open.back())->record();
+    const protocol::Record* record = open.back();
     open.pop_back();
-    for (const protocol::Field& row : record ? record->schema().fields : std::span<const protocol::Field>()) {
+    for (const protocol::Field& row : record->schema().fields) {
       const std::size_t count = row.ops->nest ? row.ops->nest->count(row.in(*record)) : 0;
       if (row.ops->nest && !row.ops->nest->listTag && count == 0) {
         return false;

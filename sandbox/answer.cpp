@@ -2,7 +2,6 @@
 
 #include <cstddef>
 
-#include "protocol/encoding.h"
 #include "protocol/messages/envelope.h"
 
 namespace morvex::sandbox {
@@ -29,21 +28,14 @@ std::unique_ptr<Answer> makeRefusal(std::int32_t requestId, const Refusal& refus
   return std::make_unique<MessageAnswer>(std::move(response));
 }
 
-void ItemWriter::open(const protocol::Tag& tag) { protocol::writeOpening(io_, tag.word(legacy_)); }
-
-void ItemWriter::close() { protocol::writeEndOfContents(io_); }
-
 void ItemWriter::text(const std::string& value) {
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(value.data());
-  protocol::writePrimitive(io_, protocol::BE_STRING.word(legacy_), {bytes, value.size()});
+  primitive(protocol::BE_STRING, {reinterpret_cast<const std::uint8_t*>(value.data()), value.size()});
 }
 
-void ItemWriter::number(std::uint32_t value) {
-  protocol::writeUnsigned(io_, protocol::BE_INTEGER.word(legacy_), value);
-}
+void ItemWriter::number(std::uint32_t value) { unsignedInteger(value); }
 
 void ItemWriter::openResponse(std::int32_t requestId, const protocol::Tag& payload) {
-  open(protocol::Response::wireTag());
+  open(protocol::Response::kSchema.tag);
   number(static_cast<std::uint32_t>(requestId));
   open(payload);
 }

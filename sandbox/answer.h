@@ -5,8 +5,8 @@
 #include <string>
 
 #include "protocol/basic_io.h"
-#include "protocol/ber_value.h"
-#include "protocol/tag.h"
+#include "protocol/record.h"
+#include "protocol/writer.h"
 #include "sandbox/refusal.h"
 
 namespace morvex::sandbox {
@@ -35,23 +35,16 @@ class MessageAnswer final : public Answer {
 std::unique_ptr<Answer> makeRefusal(std::int32_t requestId, const Refusal& refusal);
 
 // Writes items that are not held in memory as one message.
-class ItemWriter {
+class ItemWriter : public protocol::Writer {
  public:
-  ItemWriter(protocol::BasicIo& io, bool legacy) : io_(io), legacy_(legacy) {}
+  using Writer::Writer;
 
-  void open(const protocol::Tag& tag);
-  void close();
   void text(const std::string& value);
   void number(std::uint32_t value);
-  void item(const protocol::BerValue& value) { value.write(io_, legacy_); }
 
   // A Response around a payload with this tag, up to the payload's first field; and its end.
   void openResponse(std::int32_t requestId, const protocol::Tag& payload);
   void closeResponse();
-
- private:
-  protocol::BasicIo& io_;
-  bool legacy_;
 };
 
 }  // namespace morvex::sandbox

@@ -25,7 +25,7 @@ class MetricAnswer final : public Answer {
   bool writePortion(protocol::BasicIo& io, bool legacy) override {
     ItemWriter to(io, legacy);
     if (next_ == first_) {
-      to.openResponse(requestId_, protocol::CallResp::wireTag());
+      to.openResponse(requestId_, protocol::CallResp::kSchema.tag);
       to.open(protocol::BE_SEQ);
       to.close();
       to.open(protocol::BE_SEQ);
@@ -34,11 +34,13 @@ class MetricAnswer final : public Answer {
       writeObject(to, next_++);
     }
     if (next_ < behindLast_) {
+      to.flush();
       return false;
     }
     nesting_.end(to);
     to.close();
     to.closeResponse();
+    to.flush();
     return true;
   }
 
@@ -58,7 +60,7 @@ class MetricAnswer final : public Answer {
 
   void writeText(ItemWriter& to, const std::string& name, std::string_view text) {
     tql::encode(scratch_, name, tql::kString | tql::kReadOnly, std::string(text));
-    to.item(scratch_);
+    scratch_.write(to);
   }
 
   std::int32_t requestId_;

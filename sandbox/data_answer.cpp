@@ -26,7 +26,7 @@ DataAnswer::DataAnswer(std::int32_t requestId, const Series& series,
 bool DataAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
   ItemWriter to(io, legacy);
   if (!opened_) {
-    to.openResponse(requestId_, protocol::GetDataResp::wireTag());
+    to.openResponse(requestId_, protocol::GetDataResp::kSchema.tag);
     to.number(static_cast<std::uint32_t>(series_.dataType()));
     to.open(protocol::BE_SEQ);
     opened_ = true;
@@ -36,13 +36,15 @@ bool DataAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
     if (entry == nullptr) {
       to.close();
       to.closeResponse();
+      to.flush();
       return true;
     }
-    to.open(protocol::DataInterval::wireTag());
-    to.item(*entry);
+    to.open(protocol::DataInterval::kSchema.tag);
+    entry->write(to);
     to.close();
     ++activity_.rowsSent;
   }
+  to.flush();
   return false;
 }
 

@@ -29,8 +29,9 @@ class Collector final : public protocol::BasicIo {
 // What differs between two answers to the same question: the number of the request.
 void writeHead(protocol::BasicIo& io, bool legacy, std::int32_t requestId) {
   ItemWriter to(io, legacy);
-  to.open(protocol::Response::wireTag());
+  to.open(protocol::Response::kSchema.tag);
   to.number(static_cast<std::uint32_t>(requestId));
+  to.flush();
 }
 
 class KnownAnswer final : public Answer {

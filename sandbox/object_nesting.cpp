@@ -7,7 +7,7 @@ namespace morvex::sandbox {
 void ObjectNesting::begin(ItemWriter& to, std::uint32_t depth, const std::string& className,
                           std::uint32_t number, const std::string& id, const std::string& version) {
   closeDownTo(to, depth);
-  to.open(protocol::Object::wireTag());
+  to.open(protocol::Object::kSchema.tag);
   to.text(className);
   to.number(number);
   to.text(id);

@@ -18,7 +18,7 @@ SelectAnswer::SelectAnswer(std::int32_t requestId, const Tree& tree, Pattern pat
 bool SelectAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
   ItemWriter to(io, legacy);
   if (next_ == 0) {
-    to.openResponse(requestId_, protocol::SelectResp::wireTag());
+    to.openResponse(requestId_, protocol::SelectResp::kSchema.tag);
     to.open(protocol::BE_SEQ);
   }
   const std::size_t end = std::min(next_ + kObjectsPerPortion, matches_.size());
@@ -26,11 +26,13 @@ bool SelectAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
     writeObject(to, matches_[next_]);
   }
   if (next_ < matches_.size()) {
+    to.flush();
     return false;
   }
   nesting_.end(to);
   to.close();
   to.closeResponse();
+  to.flush();
   return true;
 }
 
@@ -41,7 +43,7 @@ void SelectAnswer::writeObject(ItemWriter& to, const Match& match) {
   const std::vector<std::string_view>& wanted = pattern_.wanted(match.steps, all);
   for (const std::string_view name : all ? tree_.propertyNames(match.object) : wanted) {
     if (const protocol::Property* property = tree_.property(match.object, name, scratch_)) {
-      to.item(*property);
+      property->write(to);
     }
   }
   nesting_.endProperties(to);

@@ -5,6 +5,7 @@
 #include "cli/options.h"
 #include "cli/progress.h"
 #include "cli/usage.h"
+#include "protocol/messages/object_tree.h"
 
 namespace morvex {
 
@@ -26,7 +27,7 @@ void showProgress(StandardStream data) {
   if (openErrorTerminal() && !(usesStandardStream() ? isTerminal(data) : isTerminal(g_fileName))) {
     g_progress.start(showOnErrorTerminal, std::chrono::steady_clock::now());
     g_traffic.show = showTraffic;
-    g_progress.enter(Way::received, "objects");
+    g_progress.enter(Way::received, "objects", &protocol::Object::kSchema);
   }
 }
 

@@ -49,7 +49,7 @@ std::unique_ptr<LineReader> openInput(const char* programName) {
 void putData(const tqlquery::Result& object, std::int32_t dataType, dataquery::Intervals rows) {
   const auto request =
       comquery::make<dataquery::PutData>(object.id, dataTableName(object), dataType, std::move(rows));
-  g_progress.enter(Way::sent, "rows");
+  g_progress.enter(Way::sent, "rows", &protocol::DataInterval::kSchema);
   g_connection->post(*request);
   if (const std::uint32_t code = g_connection->await(*request); code != 0) {
     throw error::EFatal(errorText(code));

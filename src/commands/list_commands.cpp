@@ -67,7 +67,7 @@ void runListQuery(const char* programName, const ListOptions& options, const Fou
                   std::string expression, std::vector<std::string> classesPrinted) {
   const std::string& baseId = base.object->id;
   auto query = comquery::make<tqlquery::Select>(baseId, std::move(expression), 0U);
-  g_progress.enter(Way::received, "objects");
+  g_progress.enter(Way::received, "objects", &protocol::Object::kSchema);
   g_connection->post(*query);
   g_connection->await(*query);  // a refusal leaves nothing to list
   const tqlquery::Result* result = query->find_result_opt(baseId);

@@ -146,7 +146,7 @@ comquery::Held<dataquery::GetData> getData(const tqlquery::Result& object, std::
                                            std::int64_t endTime) {
   auto request = comquery::make<dataquery::GetData>(object.id, dataTableName(object), requestTime(startTime),
                                                     requestTime(endTime), 0, 0, true);
-  g_progress.enter(Way::received, "rows");
+  g_progress.enter(Way::received, "rows", &protocol::DataInterval::kSchema);
   g_connection->post(*request);
   g_connection->await(*request);  // a refusal leaves no entries
   return request;

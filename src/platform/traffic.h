@@ -27,6 +27,7 @@ struct Traffic {
     bytes[static_cast<std::size_t>(way)] += size;
     tell(Occasion::passed);
   }
+  void countRow(const void* kind) { rows += kind == rowKind ? 1 : 0; }
   void tell(Occasion occasion) const {
     if (show != nullptr) {
       show(occasion);

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "protocol/ber_value.h"
+#include "protocol/record.h"
 
 namespace morvex::protocol {
 
@@ -12,13 +12,13 @@ class BerProtocol {
  public:
   virtual ~BerProtocol() = default;
   // Throws EBer for a tag that no message has.
-  virtual std::unique_ptr<BerValue> makeMessage(std::uint32_t tag, bool legacy) const = 0;
+  virtual std::unique_ptr<Record> makeMessage(std::uint32_t tag, bool legacy) const = 0;
 };
 
 // The messages of this protocol. A tag word means the same class in both tag sets.
 class guiProtocol final : public BerProtocol {
  public:
-  std::unique_ptr<BerValue> makeMessage(std::uint32_t tag, bool legacy) const override;
+  std::unique_ptr<Record> makeMessage(std::uint32_t tag, bool legacy) const override;
 
   // Without state: one instance serves every reader.
   static const guiProtocol& instance();

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <string>
 #include <type_traits>
 #include <typeinfo>
 #include <variant>
@@ -31,10 +32,10 @@ class Nullable {
     return value_;
   }
 
-  // For the view that fills it.
-  T* fill() {
+  // Sets it, to a value that the caller fills in.
+  T& fill() {
     set_ = true;
-    return &value_;
+    return value_;
   }
 
   friend bool operator==(const Nullable&, const Nullable&) = default;
@@ -63,13 +64,6 @@ struct SetOf : std::vector<T> {
   static constexpr Tag kTag = BE_SET;
   static constexpr Bounds kBounds = kElementBounds;
 };
-// Lists whose elements are what users know as rows say so by kRows, and then g_traffic.rows counts these on
-// their way.
-template <class L>
-inline constexpr bool kHoldsRows = requires {
-  L::kRows;
-};
-
 // A list that may grow long: its records stay where they are when it grows. A shorter one is better off with
 // ListOf, which takes no memory while it is empty.
 template <class T>
@@ -84,18 +78,11 @@ concept ListClass = requires {
   { T::kTag } -> std::convertible_to<Tag>;
 };
 
-// How an alternative of a union is told and made. Records bring their own tag.
-template <class T>
-struct Alternative {
-  static std::uint32_t tag(bool legacy) { return T::kSchema.tag.word(legacy); }
-  static std::unique_ptr<BerValue> make() { return std::make_unique<T>(); }
-};
-
 // A member that holds one of several classes.
 template <class... Alternatives>
-class OneOf : public Owned<BerValue> {
+class OneOf : public Owned<Record> {
  public:
-  using Owned<BerValue>::Owned;
+  using Owned<Record>::Owned;
 
   template <class T>
   requires(std::same_as<T, Alternatives> || ...) T* as() {
@@ -105,18 +92,9 @@ class OneOf : public Owned<BerValue> {
   requires(std::same_as<T, Alternatives> || ...) const T* as() const {
     return const_cast<OneOf*>(this)->template as<T>();
   }
-
-  // The alternative with this tag; null if there is none.
-  static std::unique_ptr<BerValue> make(std::uint32_t tag, bool legacy) {
-    std::unique_ptr<BerValue> made;
-    (void)((Alternative<Alternatives>::tag(legacy) == tag &&
-            (made = Alternative<Alternatives>::make()) != nullptr) ||
-           ...);
-    return made;
-  }
 };
 
-// The same for records that come by the million: it holds its value itself, unless that is far larger than
+// The same for records that come by the million: it holds its record itself, unless that is far larger than
 // the others.
 template <class... Alternatives>
 class OneOfInPlace {
@@ -141,18 +119,10 @@ class OneOfInPlace {
     }
   }
 
-  // By a new value of the alternative with this tag; null if there is none, and nothing is replaced.
-  BerValue* emplace(std::uint32_t tag, bool legacy) {
-    BerValue* made = nullptr;
-    (void)((Alternative<Alternatives>::tag(legacy) == tag && (made = &emplace<Alternatives>()) != nullptr) ||
-           ...);
-    return made;
-  }
-
-  BerValue* get() {
+  Record* get() {
     return std::visit([](auto& held) { return address(held); }, value_);
   }
-  const BerValue* get() const { return const_cast<OneOfInPlace*>(this)->get(); }
+  const Record* get() const { return const_cast<OneOfInPlace*>(this)->get(); }
   explicit operator bool() const { return value_.index() != 0; }
 
  private:
@@ -162,14 +132,23 @@ class OneOfInPlace {
   template <class T>
   using Stored = std::conditional_t<kFits<T>, T, Owned<T>>;
 
-  static BerValue* address(std::monostate) { return nullptr; }
-  static BerValue* address(BerValue& held) { return &held; }
+  static Record* address(std::monostate) { return nullptr; }
+  static Record* address(Record& held) { return &held; }
   template <class T>
-  static BerValue* address(Owned<T>& held) {
+  static Record* address(Owned<T>& held) {
     return held.get();
   }
 
   std::variant<std::monostate, Stored<Alternatives>...> value_;
 };
+
+// The value of a NULL.
+struct Null {
+  friend bool operator==(Null, Null) { return true; }
+  friend bool operator<(Null, Null) { return false; }
+};
+
+// A value of one of four primitive types, told apart by its tag. None until set.
+using PlainValue = std::variant<std::monostate, std::int32_t, std::string, Null, double>;
 
 }  // namespace morvex::protocol

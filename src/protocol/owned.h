@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "foundation/class_name.h"
-#include "protocol/ber_value.h"
+#include "protocol/record.h"
 
 namespace morvex::protocol {
 
@@ -45,13 +45,13 @@ class Owned {
   }
 
   // The bare pointer, for code that walks values without knowing their class.
-  BerValue*& slot() { return value_; }
-  const BerValue* base() const { return value_; }
+  Record*& slot() { return value_; }
+  const Record* base() const { return value_; }
 
  private:
-  static BerValue* copyOf(const BerValue& value) { return checked_cast<T*>(value.clone().release()); }
+  static Record* copyOf(const Record& value) { return checked_cast<T*>(value.clone().release()); }
 
-  BerValue* value_ = nullptr;
+  Record* value_ = nullptr;
 };
 
 }  // namespace morvex::protocol

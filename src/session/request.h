@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "protocol/ber_value.h"
+#include "protocol/record.h"
 
 namespace morvex {
 

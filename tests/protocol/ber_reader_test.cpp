@@ -40,11 +40,15 @@ Chunks cut(const Bytes& bytes, std::size_t place = 0) {
 
 TEST(BerReader, AcceptsEveryFormWhereverItIsCut) {
   const struct {
-    const char *form, *input, *messages;
+    std::string form, input, messages;
   } rows[] = {
       {"padding between", "00 19" ACK "00 00 00 19" ACK "00", ACK ACK},
       {"padding within", "61 80 19 02 02 02 03 19 19 A0 80 19 00 00 19 00 00", OFFER},
       {"padding counts", "61 07 19 02 02 02 03 A0 00" ACK, OFFER ACK},
+      {"padding to the end of a definite", "61 07 02 02 02 03 A0 00 19", OFFER},
+      {"a child beyond the end of a definite", "61 03 02 02 02 03 19 A0 80 00 00 00 00", OFFER},
+      {"zeros ahead of a long tag", "7F" + deep("80", 70000) + "01 80 02 02 02 03 A0 80 00 00 00 00" ACK,
+       OFFER ACK},
       {"definite and empty", "62 00 62 81 00", ACK ACK},
       {"definite behind a primitive", "63 04 04 02 68 69 62 00", "63 80 04 02 68 69 00 00" ACK},
       {"definite behind a definite", "61 06 02 02 02 03 A0 00 62 00", OFFER ACK},
@@ -74,7 +78,8 @@ TEST(BerReader, AcceptsEveryFormWhereverItIsCut) {
   };
   for (const auto& row : rows) {
     const Bytes input = bytesOf(row.input);
-    for (std::size_t place = 0; place < input.size(); ++place) {
+    const std::size_t step = input.size() > 1000 ? 9973 : 1;
+    for (std::size_t place = 0; place < input.size(); place += step) {
       EXPECT_EQ(allHex(Reading(cut(input, place))), plainHex(row.messages))
           << row.form << ", cut at " << place;
       Reading abandoned;
@@ -131,10 +136,6 @@ TEST(BerReader, DeliversFinishedMessagesBeforeAFailureOfTheStream) {
   EXPECT_NE(reading.reader.nextMessage(), nullptr);
   EXPECT_EQ(reading.script.calls, "rrr");
   EXPECT_EQ(textOf<error::ESystemError>([&] { reading.reader.read(); }), "the peer has hung up");
-}
-
-TEST(BerReader, DropsAPrimitiveOutsideOfAMessage) {
-  EXPECT_TRUE(Reading(cut(bytesOf("09 04 00 '1.5'")), Only<BerReal>()).messages().empty());
 }
 
 struct WrongCatalogue final : BerProtocol {

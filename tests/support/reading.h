@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "protocol/ber_error.h"
 #include "protocol/ber_reader.h"
-#include "protocol/messages/plain_value.h"
 #include "support/scripted_io.h"
 
 namespace morvex {
@@ -43,7 +43,10 @@ struct Reading {
 template <class... Classes>
 struct Only final : protocol::BerProtocol {
   std::unique_ptr<protocol::BerValue> makeMessage(std::uint32_t tag, bool legacy) const override {
-    return protocol::OneOf<Classes...>::make(tag, legacy);
+    std::unique_ptr<protocol::Record> made;
+    const bool known =
+        ((Classes::kSchema.tag.word(legacy) == tag && (made = std::make_unique<Classes>())) || ...);
+    return known ? std::move(made) : throw protocol::EBer("Unknown tag");
   }
 };
 

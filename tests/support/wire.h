@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "protocol/basic_io.h"
-#include "protocol/ber_value.h"
+#include "protocol/record.h"
 #include "support/text_of.h"
 
 namespace morvex {

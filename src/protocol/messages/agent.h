@@ -3,10 +3,9 @@
 #include <cstdint>
 #include <string>
 
+#include "protocol/field.h"
 #include "protocol/messages/lists.h"
-#include "protocol/messages/plain_value.h"
 #include "protocol/messages/time_series.h"
-#include "protocol/schema.h"
 
 // What agents, the programs that run checks, say to their server, and how it configures them. This program
 // takes no part in it: it knows these messages so that any of them can be read.

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
+#include "protocol/field.h"
 #include "protocol/messages/object_tree.h"
 #include "protocol/messages/time_series.h"
-#include "protocol/schema.h"
 
 // The two envelopes in which all object and data traffic runs. A response carries the number of its request.
 namespace morvex::protocol {

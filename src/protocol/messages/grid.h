@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string>
 
+#include "protocol/field.h"
 #include "protocol/messages/object_tree.h"
 #include "protocol/messages/time_series.h"
-#include "protocol/schema.h"
 
 // What servers of a grid send each other, and the upgrade of an agent. This program takes no part in it: it
 // knows these messages so that any of them can be read.

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "foundation/big_num.h"
-#include "protocol/schema.h"
+#include "protocol/field.h"
 
 // The messages that open and reopen a session, and the key exchange and keep-alive messages beside them.
 // Members named by kind and position (text0, flag3) are ones whose meaning only other programs know.

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "protocol/schema.h"
+#include "protocol/field.h"
 
 // The list and set classes of primitives. Those of records stand beside their records.
 namespace morvex::protocol {

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "foundation/big_num.h"
+#include "protocol/field.h"
 #include "protocol/messages/lists.h"
-#include "protocol/schema.h"
 
 // The messages that work on the server's object tree: the object, its properties, the pattern that selects
 // objects, and the requests and answers that carry them.
@@ -18,7 +18,6 @@ struct RelativeExpr;
 
 struct ListOfObject : ListOf<Owned<Object>> {
   using ListOf::ListOf;
-  static constexpr bool kRows = true;
 };
 struct ListOfPathPattern : ListOf<Owned<PathPattern>> {
   using ListOf::ListOf;

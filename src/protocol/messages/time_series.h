@@ -3,9 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "protocol/field.h"
 #include "protocol/messages/lists.h"
-#include "protocol/messages/plain_value.h"
-#include "protocol/schema.h"
 
 // The messages that read and write the time series which the server keeps for an object, and the report of
 // a check. Times are in seconds since 1970. Values are in the check's own unit. Members named by kind and
@@ -128,7 +127,6 @@ struct DataInterval final : Message<DataInterval> {
 
 struct ListOfDataInterval : LongListOf<DataInterval> {
   using LongListOf::LongListOf;
-  static constexpr bool kRows = true;
 };
 
 struct GetDataReq final : Message<GetDataReq> {

@@ -5,7 +5,7 @@
 
 #include "foundation/big_num.h"
 #include "foundation/errors.h"
-#include "protocol/ber_primitives.h"
+#include "protocol/leaf.h"
 #include "query/tql/characters.h"
 #include "query/tql/lexer.h"
 #include "query/tql/property_codec.h"
@@ -96,7 +96,7 @@ void encodeUnsigned(Property& property, const std::string& name, const std::stri
     unexpected("Expected constant got: ", token, " parsing uint or tsdb idx.");
   }
   if (suffix == 'B') {
-    encode(property, name, kBigNum, bigNumOf(token, digits, protocol::BerBigNum::kMaxLength));
+    encode(property, name, kBigNum, bigNumOf(token, digits, protocol::kLongestBigNum));
     return;
   }
   // The field is narrower than the check: of a number between the two, the low half travels.

@@ -1,4 +1,4 @@
-#include "protocol/schema.h"
+#include "protocol/record.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ std::string records(const std::string& list) { return "30 80 A0 80 30 80" + list
 
 }  // namespace
 
-TEST(Schema, ComparesFieldByField) {
+TEST(Record, ComparesFieldByField) {
   const std::string low = "30 08 02 01 01 02 01 01 09 00";
   const std::string high = "30 15 02 01 02 02 01 02 09 01 40 09 01 40 09 01 40 02 01 02 02 01 02";
   const std::string mixed = "30 08 02 01 02 02 01 01 09 00";
@@ -59,7 +59,7 @@ TEST(Schema, ComparesFieldByField) {
   EXPECT_FALSE(empty == *full || *full == empty || empty < *full || *full < empty);
 }
 
-TEST(Schema, CopiesDeeply) {
+TEST(Record, CopiesDeeply) {
   SelectReq original;
   PathPattern& pattern = original.pattern.emplace();
   pattern.colonChildren.resize(2);
@@ -75,16 +75,7 @@ TEST(Schema, CopiesDeeply) {
   EXPECT_FALSE(copy.pattern->colonChildren[1]);
 }
 
-TEST(Schema, ListsAreWrappedOnlyWhileTheyTravel) {
-  UnsignedIntListProp record;
-  FieldSlot slot;
-  const std::unique_ptr<BerValue> list(record.makeField(0, BE_SEQ.current, false, slot));
-  EXPECT_FALSE(*list > BerConstructedSkipper(129));
-  EXPECT_EQ(textOf<EBer>([&] { (void)list->clone(); }),
-            "Copy constructor of ListOfInteger0x0to0xffffffff invoked");
-}
-
-TEST(Schema, DepthCostsNoStack) {
+TEST(Record, DepthCostsNoStack) {
   auto low = sample("A0 80 30 80" + deep("30 80 04 00 02 00 04 00 04 00 30 00 30 80") +
                     deep("00 00 31 00 00 00") + "00 00 00 00");
   // One level more, and every field greater.
