@@ -34,7 +34,7 @@ struct Cursor {
 // Takes a primitive that is short and lies whole at the cursor, as nearly all do, into the member that make()
 // gives. False for any other: nothing is taken.
 template <Primitive T, class Make>
-inline bool takeShort(const Bounds& bounds, Cursor& in, Make make) {
+[[gnu::always_inline]] inline bool takeShort(const Bounds& bounds, Cursor& in, Make make) {
   constexpr std::size_t kHeader = 2;
   if (in.room() < kHeader || in.at[0] != identifierOctet(Leaf<T>::kTag.word(in.legacy)) || in.at[1] >= 0x80) {
     return false;

@@ -102,7 +102,7 @@ struct Wire : SelfContained<T> {
   static Step take(const Field& row, Record& owner, Decoder& decoder) {
     return decoder.take<T>(row.bounds, [&]() -> T& { return of(row.in(owner)); });
   }
-  static bool takeWhole(void* member, const Bounds& bounds, Cursor& in) {
+  [[gnu::always_inline]] static bool takeWhole(void* member, const Bounds& bounds, Cursor& in) {
     return takeShort<T>(bounds, in, [&]() -> T& { return of(member); });
   }
   static void put(const void* member, const Bounds& bounds, Writer& writer) {

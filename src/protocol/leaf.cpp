@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <string_view>
 #include <typeinfo>
 
 #include "foundation/assertion.h"
@@ -22,13 +23,9 @@ enum class RealForm : std::uint8_t {
   notANumber = 0x60,
 };
 
-double realFromText(const char* begin, const char* end) {
-  double value = 0;
-  if (readDecimal(begin, end, value)) {
-    return value;
-  }
+double realFromText(std::string_view text) {
   try {
-    return stringToReal({begin, end});
+    return stringToReal(text);
   } catch (const error::EParseError&) {
     throw EBer("Parse error in real number");
   }
@@ -71,7 +68,7 @@ double realFrom(Content content) {
   const char* text = reinterpret_cast<const char*>(content.data());
   switch (static_cast<RealForm>(content.front())) {
     case RealForm::text:
-      return realFromText(text + 1, text + content.size());
+      return realFromText({text + 1, text + content.size()});
     case RealForm::plusInfinity:
       return std::numeric_limits<double>::infinity();
     case RealForm::minusInfinity:

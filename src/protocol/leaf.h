@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "foundation/big_num.h"
+#include "foundation/number_text.h"
 #include "protocol/members.h"
 #include "protocol/schema.h"
 #include "protocol/writer.h"
@@ -89,7 +90,12 @@ template <>
 struct Leaf<double> {
   static constexpr Tag kTag = BE_REAL;
   static constexpr std::size_t longest(const Bounds&) { return kLongestReal; }
-  static void decode(Content content, const Bounds&, double& value) { value = realFrom(content); }
+  static void decode(Content content, const Bounds&, double& value) {
+    const char* text = reinterpret_cast<const char*>(content.data());
+    if (content.empty() || content.front() != 0 || !readDecimal(text + 1, text + content.size(), value)) {
+      value = realFrom(content);
+    }
+  }
   static void put(double value, const Bounds&, Writer& writer) { putReal(writer, value); }
 };
 

@@ -69,18 +69,7 @@ void Writer::flush() {
   }
 }
 
-void Writer::reserve(std::size_t count) {
-  if (static_cast<std::size_t>(block_.data() + block_.size() - end_) < count) {
-    flush();
-  }
-}
-
-void Writer::putTag(const Tag& tag) {
-  const std::uint32_t word = tag.word(legacy_);
-  if (const std::uint8_t octet = identifierOctet(word)) {
-    *end_++ = octet;
-    return;
-  }
+void Writer::putLongTag(std::uint32_t word) {
   const std::uint32_t number = word >> 3U;
   int shift = (std::bit_width(number) - 1) / 7 * 7;
   const std::uint32_t top = number >> shift;

@@ -42,8 +42,21 @@ class Writer {
   static constexpr std::size_t kHeader = 6 + 5;       // the longest tag and length
   static constexpr std::size_t kLongestCopied = 512;  // longer content goes to the stream from where it lies
 
-  void reserve(std::size_t count);
-  void putTag(const Tag& tag);
+  void reserve(std::size_t count) {
+    if (static_cast<std::size_t>(block_.data() + block_.size() - end_) < count) {
+      flush();
+    }
+  }
+  void putTag(const Tag& tag) {
+    const std::uint32_t word = tag.word(legacy_);
+    const std::uint8_t octet = identifierOctet(word);
+    if (octet != 0) {
+      *end_++ = octet;
+    } else {
+      putLongTag(word);
+    }
+  }
+  void putLongTag(std::uint32_t word);
   void putLength(std::size_t length);
   void putBytes(std::uint64_t bits, int count);
   void integer(const Tag& tag, std::uint64_t bits, int count);
