@@ -1,7 +1,6 @@
 #include "commands/list_metrics.h"
 
 #include <cstddef>
-#include <list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,7 +9,6 @@
 #include "commands/commands.h"
 #include "foundation/errors.h"
 #include "query/call.h"
-#include "session/connection.h"
 
 namespace morvex {
 
@@ -134,13 +132,10 @@ void printMetricGroup(Output& output, Result& root) {
   MetricPrinter(output).print(root);
 }
 
-void listMetrics(int, char**, int) {
+void listMetrics(Arguments&) {
   login();
-  auto call = comquery::make<tqlquery::Call>(tqlquery::kMetricTree, std::list<protocol::Property>(),
-                                             std::vector<const Result*>());
-  g_connection->post(*call);
-  g_connection->await(*call);  // a refusal leaves no objects
-  if (call->resultObjects.size() != 1) {
+  auto call = ask<tqlquery::Call>(tqlquery::kMetricTree);
+  if (call->resultObjects.size() != 1) {  // none after a refusal
     printError("Error getting Morvex server metrics\n");
     return;
   }
