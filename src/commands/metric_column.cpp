@@ -59,7 +59,7 @@ Timing takeTiming(const TimedCall& answer) {
   return {{n, sum, sumSquares}, min, max};
 }
 
-// As a stream prints it in fixed notation with one decimal, or printf's %.1f.
+// As printf gives for %.1f.
 std::string fixedText(double value) {
   std::array<char, std::numeric_limits<double>::max_exponent10 + 8> digits;
   return {digits.data(), std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 1).ptr};
@@ -79,7 +79,7 @@ std::string statisticsText(const TimingTotals& totals, const Timing& current) {
   return text;
 }
 
-// Of the seconds the low 32 bits count.
+// Only the low 32 bits of the seconds count.
 double secondsBetween(const SystemTime& from, const SystemTime& to) {
   const std::int32_t microseconds = to.microseconds - from.microseconds;
   const auto seconds = static_cast<std::int32_t>(to.seconds - from.seconds);

@@ -25,7 +25,7 @@ struct Monitor {
   comquery::Held<TimedCall> poll{nullptr};  // under way
 };
 
-// False for a text that is no option, and so the name of a metric.
+// False for any other text: the name of a metric.
 bool takeOption(MetricOptions& options, std::string_view argument) {
   if (argument == "-a" || argument == "-d") {
     options.differences = argument == "-d";
@@ -56,7 +56,7 @@ MetricColumn findColumn(const MetricOptions& options, const std::string& name,
   return makeColumn(options, *call->resultObjects.front());
 }
 
-// Options and names stand mixed; an option is for the names behind it.
+// Options and names stand mixed. An option applies to the names behind it.
 std::vector<Monitor> takeMonitors(Arguments& arguments) {
   std::vector<Monitor> monitors;
   MetricOptions options;

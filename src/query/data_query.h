@@ -14,8 +14,8 @@ namespace morvex::dataquery {
 
 using Intervals = protocol::ListOfDataInterval;
 
-// Reads a span of time: the entries from start to end, in seconds since 1970. number1, from 0 to 2000,
-// number2 and flag go to the server as they are; this project's commands give 0, 0 and true.
+// Reads the entries from start to end, in seconds since 1970. number1, from 0 to 2000, number2 and flag go to
+// the server as they are; the commands of the tool give 0, 0 and true.
 class GetData : public comquery::Exchange<protocol::GetDataReq, protocol::GetDataResp> {
  public:
   GetData(std::string objectId, std::string tableName, std::int32_t start, std::int32_t end,
