@@ -109,11 +109,9 @@ TimeText::TimeText(std::string format, const TimeZone& zone) : format_(std::move
 }
 
 char* TimeText::put(char* to, std::int32_t time) {
-  if (!filled_ || time != time_) {
-    filled_ = false;  // should the conversion fail
+  if (time != time_) {
     length_ = format(time);
     time_ = time;
-    filled_ = true;
   }
   constexpr std::size_t kMost = 32;
   std::memcpy(to, text_.data(), kMost);  // of fixed length, which takes no call

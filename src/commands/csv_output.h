@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -36,9 +37,7 @@ class TimeText {
   std::string format_;
   Form form_ = Form::custom;
   Calendar calendar_;
-  // The last time and its text, if there is one.
-  bool filled_ = false;
-  std::int32_t time_ = 0;
+  std::optional<std::int32_t> time_;  // the last one, and its text
   std::size_t length_ = 0;
   std::array<char, kRoom> text_{};
 };

@@ -58,6 +58,15 @@ TEST(CsvInput, TimesAreSecondsOrFixedPositions) {
   EXPECT_THROW(parse("2003-03-25 00:25"), std::out_of_range);
 }
 
+TEST(CsvOutput, ATimeThatFailedIsNotTheLastOne) {
+  TimeText times(std::string(kDefaultTimeFormat), kGreenwich);
+  char room[TimeText::kRoom];
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(textOf<error::ESystemError>([&] { times.put(room, -1); }),
+              "Couldn't get localtime for time 18446744073709551615");
+  }
+}
+
 // A few characters are taken out of the line, put in or replaced.
 std::string spoilt(std::string line, Random& random) {
   constexpr std::string_view kCharacters = "0123456789.,,-+eE: x\"\r";
