@@ -1,6 +1,6 @@
 // Names of any characters in object paths and in TQL.
 
-#include "commands/object_path.h"
+#include "query/object_path.h"
 #include "query/tql/lexer.h"
 #include "query/tql/parser.h"
 #include "require.h"

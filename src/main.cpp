@@ -1,64 +1,52 @@
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 
-#include "cli/options.h"
+#include "cli/global_options.h"
 #include "cli/usage.h"
 #include "commands/commands.h"
 #include "foundation/errors.h"
 #include "foundation/text.h"
 #include "platform/output.h"
 #include "platform/process.h"
-#include "platform/time_zone.h"
 
 using namespace morvex;
 
 namespace {
 
-using CommandFunction = void (*)(int count, char** vector, int index, const TimeZone& zone);
-
-// A command that converts no times.
-template <void (*command)(int, char**, int)>
-void withoutZone(int count, char** vector, int index, const TimeZone&) {
-  command(count, vector, index);
-}
-
 struct Command {
   std::string_view word;
-  CommandFunction run;
+  void (*run)(Arguments& arguments);
 };
 
 constexpr Command kCommands[] = {
     {"select", selectData},
     {"insert", insertData},
-    {"listdomains", withoutZone<listDomains>},
-    {"listnodes", withoutZone<listNodes>},
-    {"listchecks", withoutZone<listChecks>},
-    {"update", withoutZone<updateObject>},
-    {"listproperties", withoutZone<listProperties>},
-    {"listmetrics", withoutZone<listMetrics>},
-    {"lm", withoutZone<listMetrics>},
-    {"monitormetrics", withoutZone<monitorMetrics>},
-    {"mm", withoutZone<monitorMetrics>},
+    {"listdomains", listDomains},
+    {"listnodes", listNodes},
+    {"listchecks", listChecks},
+    {"update", updateObject},
+    {"listproperties", listProperties},
+    {"listmetrics", listMetrics},
+    {"lm", listMetrics},
+    {"monitormetrics", monitorMetrics},
+    {"mm", monitorMetrics},
 };
 
-void dispatch(int count, char** vector, int wordIndex, const TimeZone& zone) {
-  const std::string word = toLower(vector[wordIndex]);
-  for (const Command& command : kCommands) {
-    if (command.word == word) {
-      command.run(count, vector, wordIndex + 1, zone);
-      return;
-    }
-  }
-  usageError(std::string("Unrecognized command `") + vector[wordIndex] + "'", vector[0]);
-}
-
-void run(int count, char** vector) {
-  if (count < 2) {
-    printUsage(vector[0]);
+void run(int argc, char** argv) {
+  if (argc < 2) {
+    printUsage();
     return;
   }
-  const TimeZone zone(TimeZone::localMarker);  // records TZ as it is at the start
-  dispatch(count, vector, parseGlobalOptions(count, vector), zone);
+  Arguments arguments(argc, argv);
+  parseGlobalOptions(arguments);
+  const std::string word = arguments.take();
+  const Command* command = std::ranges::find(kCommands, toLower(word), &Command::word);
+  if (command == std::end(kCommands)) {
+    usageError("Unrecognized command `" + word + "'");
+  }
+  command->run(arguments);
 }
 
 void report(const error::Exception& failure) noexcept {
@@ -69,8 +57,8 @@ void report(const error::Exception& failure) noexcept {
   }
 }
 
-// Brings out what standard output still holds. False if that failed, which is said unless nobody reads there
-// any more.
+// Writes what standard output still holds. False if that failed, which is reported unless the reader went
+// away.
 bool finishOutput() noexcept {
   try {
     standardOutput().flush();
@@ -86,11 +74,11 @@ bool finishOutput() noexcept {
 
 }  // namespace
 
-int main(int count, char** vector) {
+int main(int argc, char** argv) {
   prepareProcess();
   try {
-    vector = programArguments(count, vector);
-    run(count, vector);
+    argv = programArguments(argc, argv);
+    run(argc, argv);
     return finishOutput() ? EXIT_SUCCESS : EXIT_FAILURE;
   } catch (const OutputAbandoned&) {
     return EXIT_FAILURE;

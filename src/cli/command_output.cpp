@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "cli/options.h"
+#include "cli/global_options.h"
 #include "cli/progress.h"
 #include "cli/usage.h"
 #include "protocol/messages/object_tree.h"
@@ -31,13 +31,13 @@ void showProgress(StandardStream data) {
   }
 }
 
-CommandOutput::CommandOutput(const char* programName) {
+CommandOutput::CommandOutput() {
   if (usesStandardStream()) {
     return;
   }
   file_ = OutputFile::create(g_fileName);
   if (file_ == nullptr) {
-    usageError("Cannot open file \"" + g_fileName + "\"", programName);
+    usageError("Cannot open file \"" + g_fileName + "\"");
   }
 }
 

@@ -7,23 +7,22 @@
 
 namespace morvex {
 
-// Whether there is no file of -f, so that the data go through a standard stream.
+// Whether -f names no file, so that the data go through a standard stream.
 bool usesStandardStream();
 
-// To be called behind the log-in by commands that may take long: from then on g_progress shows how far they
-// are, if standard error is a terminal and the data don't come from or go to one, be it by -f or by this
-// stream.
+// Called after the log-in by commands that may take long. From then on g_progress shows how far they are, if
+// standard error is a terminal and the data, in the file of -f or in this stream, do not go through one.
 void showProgress(StandardStream data);
 
 // Where a command prints: the file of -f, or standard output.
 class CommandOutput {
  public:
   // Opens the file of -f, if there is one. A file that cannot be opened is a usage error.
-  explicit CommandOutput(const char* programName);
+  CommandOutput();
 
   Output& stream() { return file_ != nullptr ? *file_ : standardOutput(); }
 
-  // To be called when all is printed: a failure to write it or to close the file is thrown as Output does.
+  // Called when all is printed. Throws as Output does if it cannot be written, or the file not be closed.
   void finish();
 
  private:

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "cli/options.h"
+#include "cli/global_options.h"
 #include "foundation/errors.h"
 #include "foundation/wipe.h"
 #include "platform/console.h"
@@ -18,7 +18,7 @@ namespace {
 
 constexpr const char* kClientName = "Morvex Tool";
 
-// The run may last for days, and needs the secrets only to get in.
+// The run may last for days, and needs the secrets only for the log-in.
 struct SecretsWiped {
   ~SecretsWiped() {
     wipe(g_password);

@@ -42,7 +42,7 @@ char* putNumber(char* to, std::uint64_t number) {
   return to;
 }
 
-// Cut to one decimal, in the largest unit of which there is one.
+// Cut to one decimal, in the largest unit that gives at least 1.0.
 char* putBytes(char* to, std::uint64_t bytes) {
   const Unit* unit = std::begin(kUnits);
   while (unit != std::end(kUnits) - 1 && bytes < unit->size) {
@@ -116,7 +116,7 @@ void ProgressLine::show(std::string_view text, std::size_t width) noexcept {
       break;
     case TerminalOutcome::heldBack:
       break;
-    case TerminalOutcome::lost:  // a failure of what only decorates is no failure of the run
+    case TerminalOutcome::lost:  // no failure of the run
       show_ = nullptr;
       width_ = 0;
       g_traffic.behind = false;

@@ -10,11 +10,10 @@
 
 namespace morvex {
 
-// One line on the terminal, by which long work shows that it goes on: "Received 12.3 MB, 345,678 rows". It
-// first appears a second after the start and is drawn at most ten times a second, both when there is news:
-// there is neither a timer nor a thread. It reads what g_traffic counts, and whoever owns it calls update
-// when g_traffic tells that something has passed. It takes no memory and has no faults: what cannot be shown
-// is missed.
+// One line on the terminal that shows the progress of long work: "Received 12.3 MB, 345,678 rows". It first
+// appears a second after the start and is drawn at most ten times a second, always from update: there is
+// neither a timer nor a thread. It shows the counts of g_traffic, whose show function calls update. It takes
+// no memory and never throws; a text that cannot be shown is skipped.
 class ProgressLine {
  public:
   using Time = std::chrono::steady_clock::time_point;
@@ -25,17 +24,17 @@ class ProgressLine {
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
 
-  // Until then nothing is shown.
+  // Nothing is shown before this call.
   void start(Show how, Time now);
 
-  // The next phase: shows its bytes and rows from zero. The name of the rows is short, and outlives the line.
-  // rowKind is that of g_traffic.
+  // Begins a phase, whose bytes and rows count from zero. rowName is short and outlives the line. rowKind is
+  // the table of the records that count as rows while they are sent or received, as in g_traffic.
   void enter(Way way, std::string_view rowName, const void* rowKind = nullptr);
 
-  // Notes in g_traffic whether the line is behind what has passed, and draws it if it is time to.
+  // Draws the line if it is due, and notes in g_traffic whether it is behind the counts.
   void update(Time now);
 
-  // Takes the line off the terminal, to which something else is about to be written.
+  // Clears the line before something else is written to the terminal.
   void wipe() noexcept;
 
  private:

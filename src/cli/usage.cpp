@@ -189,7 +189,7 @@ When viewing this help-text on a small screen, use:
 
 }  // namespace
 
-void usageError(std::string_view message, const char*) {
+void usageError(std::string_view message) {
   std::string text = "Error: ";
   text += message;
   text += "\n\nFor usage information, use:\n  morvex-tool -h\n\n";
@@ -197,7 +197,7 @@ void usageError(std::string_view message, const char*) {
   std::exit(EXIT_FAILURE);
 }
 
-void printUsage(const char*) {
+void printUsage() {
   Output& output = standardOutput();
   output.write(kHelp);
   output.endLine();

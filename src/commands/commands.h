@@ -1,21 +1,21 @@
 #pragma once
 
-#include "platform/time_zone.h"
+#include "cli/arguments.h"
 
 namespace morvex {
 
-// The command functions. Each gets the argument vector and the index of the first argument behind the command
-// word, and does all the rest: its options, the log-in, the request, the printing.
-// They throw error::Exception and end the run themselves for a bad command line.
-void listDomains(int count, char** vector, int index);
-void listNodes(int count, char** vector, int index);
-void listChecks(int count, char** vector, int index);
-void selectData(int count, char** vector, int index, const TimeZone& zone);
-void insertData(int count, char** vector, int index, const TimeZone& zone);
-void updateObject(int count, char** vector, int index);
-void listProperties(int count, char** vector, int index);
-void listMetrics(int count, char** vector, int index);
+// The command functions. Each gets the arguments behind the command word and does the whole rest: its
+// options, the log-in, the request, the printing. They throw error::Exception and end the run themselves for
+// a bad command line.
+void listDomains(Arguments& arguments);
+void listNodes(Arguments& arguments);
+void listChecks(Arguments& arguments);
+void selectData(Arguments& arguments);
+void insertData(Arguments& arguments);
+void updateObject(Arguments& arguments);
+void listProperties(Arguments& arguments);
+void listMetrics(Arguments& arguments);
 // Does not return.
-void monitorMetrics(int count, char** vector, int index);
+void monitorMetrics(Arguments& arguments);
 
 }  // namespace morvex

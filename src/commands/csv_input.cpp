@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "commands/csv_kinds.h"
 #include "foundation/errors.h"
 #include "foundation/number_text.h"
 #include "foundation/text.h"
@@ -14,26 +15,8 @@ namespace morvex {
 
 namespace {
 
-using protocol::DataIntervalContinuous;
 using protocol::DataIntervalEnum;
 using protocol::DataIntervalIncident;
-using protocol::DataIntervalSawtooth;
-
-struct Kind {
-  std::string_view name;
-  std::size_t fields;
-};
-
-template <class Record>
-constexpr Kind kKind{};
-template <>
-constexpr Kind kKind<DataIntervalIncident>{"incidents", 3};
-template <>
-constexpr Kind kKind<DataIntervalSawtooth>{"sawtooth", 7};
-template <>
-constexpr Kind kKind<DataIntervalEnum>{"enum", 5};
-template <>
-constexpr Kind kKind<DataIntervalContinuous>{"continuous", 7};
 
 using Fields = std::array<std::string_view, 7>;
 
@@ -42,7 +25,7 @@ class Times {
  public:
   explicit Times(const TimeZone& zone) : calendar_(zone) {}
 
-  std::int32_t of(std::string_view text) {  // which is never empty: empty fields are none
+  std::int32_t of(std::string_view text) {  // never empty: empty fields do not count
     if (text != text_) {
       time_ = parseCsvTime(text, calendar_);
       text_ = text;
@@ -56,7 +39,7 @@ class Times {
   std::int32_t time_ = 0;
 };
 
-// The columns of any line, cut apart. Nothing in them stops these functions: they return true, or throw.
+// The columns of any line, cut apart. These functions return true, or throw.
 class SplitColumns {
  public:
   SplitColumns(const Fields& fields, Times& times) : next_(fields.begin()), times_(times) {}
@@ -72,10 +55,10 @@ class SplitColumns {
   Times& times_;
 };
 
-// The columns of a line such as select writes it, in one pass and without faults. False if it is another.
-class PlainColumns {
+// The columns of a line in the form that select writes, read in one pass. False for any other form.
+class WrittenColumns {
  public:
-  explicit PlainColumns(std::string_view line) : at_(line.data()), end_(at_ + line.size()) {}
+  explicit WrittenColumns(std::string_view line) : at_(line.data()), end_(at_ + line.size()) {}
 
   bool takeTime(std::int32_t& to) {
     std::string_view text;
@@ -100,7 +83,7 @@ class PlainColumns {
     return taken;
   }
 
-  // To be called last, as conversions of times have faults, which come after those of the line.
+  // Called last: a wrong time is reported only if the rest of the line is right.
   bool finish(Times& times) {
     if (at_ != end_) {
       return false;
@@ -117,7 +100,7 @@ class PlainColumns {
     std::int32_t* to;
   };
 
-  // Past the comma behind a column.
+  // Steps past the comma behind a column.
   bool goOn(const char* stop) {
     if (stop == nullptr || (stop != end_ && *stop != ',')) {
       return false;
@@ -167,18 +150,18 @@ bool fill(Span& span, Columns& columns) {
   return filled;
 }
 
-[[noreturn]] void throwFieldCount(std::uint64_t lineNumber, const Kind& kind) {
+[[noreturn]] void throwFieldCount(std::uint64_t lineNumber, const CsvKind& kind) {
   throw error::EFatal("In line " + uint64ToString(lineNumber) + ": number of fields not " +
-                      uint64ToString(kind.fields) + " as it should be for " + std::string(kind.name));
+                      uint64ToString(kind.columns()) + " as it should be for " + std::string(kind.name));
 }
 
 template <class Record>
 void readLine(Record& row, std::string_view line, std::uint64_t number, Times& times) {
-  PlainColumns plain(line);
-  if (!fill(row, plain) || !plain.finish(times)) {
+  WrittenColumns written(line);
+  if (!fill(row, written) || !written.finish(times)) {
     Fields fields;
-    if (splitFields(fields, line, ',') != kKind<Record>.fields) {
-      throwFieldCount(number, kKind<Record>);
+    if (splitFields(fields, line, ',') != kCsvKind<Record>.columns()) {
+      throwFieldCount(number, kCsvKind<Record>);
     }
     SplitColumns columns(fields, times);
     fill(row, columns);
@@ -210,17 +193,17 @@ class Digits {
   std::int32_t pair(std::size_t at) {
     const auto tens = static_cast<unsigned char>(text_[at] - '0');
     const auto ones = static_cast<unsigned char>(text_[at + 1] - '0');
-    plain_ &= tens <= 9 && ones <= 9;
+    allDigits_ &= tens <= 9 && ones <= 9;
     return tens * 10 + ones;
   }
-  bool plain() const { return plain_; }  // that is, all were digits
+  bool allDigits() const { return allDigits_; }
 
  private:
   std::string_view text_;
-  bool plain_ = true;
+  bool allDigits_ = true;
 };
 
-// A time that is not in plain seconds.
+// A time as YYYY-MM-DD hh:mm:ss.
 std::int64_t parseStandardTime(std::string_view text, Calendar& calendar) {
   constexpr std::size_t kLength = 19;
   if (text.size() >= kLength) {
@@ -231,7 +214,7 @@ std::int64_t parseStandardTime(std::string_view text, Calendar& calendar) {
                                              digits.pair(11),
                                              digits.pair(14),
                                              digits.pair(17)};
-    if (digits.plain()) {
+    if (digits.allDigits()) {
       return calendarTime(fields, calendar);
     }
   }
@@ -248,7 +231,7 @@ std::int32_t parseCsvTime(std::string_view text, Calendar& calendar) {
     return static_cast<std::int32_t>(stringToUint(text));
   }
   const std::int64_t time = parseStandardTime(text, calendar);
-  if (!std::in_range<std::int32_t>(time)) {  // cut to 32 bits it would be stored as some other time
+  if (!std::in_range<std::int32_t>(time)) {  // its low 32 bits would be stored as another time
     throw error::EParseError("Error parsing: " + quotedString(text));
   }
   return static_cast<std::int32_t>(time);
@@ -256,19 +239,9 @@ std::int32_t parseCsvTime(std::string_view text, Calendar& calendar) {
 
 dataquery::Intervals readCsvLines(LineReader& input, const protocol::DataInterval& pattern,
                                   const TimeZone& zone) {
-  if (pattern.data.as<DataIntervalIncident>() != nullptr) {
-    return readLines<DataIntervalIncident>(input, zone);
-  }
-  if (pattern.data.as<DataIntervalSawtooth>() != nullptr) {
-    return readLines<DataIntervalSawtooth>(input, zone);
-  }
-  if (pattern.data.as<DataIntervalEnum>() != nullptr) {
-    return readLines<DataIntervalEnum>(input, zone);
-  }
-  if (pattern.data.as<DataIntervalContinuous>() != nullptr) {
-    return readLines<DataIntervalContinuous>(input, zone);
-  }
-  return {};
+  dataquery::Intervals rows;
+  visitCsvKind(pattern, [&]<class Record>(const Record&) { rows = readLines<Record>(input, zone); });
+  return rows;
 }
 
 }  // namespace morvex

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <utility>
 
+#include "commands/csv_kinds.h"
 #include "foundation/number_text.h"
 #include "platform/clock.h"
 
@@ -24,7 +25,7 @@ void putPair(char* to, int value) {
   to[1] = static_cast<char>('0' + value % 10);
 }
 
-// What strftime gives for kDefaultTimeFormat. 32-bit times lie in years of four digits.
+// As strftime by kDefaultTimeFormat. The years of 32-bit times have four digits.
 char* putStandard(char* to, const std::tm& fields) {
   constexpr std::string_view kSample = "YYYY-mm-dd HH:MM:SS";
   kSample.copy(to, kSample.size());
@@ -42,6 +43,14 @@ char* putStandard(char* to, const std::tm& fields) {
 // ---- The columns of each kind, put into room that is large enough ----
 
 constexpr std::size_t kRowRoom = 2 * TimeText::kRoom + 5 * kNumberRoom + 16;
+
+template <class Record>
+std::size_t roomFor(const Record& record) {
+  if constexpr (requires { record.text; }) {
+    return kRowRoom + record.text.size();
+  }
+  return kRowRoom;
+}
 
 char* putText(char* to, std::string_view text) { return std::copy(text.begin(), text.end(), to); }
 
@@ -61,8 +70,6 @@ char* putColumn(char* to, std::uint32_t value) {
   return putUint(to + 1, value);
 }
 
-std::size_t roomFor(const DataIntervalIncident& incident) { return kRowRoom + incident.text.size(); }
-
 char* putColumns(char* to, TimeText& times, const DataIntervalIncident& incident) {
   to = times.put(to, incident.time);
   *to = ',';
@@ -73,8 +80,6 @@ char* putColumns(char* to, TimeText& times, const DataIntervalIncident& incident
   return to + 1;
 }
 
-std::size_t roomFor(const DataIntervalEnum&) { return kRowRoom; }
-
 char* putColumns(char* to, TimeText& times, const DataIntervalEnum& span) {
   to = putSpan(to, times, span.begin, span.end);
   to = putColumn(to, span.mask);
@@ -84,11 +89,6 @@ char* putColumns(char* to, TimeText& times, const DataIntervalEnum& span) {
 
 // Sawtooth and continuous.
 template <class Span>
-std::size_t roomFor(const Span&) {
-  return kRowRoom;
-}
-
-template <class Span>
 char* putColumns(char* to, TimeText& times, const Span& span) {
   to = putSpan(to, times, span.begin, span.end);
   to = putColumn(to, span.min);
@@ -96,28 +96,6 @@ char* putColumns(char* to, TimeText& times, const Span& span) {
   to = putColumn(to, span.max);
   to = putColumn(to, span.ngood);
   return putColumn(to, span.nbad);
-}
-
-// Calls the function with the entry's record. False for a kind without a CSV form.
-template <class Function>
-bool visit(const DataInterval& interval, Function function) {
-  const auto attempt = [&function](const auto* record) {
-    if (record == nullptr) {
-      return false;
-    }
-    function(*record);
-    return true;
-  };
-  const auto& data = interval.data;
-  return attempt(data.as<DataIntervalIncident>()) || attempt(data.as<DataIntervalSawtooth>()) ||
-         attempt(data.as<DataIntervalEnum>()) || attempt(data.as<DataIntervalContinuous>());
-}
-
-constexpr std::string_view headerOf(const DataIntervalIncident&) { return "Time,Severity,Text"; }
-constexpr std::string_view headerOf(const DataIntervalEnum&) { return "Begin,End,Mask,ngood,nbad"; }
-template <class Span>
-constexpr std::string_view headerOf(const Span&) {
-  return "Begin,End,Min,Avg,Max,ngood,nbad";
 }
 
 }  // namespace
@@ -131,11 +109,9 @@ TimeText::TimeText(std::string format, const TimeZone& zone) : format_(std::move
 }
 
 char* TimeText::put(char* to, std::int32_t time) {
-  if (!filled_ || time != time_) {
-    filled_ = false;  // should the conversion fail
+  if (time != time_) {
     length_ = format(time);
     time_ = time;
-    filled_ = true;
   }
   constexpr std::size_t kMost = 32;
   std::memcpy(to, text_.data(), kMost);  // of fixed length, which takes no call
@@ -154,23 +130,23 @@ std::size_t TimeText::format(std::int32_t time) {
   if (form_ == Form::standard) {
     return static_cast<std::size_t>(putStandard(text, fields) - text);
   }
-  // 0 also stands for an empty text; what the buffer holds then is undefined.
+  // 0 also stands for an empty text; the buffer is then undefined.
   return platform_format_time(text, text_.size(), format_.c_str(), fields);
 }
 
 void printCsvHeader(Output& output, const DataInterval& interval) {
-  visit(interval, [&output](const auto& record) {
-    output.write(headerOf(record));
+  visitCsvKind(interval, [&output]<class Record>(const Record&) {
+    output.write(kCsvKind<Record>.header);
     output.endLine();
   });
 }
 
 void printCsvRow(Output& output, TimeText& times, const DataInterval& interval) {
-  const bool printed = visit(interval, [&](const auto& record) {
+  const bool printed = visitCsvKind(interval, [&](const auto& record) {
     output.endLine(putColumns(output.room(roomFor(record)), times, record));
   });
   if (!printed) {
-    output.flush();  // the rows before it come first, and a failure to write them is heard of
+    output.flush();  // the rows before it come first, and a failure to write them is reported
     printError("Data of unknown type\n");
   }
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -16,12 +17,12 @@ namespace morvex {
 
 inline constexpr std::string_view kDefaultTimeFormat = "%Y-%m-%d %H:%M:%S";
 
-// Formats times; keeps what neighbouring rows share: a row usually begins where the one before it ended.
+// Formats times. Remembers the last one, as a row usually begins where the one before it ended.
 class TimeText {
  public:
   static constexpr std::size_t kRoom = 256;
 
-  // format is strftime's; "%s" alone gives plain seconds. A text of kRoom bytes or more comes out empty.
+  // format is strftime's; "%s" alone gives seconds since 1970. A text of kRoom bytes or more comes out empty.
   TimeText(std::string format, const TimeZone& zone);
 
   // Puts the text of a time into kRoom bytes and returns its end. Throws as breakDownTime does, for any time
@@ -36,9 +37,7 @@ class TimeText {
   std::string format_;
   Form form_ = Form::custom;
   Calendar calendar_;
-  // What was asked for last, once there is something.
-  bool filled_ = false;
-  std::int32_t time_ = 0;
+  std::optional<std::int32_t> time_;  // the last one, and its text
   std::size_t length_ = 0;
   std::array<char, kRoom> text_{};
 };

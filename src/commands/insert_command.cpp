@@ -3,13 +3,13 @@
 #include <utility>
 
 #include "cli/command_output.h"
+#include "cli/global_options.h"
 #include "cli/login.h"
-#include "cli/options.h"
 #include "cli/progress.h"
 #include "cli/usage.h"
 #include "commands/commands.h"
 #include "commands/csv_input.h"
-#include "commands/select_command.h"
+#include "commands/stored_data.h"
 #include "foundation/errors.h"
 #include "platform/clock.h"
 #include "platform/input.h"
@@ -18,45 +18,43 @@ namespace morvex {
 
 namespace {
 
-// There is one option, -i, and only as the first argument; any other text there is a path.
-ObjectName takeObject(Arguments arguments) {
+// -i is the only option, and only as the first argument; any other text there is a path.
+ObjectName takeObject(Arguments& arguments) {
   ObjectName object;
   arguments.takePath(object);
   if (object.text == "-i") {
     if (arguments.atEnd()) {
-      arguments.refuse("Missing parameter to option -i");
+      usageError("Missing parameter to option -i");
     }
     object = {.text = arguments.take(), .byId = true};
   }
   if (!arguments.atEnd()) {
-    arguments.refuse("No arguments allowed after path specification.");
+    usageError("No arguments allowed after path specification.");
   }
   return object;
 }
 
-std::unique_ptr<LineReader> openInput(const char* programName) {
+std::unique_ptr<LineReader> openInput() {
   if (usesStandardStream()) {
     return LineReader::standardInput();
   }
   auto file = LineReader::open(g_fileName);
   if (file == nullptr) {
-    usageError("Cannot create file \"" + g_fileName + "\"", programName);
+    usageError("Cannot create file \"" + g_fileName + "\"");
   }
   return file;
 }
 
 // All rows go in one request, so the server takes either the whole file or none of it.
 void putData(const tqlquery::Result& object, std::int32_t dataType, dataquery::Intervals rows) {
-  const auto request =
-      comquery::make<dataquery::PutData>(object.id, dataTableName(object), dataType, std::move(rows));
   g_progress.enter(Way::sent, "rows", &protocol::DataInterval::kSchema);
-  g_connection->post(*request);
-  if (const std::uint32_t code = g_connection->await(*request); code != 0) {
+  const auto request = ask<dataquery::PutData>(object.id, dataTableName(object), dataType, std::move(rows));
+  if (const std::uint32_t code = request->errorCode(); code != 0) {
     throw error::EFatal(errorText(code));
   }
 }
 
-// What the object holds already decides how the lines are read.
+// The data that the object already holds decide how the lines are read.
 void readCsvData(LineReader& input, const tqlquery::Result& object, const TimeZone& zone) {
   const auto stored = getData(object, 0, currentSeconds());
   g_progress.enter(Way::read, "rows");
@@ -75,12 +73,13 @@ void readCsvData(LineReader& input, const tqlquery::Result& object, const TimeZo
 
 }  // namespace
 
-void insertData(int count, char** vector, int index, const TimeZone& zone) {
-  const ObjectName object = takeObject(Arguments(count, vector, index));
+void insertData(Arguments& arguments) {
+  const TimeZone zone(TimeZone::localMarker);
+  const ObjectName object = takeObject(arguments);
   login();
   showProgress(StandardStream::input);
   const FoundObject found = findObjectWithData(object);
-  const auto input = openInput(vector[0]);
+  const auto input = openInput();
   readCsvData(*input, *found.object, zone);
 }
 

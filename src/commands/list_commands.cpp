@@ -1,24 +1,35 @@
-#include "commands/list_commands.h"
-
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "cli/command_output.h"
 #include "cli/login.h"
-#include "cli/options.h"
 #include "cli/progress.h"
+#include "cli/usage.h"
 #include "commands/commands.h"
+#include "commands/find_object.h"
 #include "foundation/assertion.h"
 #include "platform/traffic.h"
 
+// The listings of domains, nodes and checks: a line for each object of the wanted classes, with a column for
+// each letter of the -o option, separated by tabs.
+//   N  the label          d  the domain part of the path
+//   i  the id             n  the node's name
+//   p  the whole path     c  the check part of the path, with its leading caret
 namespace morvex {
 
 namespace {
 
-// Checks that are switched off, and whatever is below them, are left out.
-constexpr std::string_view kCheckTail =
-    "Node[siblingName] > CheckGroup*[siblingName]> Check$[siblingName,longLabel] { active = true } > "
-    "CheckAccumulation[siblingName,longLabel]";
+struct Listing {
+  std::string columns;                   // that are allowed
+  std::vector<std::string> baseClasses;  // whose objects can be listed
+  std::vector<std::string> wantedClasses;
+  // The expression from a domain, around the star of -r, and from a node.
+  std::string head, tail, fromNode;
+};
 
 struct ListOptions {
   std::string columns = "Nip";
@@ -26,17 +37,16 @@ struct ListOptions {
   ObjectName object;
 };
 
-void checkColumns(const Arguments& arguments, const std::string& columns, const std::string& allowed) {
+void checkColumns(const std::string& columns, const std::string& allowed) {
   const std::size_t fault = columns.find_first_not_of(allowed);
   if (fault != std::string::npos) {
-    arguments.refuse(std::string("Unrecognized output option: '") + columns[fault] +
-                     "'. Allowed values are '" + allowed + "'");
+    usageError(std::string("Unrecognized output option: '") + columns[fault] + "'. Allowed values are '" +
+               allowed + "'");
   }
 }
 
-ListOptions parseListOptions(int count, char** vector, int index, const std::string& allowed) {
+ListOptions takeListOptions(Arguments& arguments, const std::string& allowedColumns) {
   ListOptions options;
-  Arguments arguments(count, vector, index);
   while (arguments.nextOption()) {
     switch (arguments.letter()) {
       case 'i':
@@ -44,7 +54,7 @@ ListOptions parseListOptions(int count, char** vector, int index, const std::str
         break;
       case 'o':
         options.columns = arguments.takeValue();
-        checkColumns(arguments, options.columns, allowed);
+        checkColumns(options.columns, allowedColumns);
         break;
       case 'r':
         options.recursive = true;
@@ -57,69 +67,46 @@ ListOptions parseListOptions(int count, char** vector, int index, const std::str
   return options;
 }
 
-FoundObject findListed(const ListOptions& options, const std::vector<std::string>& acceptedClasses) {
-  return findObject(options.object.text, options.object.byId, acceptedClasses, "");
-}
+// Prints one answer.
+class TreePrinter {
+ public:
+  // trail leads to the object whose children are printed.
+  TreePrinter(Output& output, const ListOptions& options, const Listing& listing, ObjectTrail trail)
+      : output_(output), options_(options), listing_(listing), trail_(std::move(trail)) {}
 
-const char* star(const ListOptions& options) { return options.recursive ? "*" : ""; }
+  // Prints what is below the object, each object before those below it. Depth costs memory, not stack.
+  // Throws as getStringProperty and Output do; the lines before that stand.
+  void printTree(const tqlquery::Result& object);
 
-void runListQuery(const char* programName, const ListOptions& options, const FoundObject& base,
-                  std::string expression, std::vector<std::string> classesPrinted) {
-  const std::string& baseId = base.object->id;
-  auto query = comquery::make<tqlquery::Select>(baseId, std::move(expression), 0U);
-  g_progress.enter(Way::received, "objects", &protocol::Object::kSchema);
-  g_connection->post(*query);
-  g_connection->await(*query);  // a refusal leaves nothing to list
-  const tqlquery::Result* result = query->find_result_opt(baseId);
-  CommandOutput output(programName);
-  if (result != nullptr) {
-    TreePrinter(output.stream(), options.columns, std::move(classesPrinted), base.chain).printTree(*result);
-  }
-  output.finish();
-  query.keep();
-}
+ private:
+  using Children = protocol::ListOfObject;
 
-// The root domain, which no trail names, is a lone dot.
-std::string_view domainText(std::string_view joined) { return joined.empty() ? "." : joined.substr(1); }
+  // An object whose children are being printed: the next of them, and the trail to the object's parent.
+  struct Level {
+    Children::const_iterator next;
+    Children::const_iterator end;
+    ObjectTrail::Mark parent;
+  };
 
-}  // namespace
+  void enter(const tqlquery::Result& object);
+  void printLine(const tqlquery::Result& object);
+  void appendColumn(char column, const tqlquery::Result& object);
 
-NameTrail::NameTrail(char delimiter, const std::list<std::string>& names) : delimiter_(delimiter) {
-  for (const std::string& name : names) {
-    push(name);
-  }
-}
-
-void NameTrail::push(std::string_view name) {
-  const std::size_t begin = joined_.size();
-  joined_ += delimiter_;
-  appendEscaped(joined_, name, delimiter_);
-  appendEscaped(inPath_, std::string_view(joined_).substr(begin), ',');
-}
-
-void NameTrail::cutBack(const Mark& mark) {
-  joined_.resize(mark.joined);
-  inPath_.resize(mark.inPath);
-}
-
-TreePrinter::TreePrinter(Output& output, std::string columns, std::vector<std::string> classesPrinted,
-                         const ObjectChain& chain)
-    : output_(output),
-      columns_(std::move(columns)),
-      classesPrinted_(std::move(classesPrinted)),
-      domains_('.', chain.domains),
-      nodes_{chain.node},
-      checks_('^', chain.checks) {}
+  Output& output_;
+  const ListOptions& options_;
+  const Listing& listing_;
+  ObjectTrail trail_;
+  std::vector<Level> levels_;
+  std::string line_;
+};
 
 void TreePrinter::printTree(const tqlquery::Result& object) {
   g_progress.enter(Way::written, "rows");
-  levels_.push_back(levelOf(object));
+  levels_.push_back({object.children.begin(), object.children.end(), trail_.mark()});
   while (!levels_.empty()) {
     Level& level = levels_.back();
     if (level.next == level.end) {
-      domains_.cutBack(level.domains);
-      nodes_.resize(level.nodes);
-      checks_.cutBack(level.checks);
+      trail_.cutBack(level.parent);
       levels_.pop_back();
     } else {
       enter(**level.next++);  // level dangles behind this
@@ -127,37 +114,22 @@ void TreePrinter::printTree(const tqlquery::Result& object) {
   }
 }
 
-TreePrinter::Level TreePrinter::levelOf(const tqlquery::Result& object) const {
-  return {object.children.begin(), object.children.end(), domains_.mark(), nodes_.size(), checks_.mark()};
-}
-
 void TreePrinter::enter(const tqlquery::Result& object) {
-  levels_.push_back(levelOf(object));
-  switch (pathPartOf(object.className)) {
-    case PathPart::domain:
-      domains_.push(siblingName(object));
-      break;
-    case PathPart::node:
-      nodes_.push_back(siblingName(object));
-      break;
-    case PathPart::check:
-      checks_.push(siblingName(object));
-      break;
-    case PathPart::none:
-      break;
-  }
-  if (std::find(classesPrinted_.begin(), classesPrinted_.end(), object.className) != classesPrinted_.end()) {
+  levels_.push_back({object.children.begin(), object.children.end(), trail_.mark()});
+  trail_.add(object);
+  const auto& wanted = listing_.wantedClasses;
+  if (std::ranges::find(wanted, object.className) != wanted.end()) {
     printLine(object);
   }
 }
 
 void TreePrinter::printLine(const tqlquery::Result& object) {
   line_.clear();  // built whole before it goes out: a missing label leaves no partial line
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    if (i != 0) {
+  for (const char& column : options_.columns) {
+    if (&column != &options_.columns.front()) {
       line_ += '\t';
     }
-    appendColumn(columns_[i], object);
+    appendColumn(column, object);
   }
   ++g_traffic.rows;
   output_.write(line_);
@@ -173,64 +145,72 @@ void TreePrinter::appendColumn(char column, const tqlquery::Result& object) {
       line_ += object.id;
       break;
     case 'p':
-      appendPath(pathPartOf(object.className));
+      trail_.appendPath(line_, object);
       break;
     case 'd':
-      line_ += domainText(domains_.joined());
+      line_ += trail_.domains();
       break;
     case 'n':
-      line_ += nodes_.back();
+      line_ += trail_.node();
       break;
     case 'c':
-      line_ += checks_.joined();
+      line_ += trail_.checks();
       break;
     default:
       assertionFailed("Unknown column");
   }
 }
 
-void TreePrinter::appendPath(PathPart part) {
-  line_ += domainText(domains_.inPath());
-  if (part != PathPart::domain) {
-    line_ += ',';
-    appendEscaped(line_, nodes_.back(), ',');
-  }
-  if (part == PathPart::check) {
-    line_ += ',';
-    line_ += checks_.inPath().substr(1);
-  }
-}
-
-void listDomains(int count, char** vector, int index) {
-  const ListOptions options = parseListOptions(count, vector, index, "Nipd");
+void list(Arguments& arguments, const Listing& listing) {
+  const ListOptions options = takeListOptions(arguments, listing.columns);
   login();
   showProgress(StandardStream::output);
-  const FoundObject base = findListed(options, {"Domain"});
-  const std::string expression = std::string(". > Domain") + star(options) + "[siblingName, longLabel]";
-  runListQuery(vector[0], options, base, expression, {"Domain"});
-}
-
-void listNodes(int count, char** vector, int index) {
-  const ListOptions options = parseListOptions(count, vector, index, "Nipdn");
-  login();
-  showProgress(StandardStream::output);
-  const FoundObject base = findListed(options, {"Domain"});
-  const std::string expression =
-      std::string("Domain") + star(options) + "[siblingName] > Node[siblingName, longLabel]";
-  runListQuery(vector[0], options, base, expression, {"Node"});
-}
-
-void listChecks(int count, char** vector, int index) {
-  const ListOptions options = parseListOptions(count, vector, index, "Nipdnc");
-  login();
-  showProgress(StandardStream::output);
-  const FoundObject base = findListed(options, {"Domain", "Node"});
-  std::string expression;
-  if (base.object->className == "Domain") {
-    expression = std::string("Domain") + star(options) + "[siblingName] > ";
+  FoundObject base = findObject(options.object, listing.baseClasses);
+  const std::string star = options.recursive ? "*" : "";
+  g_progress.enter(Way::received, "objects", &protocol::Object::kSchema);
+  auto query = ask<tqlquery::Select>(base.object->id, base.object->className == "Node"
+                                                          ? listing.fromNode
+                                                          : listing.head + star + listing.tail);
+  const tqlquery::Result* result = query->find_result_opt(base.object->id);
+  CommandOutput output;
+  if (result != nullptr) {  // a refusal leaves nothing to list
+    TreePrinter(output.stream(), options, listing, std::move(base.trail)).printTree(*result);
   }
-  expression += kCheckTail;
-  runListQuery(vector[0], options, base, expression, {"Check", "CheckAccumulation"});
+  output.finish();
+  query.keep();
+}
+
+}  // namespace
+
+void listDomains(Arguments& arguments) {
+  list(arguments, {.columns = "Nipd",
+                   .baseClasses = {"Domain"},
+                   .wantedClasses = {"Domain"},
+                   .head = ". > Domain",
+                   .tail = "[siblingName, longLabel]",
+                   .fromNode = {}});
+}
+
+void listNodes(Arguments& arguments) {
+  list(arguments, {.columns = "Nipdn",
+                   .baseClasses = {"Domain"},
+                   .wantedClasses = {"Node"},
+                   .head = "Domain",
+                   .tail = "[siblingName] > Node[siblingName, longLabel]",
+                   .fromNode = {}});
+}
+
+void listChecks(Arguments& arguments) {
+  // Checks that are switched off, and whatever is below them, are left out.
+  const std::string checks =
+      "Node[siblingName] > CheckGroup*[siblingName]> Check$[siblingName,longLabel] { active = true } > "
+      "CheckAccumulation[siblingName,longLabel]";
+  list(arguments, {.columns = "Nipdnc",
+                   .baseClasses = {"Domain", "Node"},
+                   .wantedClasses = {"Check", "CheckAccumulation"},
+                   .head = "Domain",
+                   .tail = "[siblingName] > " + checks,
+                   .fromNode = checks});
 }
 
 }  // namespace morvex

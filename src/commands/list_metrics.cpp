@@ -1,16 +1,13 @@
-#include "commands/list_metrics.h"
-
 #include <cstddef>
-#include <list>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli/login.h"
 #include "commands/commands.h"
 #include "foundation/errors.h"
+#include "platform/output.h"
 #include "query/call.h"
-#include "session/connection.h"
 
 namespace morvex {
 
@@ -18,27 +15,42 @@ namespace {
 
 using tqlquery::Result;
 
-// Walks the tree of metrics with a stack of its own.
+// The last line of a table; empty if it has no instances.
+std::string closingOf(const Result& table) {
+  std::string text;
+  for (const protocol::Owned<Result>& child : table.children) {
+    if (child->className == "Instance") {
+      text += text.empty() ? "Where * in {" : ",";
+      text += tqlquery::getStringProperty(*child, "name");
+    }
+  }
+  return text.empty() ? text : text + '}';
+}
+
+// Prints a line for each metric below the root, sorted by name inside each group: its dotted path, class,
+// unit and description. A star in the path stands for the instances of a table; a line behind the table names
+// them.
 class MetricPrinter {
  public:
   explicit MetricPrinter(Output& output) : output_(output) {}
 
+  // Sorts the tree. Depth costs memory, not stack. Throws as getStringProperty, sortChildren and Output do;
+  // the lines before that stand.
   void print(Result& root);
 
  private:
   using Children = protocol::ListOfObject;
 
-  // A group or table under way: which of its children comes next, and what to go back to behind the last.
+  // A group or table whose children are being printed.
   struct Level {
     Children::iterator next;
     Children::iterator end;
-    std::size_t outerPrefix;   // the length of the prefix outside
-    std::string closing = {};  // the last line of a table
+    std::size_t outerPrefix;  // the length of the prefix outside
+    std::string closing;      // of a table
   };
 
   void printChild(Result& child);
-  void enterGroup(Result& group, std::size_t outerPrefix);
-  void enterTable(Result& table, std::size_t outerPrefix);
+  void enter(Result& branch, std::size_t outerPrefix);
   std::size_t extendPrefix(const Result& object);
   void leave(const Level& level);
   void printMetric(const Result& metric);
@@ -50,7 +62,7 @@ class MetricPrinter {
 };
 
 void MetricPrinter::print(Result& root) {
-  enterGroup(root, 0);
+  enter(root, 0);
   while (!levels_.empty()) {
     Level& level = levels_.back();
     if (level.next == level.end) {
@@ -62,39 +74,28 @@ void MetricPrinter::print(Result& root) {
   }
 }
 
-// Instances are only named, by the line that closes their table.
+// The instances of a table have no lines of their own.
 void MetricPrinter::printChild(Result& child) {
   const bool inTable = !levels_.back().closing.empty();
-  if (child.className == "Group") {
-    enterGroup(child, extendPrefix(child));
-  } else if (child.className == "Table") {
-    enterTable(child, extendPrefix(child));
+  if (child.className == "Group" || child.className == "Table") {
+    enter(child, extendPrefix(child));
   } else if (!inTable || child.className != "Instance") {
     printMetric(child);
   }
 }
 
-void MetricPrinter::enterGroup(Result& group, std::size_t outerPrefix) {
-  tqlquery::sortChildren(group, {"name", true});
-  levels_.push_back({group.children.begin(), group.children.end(), outerPrefix});
-}
-
-// A table without instances stands for no metrics.
-void MetricPrinter::enterTable(Result& table, std::size_t outerPrefix) {
-  tqlquery::sortChildren(table, {"name", true});
+void MetricPrinter::enter(Result& branch, std::size_t outerPrefix) {
+  tqlquery::sortChildren(branch, {"name", true});
   std::string closing;
-  for (const protocol::Owned<Result>& child : table.children) {
-    if (child->className == "Instance") {
-      closing += closing.empty() ? "Where * in {" : ",";
-      closing += tqlquery::getStringProperty(*child, "name");
+  if (branch.className == "Table") {
+    closing = closingOf(branch);
+    if (closing.empty()) {  // a table without instances stands for no metrics
+      prefix_.resize(outerPrefix);
+      return;
     }
+    prefix_ += "*.";
   }
-  if (closing.empty()) {
-    prefix_.resize(outerPrefix);
-    return;
-  }
-  prefix_ += "*.";
-  levels_.push_back({table.children.begin(), table.children.end(), outerPrefix, closing + '}'});
+  levels_.push_back({branch.children.begin(), branch.children.end(), outerPrefix, std::move(closing)});
 }
 
 // Returns the length that the prefix had.
@@ -125,26 +126,18 @@ void MetricPrinter::printMetric(const Result& metric) {
 
 }  // namespace
 
-void printMetricGroup(Output& output, Result& root) {
-  // The root comes from the server, so another class is an error like any other: an assertion would let a
-  // peer abort the program.
-  if (root.className != "Group") {
-    throw error::EFatal("Invalid argument");
-  }
-  MetricPrinter(output).print(root);
-}
-
-void listMetrics(int, char**, int) {
+void listMetrics(Arguments&) {
   login();
-  auto call = comquery::make<tqlquery::Call>(tqlquery::kMetricTree, std::list<protocol::Property>(),
-                                             std::vector<const Result*>());
-  g_connection->post(*call);
-  g_connection->await(*call);  // a refusal leaves no objects
-  if (call->resultObjects.size() != 1) {
+  auto call = ask<tqlquery::Call>(tqlquery::kMetricTree);
+  if (call->resultObjects.size() != 1) {  // none after a refusal
     printError("Error getting Morvex server metrics\n");
     return;
   }
-  printMetricGroup(standardOutput(), *call->resultObjects.front());
+  Result& root = *call->resultObjects.front();
+  if (root.className != "Group") {  // no assertion: a server must not be able to abort the program
+    throw error::EFatal("Invalid argument");
+  }
+  MetricPrinter(standardOutput()).print(root);
   standardOutput().flush();
   call.keep();
 }

@@ -4,10 +4,9 @@
 
 #include "cli/command_output.h"
 #include "cli/login.h"
-#include "cli/options.h"
 #include "commands/commands.h"
-#include "commands/object_path.h"
-#include "commands/property_text.h"
+#include "commands/find_object.h"
+#include "commands/property_types.h"
 #include "platform/output.h"
 
 namespace morvex {
@@ -19,7 +18,7 @@ struct PropertiesOptions {
   bool showTypes = false;
   ObjectName object;
   std::set<std::string> wanted;
-  std::string propertyList;  // what the query asks for
+  std::string propertyList;  // for the query
 };
 
 void takeNames(Arguments& arguments, PropertiesOptions& options) {
@@ -37,12 +36,11 @@ void takeNames(Arguments& arguments, PropertiesOptions& options) {
         "Notice: Both -a and specific properties specified.\n"
         "-a includes all properties.\n");
   }
-  options.propertyList = std::string("*");
+  options.propertyList = "*";
 }
 
-PropertiesOptions parsePropertiesOptions(int count, char** vector, int index) {
+PropertiesOptions takePropertiesOptions(Arguments& arguments) {
   PropertiesOptions options;
-  Arguments arguments(count, vector, index);
   while (arguments.nextOption()) {
     switch (arguments.letter()) {
       case 'a':
@@ -63,14 +61,38 @@ PropertiesOptions parsePropertiesOptions(int count, char** vector, int index) {
   return options;
 }
 
+// Prints the properties, one on a line as name=value: all of them, or those that are wanted.
+void printProperties(Output& output, const tqlquery::Result& object, const PropertiesOptions& options) {
+  const auto isWanted = [&options](const std::string& name) {
+    return options.allProperties || options.wanted.contains(name);
+  };
+  const auto print = [&](const std::string& name, const std::string& value, const std::string& type) {
+    output.write(name + "=" + value + (options.showTypes ? " (" + type + ")" : ""));
+    output.endLine();
+  };
+  const auto printOwn = [&](const char* name, const std::string& value, const char* type) {
+    if (isWanted(name)) {
+      print(name, value, type);
+    }
+  };
+  printOwn("id", object.id, "Const Id");
+  printOwn("class", object.className, "Const Class Type");
+  printOwn("version", object.version, "Version String, Read Only");
+  for (const auto& [name, property] : tqlquery::byName(object.properties)) {
+    if (isWanted(property->name)) {  // a bad value leaves no partial line
+      print(property->name, propertyText(*property), propertyTypeText(*property));
+    }
+  }
+}
+
 }  // namespace
 
-void listProperties(int count, char** vector, int index) {
-  const PropertiesOptions options = parsePropertiesOptions(count, vector, index);
+void listProperties(Arguments& arguments) {
+  const PropertiesOptions options = takePropertiesOptions(arguments);
   login();
-  const FoundObject found = findObject(options.object.text, options.object.byId, {}, options.propertyList);
-  CommandOutput output(vector[0]);
-  writeProperties(output.stream(), *found.object, options.showTypes, options.allProperties, options.wanted);
+  const FoundObject found = findObject(options.object, {}, options.propertyList);
+  CommandOutput output;
+  printProperties(output.stream(), *found.object, options);
   output.finish();
 }
 

@@ -1,5 +1,5 @@
 #include <cstdint>
-#include <memory>
+#include <list>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -7,9 +7,11 @@
 
 #include "cli/login.h"
 #include "commands/commands.h"
-#include "commands/metric_monitor.h"
+#include "commands/metric_column.h"
 #include "foundation/text.h"
 #include "platform/clock.h"
+#include "platform/output.h"
+#include "query/tql/property_codec.h"
 
 namespace morvex {
 
@@ -17,10 +19,14 @@ namespace {
 
 constexpr std::int64_t kSecondsBetweenCycles = 5;
 
-using Monitors = std::vector<std::unique_ptr<MetricMonitor>>;
+struct Monitor {
+  std::list<std::string> path;
+  MetricColumn column;
+  comquery::Held<TimedCall> poll{nullptr};  // under way
+};
 
-// False for a text that is no option, and so the name of a metric.
-bool takeOption(MonitorOptions& options, std::string_view argument) {
+// False for any other text: the name of a metric.
+bool takeOption(MetricOptions& options, std::string_view argument) {
   if (argument == "-a" || argument == "-d") {
     options.differences = argument == "-d";
   } else if (argument == "-s") {
@@ -35,17 +41,33 @@ bool takeOption(MonitorOptions& options, std::string_view argument) {
   return true;
 }
 
-// Options and names stand mixed; an option is for the names behind it.
-Monitors createMonitors(int count, char** vector, int index) {
-  Monitors monitors;
-  MonitorOptions options;
-  for (; index < count; ++index) {
-    const std::string argument = vector[index];
+protocol::ListOfProperty nameParameter(const std::list<std::string>& path) {
+  protocol::ListOfProperty parameters;
+  tql::encode(parameters.emplace_back(), "name", tql::kStringList, path);
+  return parameters;
+}
+
+MetricColumn findColumn(const MetricOptions& options, const std::string& name,
+                        const std::list<std::string>& path) {
+  const auto call = ask<tqlquery::Call>(tqlquery::kMetricDescription, nameParameter(path));
+  if (call->resultObjects.size() != 1) {  // none after a refusal
+    endRun("Could not monitor: " + name);
+  }
+  return makeColumn(options, *call->resultObjects.front());
+}
+
+// Options and names stand mixed. An option applies to the names behind it.
+std::vector<Monitor> takeMonitors(Arguments& arguments) {
+  std::vector<Monitor> monitors;
+  MetricOptions options;
+  while (!arguments.atEnd()) {
+    const std::string argument = arguments.take();
     if (takeOption(options, argument)) {
       continue;
     }
-    if (auto monitor = createMonitor(options, argument)) {
-      monitors.push_back(std::move(monitor));
+    std::list<std::string> path = splitToList(argument, '.', false);
+    if (MetricColumn column = findColumn(options, argument, path)) {
+      monitors.push_back({std::move(path), std::move(column)});
     } else {
       printError("Could not monitor: " + argument + '\n');
     }
@@ -53,16 +75,19 @@ Monitors createMonitors(int count, char** vector, int index) {
   return monitors;
 }
 
-// All polls are out before the first answer is awaited, so that a cycle waits for the network about once.
-void printCycle(Output& output, const Monitors& monitors) {
-  for (const auto& monitor : monitors) {
-    refreshMonitor(*monitor);
+// All polls are out before the first answer is awaited, so a cycle waits about once for the network.
+void printCycle(Output& output, std::vector<Monitor>& monitors) {
+  for (Monitor& monitor : monitors) {
+    monitor.poll = comquery::make<TimedCall>(tqlquery::kMetricValue, nameParameter(monitor.path));
+    g_connection->post(*monitor.poll);
   }
-  for (const auto& monitor : monitors) {
-    if (monitor != monitors.front()) {
+  for (Monitor& monitor : monitors) {
+    if (&monitor != &monitors.front()) {
       output.write("\t");
     }
-    monitor->print(output);
+    g_connection->await(*monitor.poll);  // a refusal leaves no properties
+    output.write(monitor.column(*monitor.poll));
+    monitor.poll = comquery::Held<TimedCall>(nullptr);
   }
   output.endLine();
   output.flush();
@@ -70,9 +95,9 @@ void printCycle(Output& output, const Monitors& monitors) {
 
 }  // namespace
 
-void monitorMetrics(int count, char** vector, int index) {
+void monitorMetrics(Arguments& arguments) {
   login();
-  const Monitors monitors = createMonitors(count, vector, index);
+  std::vector<Monitor> monitors = takeMonitors(arguments);
   printError("Got " + uint64ToString(monitors.size()) + " metrics\n");
   for (;;) {
     printCycle(standardOutput(), monitors);

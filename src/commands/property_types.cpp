@@ -1,15 +1,17 @@
 #include "commands/property_types.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <list>
 #include <span>
 #include <string_view>
 #include <vector>
 
-#include "commands/object_path.h"
 #include "foundation/errors.h"
 #include "foundation/text.h"
+#include "platform/output.h"
+#include "query/object_path.h"
 #include "query/tql/property_codec.h"
 
 namespace morvex {
@@ -20,6 +22,16 @@ using Strings = std::span<const std::string>;
 using Gids = std::span<const std::uint32_t>;
 using Bytes = std::vector<std::uint8_t>;
 
+// What is known about one type.
+struct PropertyType {
+  std::uint32_t base;  // a tql::BaseType, or tql::kEnumeration for all enumerations
+  const char* name;
+  std::string (*valueText)(const protocol::Property& property);
+  // Encodes the value of a text under a name and a type word.
+  void (*parse)(protocol::Property& property, const std::string& name, std::uint32_t typeWord,
+                const std::string& text);
+};
+
 // ---- Values to texts ----
 
 std::string booleanText(bool value) { return value ? "true" : "false"; }
@@ -28,7 +40,7 @@ std::string enumerationText(std::uint32_t value) { return intToString(static_cas
 std::string signedText(std::int32_t value) { return intToString(value); }
 std::string dateText(std::int64_t value) { return intToString(static_cast<std::int32_t>(value)); }
 std::string realText(double value) { return realToString(value, -1, -1); }
-std::string plainText(std::string_view value) { return std::string(value); }
+std::string sameText(std::string_view value) { return std::string(value); }
 std::string idSetText(Strings value) { return joinEscaped(value, ','); }
 std::string blobText(const Bytes& value) { return base64Encode(value); }
 
@@ -85,7 +97,7 @@ void encoded(protocol::Property& property, const std::string& name, std::uint32_
   tql::encode(property, name, typeWord, parse(text));
 }
 
-// An action has no value: it is there to be started.
+// An action has no value. An update starts it.
 std::string actionText(const protocol::Property&) { return "action"; }
 
 void parseAction(protocol::Property& property, const std::string& name, std::uint32_t,
@@ -103,8 +115,8 @@ constexpr PropertyType kTypes[] = {
     {tql::kSignedInteger, "Signed Integer", decoded<std::int32_t, signedText>, encoded<stringToInt>},
     {tql::kReal, "Floating Point Number", decoded<double, realText>, encoded<stringToReal>},
     {tql::kDate, "Date", decoded<std::int64_t, dateText>, encoded<stringToInt>},
-    {tql::kString, "String", decoded<std::string_view, quotedString>, encoded<plainText>},
-    {tql::kId, "Id", decoded<std::string_view, plainText>, encoded<plainText>},
+    {tql::kString, "String", decoded<std::string_view, quotedString>, encoded<sameText>},
+    {tql::kId, "Id", decoded<std::string_view, sameText>, encoded<sameText>},
     {tql::kIdSet, "Id Set", decoded<Strings, idSetText>, encoded<parseStrings>},
     {tql::kAction, "Action", actionText, parseAction},
     {tql::kIndex, "Index", decoded<std::uint32_t, unsignedText>, encoded<stringToUint>},
@@ -112,18 +124,72 @@ constexpr PropertyType kTypes[] = {
     {tql::kBlob, "BLOB", decoded<Bytes, blobText>, encoded<parseBlob>},
     {tql::kGid, "GID", decoded<std::uint32_t, gidToString>, encoded<stringToGid>},
     {tql::kGidList, "GID List", decoded<Gids, gidListText>, encoded<parseGids>},
-    {tql::kSnmpOid, "SNMP OID", decoded<std::string_view, plainText>, encoded<plainText>},
+    {tql::kSnmpOid, "SNMP OID", decoded<std::string_view, sameText>, encoded<sameText>},
     {tql::kEnumeration, "Enumeration", decoded<std::uint32_t, enumerationText>, encoded<stringToUint>},
 };
 
-}  // namespace
-
-const PropertyType* findPropertyType(std::uint32_t typeWord) {
+// The type of a type word; null for one without texts.
+const PropertyType* findType(std::uint32_t typeWord) {
   const std::uint32_t base =
       (typeWord & tql::kEnumeration) != 0 ? tql::kEnumeration : typeWord & tql::kBaseMask;
-  const auto* found = std::find_if(std::begin(kTypes), std::end(kTypes),
-                                   [base](const PropertyType& type) { return type.base == base; });
+  const auto* found = std::ranges::find(kTypes, base, &PropertyType::base);
   return found == std::end(kTypes) ? nullptr : found;
+}
+
+struct Flag {
+  std::uint32_t bit;
+  const char* before;
+  const char* behind;
+};
+
+// Only the first that is set is named.
+constexpr Flag kFlags[] = {
+    {tql::kConst, "Const ", ""},
+    {tql::kNullAllowed, "", ", NULL allowed"},
+    {tql::kComputed, "", ", Computed"},
+    {tql::kReadOnly, "", ", Read Only"},
+    {tql::kPrimaryKey, "", ", Primary Key"},
+};
+
+std::string typeWordText(const protocol::Property& property) {
+  return intToString(static_cast<std::int32_t>(property.typeWord));
+}
+
+}  // namespace
+
+std::string propertyText(const protocol::Property& property) {
+  if (property.data.as<protocol::NullProp>() != nullptr) {
+    return "(NULL)";
+  }
+  const PropertyType* type = findType(property.typeWord);
+  return type != nullptr ? type->valueText(property) : "(Unknown type)" + typeWordText(property);
+}
+
+std::string propertyTypeText(const protocol::Property& property) {
+  const PropertyType* type = findType(property.typeWord);
+  const std::string name = type != nullptr ? type->name : "(Unknown type: " + typeWordText(property) + ")";
+  for (const Flag& flag : kFlags) {
+    if ((property.typeWord & flag.bit) != 0) {
+      return flag.before + name + flag.behind;
+    }
+  }
+  return name;
+}
+
+bool parsePropertyValue(const protocol::Property& current, protocol::Property& changed,
+                        const std::string& text) {
+  if (text == "null" || text == "NULL") {
+    tql::encodeNull(changed, current.name, current.typeWord);
+  } else if (text == "inherited" || text == "INHERITED") {
+    tql::encodeNull(changed, current.name, current.typeWord | tql::kInherited);
+  } else if (const PropertyType* type = findType(current.typeWord); type != nullptr) {
+    type->parse(changed, current.name, current.typeWord, text);
+  } else {
+    standardOutput().write("Error unknown type" + uintToString(current.typeWord & tql::kBaseMask));
+    standardOutput().endLine();
+    return false;
+  }
+  return propertyText(changed) != propertyText(current);
 }
 
 }  // namespace morvex

@@ -1,27 +1,24 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "protocol/messages/object_tree.h"
 
 namespace morvex {
 
-// What a command knows about one type of properties.
-struct PropertyType {
-  std::uint32_t base;  // a tql::BaseType, or tql::kEnumeration for all enumerations
-  const char* name;
+// The types of properties as texts.
 
-  // The value as text. Throws errors::tql for a value that does not fit the type word.
-  std::string (*valueText)(const protocol::Property& property);
+// The value of a property, whatever its type. Throws errors::tql for a value that does not fit the type word.
+std::string propertyText(const protocol::Property& property);
 
-  // Encodes what a text means, under the name and the type word of the property's current copy. Throws
-  // error::EParseError for a text that does not convert, error::EFatal for one that an action does not take.
-  void (*parse)(protocol::Property& property, const std::string& name, std::uint32_t typeWord,
-                const std::string& text);
-};
+// The name of its type, with the first of its flags.
+std::string propertyTypeText(const protocol::Property& property);
 
-// The type that a type word names; null for one that this program has no texts for.
-const PropertyType* findPropertyType(std::uint32_t typeWord);
+// Fills changed from the text that a user gave for a property, by the type of its current copy. True if its
+// value text differs from the current one. A type without a text form is reported on standard output, and
+// changed is left alone. Throws error::EParseError for a text that does not convert, error::EFatal for an
+// Action with another text than "action", and what propertyText throws.
+bool parsePropertyValue(const protocol::Property& current, protocol::Property& changed,
+                        const std::string& text);
 
 }  // namespace morvex

@@ -1,16 +1,15 @@
 #include <cstdint>
 #include <cstdlib>
-#include <list>
 #include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "cli/login.h"
-#include "cli/options.h"
+#include "cli/usage.h"
 #include "commands/commands.h"
-#include "commands/object_path.h"
-#include "commands/property_value.h"
+#include "commands/find_object.h"
+#include "commands/property_types.h"
 #include "foundation/errors.h"
 #include "foundation/text.h"
 #include "platform/output.h"
@@ -30,9 +29,8 @@ struct UpdateOptions {
   std::string propertyList;  // their names as they were given, for the query
 };
 
-UpdateOptions parseUpdateOptions(int count, char** vector, int index) {
+UpdateOptions takeUpdateOptions(Arguments& arguments) {
   UpdateOptions options;
-  Arguments arguments(count, vector, index);
   while (arguments.nextOption()) {
     if (arguments.letter() != 'i') {
       arguments.refuseOption();
@@ -45,15 +43,14 @@ UpdateOptions parseUpdateOptions(int count, char** vector, int index) {
     const std::string argument = arguments.take();
     const std::size_t equals = argument.find('=');
     if (equals == std::string::npos) {
-      arguments.refuse("attribute=value expected, got: " + argument);
+      usageError("attribute=value expected, got: " + argument);
     }
     names.push_back(argument.substr(0, equals));
     options.attributes.insert_or_assign(names.back(), argument.substr(equals + 1));
   }
   options.propertyList = propertyListText(names);
   if (!names.empty() && options.propertyList.empty()) {
-    options.propertyList.assign(
-        1, ' ');  // a lone name that is empty: asked for too, it is refused like any empty name
+    options.propertyList = ' ';  // a lone empty name: an empty list would ask for nothing, a blank is refused
   }
   return options;
 }
@@ -63,40 +60,37 @@ void printLine(const std::string& text) {
   standardOutput().endLine();
 }
 
-// Tells the user what the server refuses. That the object has changed since it was read is no matter for the
-// user: the command tries again.
+// The server's code for an object that has changed since it was read.
+constexpr std::uint32_t kChangedMeanwhile = 3;
+
+// Prints a refusal, except kChangedMeanwhile: the command tries again then.
 class ConsoleUpdate final : public tqlquery::Update {
  public:
-  static constexpr std::uint32_t kChangedMeanwhile = 3;
-
-  ConsoleUpdate(const std::string& id, std::string version, std::list<protocol::Property> properties)
+  ConsoleUpdate(const std::string& id, std::string version, protocol::ListOfProperty properties)
       : Update(id, std::move(version), std::move(properties)), objectId_(id) {}
 
-  void onError(std::uint32_t code, const protocol::ListOfString1024& messages) override;
+  void onError(std::uint32_t code, const protocol::ListOfString1024& messages) override {
+    if (code == kChangedMeanwhile) {
+      return;
+    }
+    printLine("Error updating " + objectId_ + ":");
+    if (messages.empty()) {
+      printLine(errorText(code));
+    }
+    for (const std::string& message : messages) {
+      printLine(message);
+    }
+  }
 
  private:
   std::string objectId_;
 };
 
-void ConsoleUpdate::onError(std::uint32_t code, const protocol::ListOfString1024& messages) {
-  if (code == kChangedMeanwhile) {
-    return;
-  }
-  printLine("Error updating " + objectId_ + ":");
-  if (messages.empty()) {
-    printLine(errorText(code));
-  }
-  for (const std::string& message : messages) {
-    printLine(message);
-  }
-}
-
-// The properties to send so that an object with the current ones gets the values of the texts, in the order
-// of their names. One that the object lacks goes out as a String: the server decides about it. Throws as
-// parsePropertyValue does.
-std::list<protocol::Property> changesTo(const tqlquery::PropertyMap& current,
-                                        const std::map<std::string, std::string>& attributes) {
-  std::list<protocol::Property> changes;
+// The properties that an object lacks to have the values of the texts, in the order of their names. An
+// unknown one goes out as a String, and the server decides about it. Throws as parsePropertyValue does.
+protocol::ListOfProperty changesTo(const tqlquery::PropertyMap& current,
+                                   const std::map<std::string, std::string>& attributes) {
+  protocol::ListOfProperty changes;
   for (const auto& [name, text] : attributes) {
     protocol::Property changed;
     const auto found = current.find(name);
@@ -111,38 +105,28 @@ std::list<protocol::Property> changesTo(const tqlquery::PropertyMap& current,
   return changes;
 }
 
-// The request for what the object, as it is now, still lacks; null if that is nothing.
-comquery::Held<ConsoleUpdate> makeUpdate(const UpdateOptions& options) {
-  const FoundObject found = findObject(options.object.text, options.object.byId, {}, options.propertyList);
-  std::list<protocol::Property> changes =
-      changesTo(tqlquery::byName(found.object->properties), options.attributes);
-  if (changes.empty()) {
-    return comquery::Held<ConsoleUpdate>(nullptr);
-  }
-  return comquery::make<ConsoleUpdate>(found.object->id, found.object->version, std::move(changes));
-}
-
 }  // namespace
 
-void updateObject(int count, char** vector, int index) {
-  const UpdateOptions options = parseUpdateOptions(count, vector, index);
+void updateObject(Arguments& arguments) {
+  const UpdateOptions options = takeUpdateOptions(arguments);
   login();
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const auto update = makeUpdate(options);
-    if (update.get() == nullptr) {
+    const FoundObject found = findObject(options.object, {}, options.propertyList);
+    const tqlquery::Result& object = *found.object;
+    auto changes = changesTo(tqlquery::byName(object.properties), options.attributes);
+    if (changes.empty()) {
       printLine("Values are the same, not updating object.");
       return;
     }
-    g_connection->post(*update);
-    const std::uint32_t code = g_connection->await(*update);
+    const std::uint32_t code = ask<ConsoleUpdate>(object.id, object.version, std::move(changes))->errorCode();
     if (code == 0) {
       printLine("Succesfully updated object.");
     }
-    if (code != ConsoleUpdate::kChangedMeanwhile) {
+    if (code != kChangedMeanwhile) {
       return;
     }
   }
-  standardOutput().flush();  // which says so if it fails, unlike printError
+  standardOutput().flush();  // which throws if it fails, unlike printError
   printError("Couldn't update object because of concurrent updates. Tried " + intToString(kAttempts) +
              " times, giving up.\n");
   std::exit(EXIT_FAILURE);

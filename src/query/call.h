@@ -1,9 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <list>
-#include <memory>
-#include <string>
+#include <iterator>
+#include <utility>
 #include <vector>
 
 #include "protocol/messages/object_tree.h"
@@ -19,13 +19,18 @@ inline constexpr std::int32_t kMetricValue = 2;        // answers with propertie
 inline constexpr std::int32_t kMetricDescription = 3;  // answers with one object
 
 // Invokes a numbered method of the server, with properties and objects going either way. Used once.
-class Call : public virtual comquery::Query {
+class Call : public comquery::Exchange<protocol::CallReq, protocol::CallResp> {
  public:
-  // The objects stay the caller's and must outlive encode.
-  Call(std::int32_t method, std::list<protocol::Property> parameters, std::vector<const Result*> objects);
-
-  std::unique_ptr<protocol::BerValue> encode() override;
-  void decode(protocol::BerValue& response) override;
+  // The objects are copied.
+  explicit Call(std::int32_t method, protocol::ListOfProperty parameters = {},
+                const std::vector<const Result*>& objects = {})
+      : Exchange("Wrong type in Select::decode.") {  // the text of all queries on the tree
+    request_->method = method;
+    request_->parameters = std::move(parameters);
+    for (const Result* object : objects) {
+      request_->objects.emplace_back(toObject(*object));
+    }
+  }
 
   // From the answer; both are empty until then, and after a refusal.
   protocol::ListOfProperty resultProperties;  // of two with one name the first counts
@@ -33,11 +38,10 @@ class Call : public virtual comquery::Query {
 
  protected:
   ~Call() override = default;
-
- private:
-  std::int32_t method_;
-  std::list<protocol::Property> parameters_;
-  std::vector<const Result*> objects_;
+  void take(protocol::CallResp& answer) override {
+    std::ranges::move(answer.properties, std::back_inserter(resultProperties));
+    resultObjects = std::exchange(answer.objects, {});
+  }
 };
 
 }  // namespace morvex::tqlquery

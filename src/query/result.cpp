@@ -38,8 +38,8 @@ std::string_view getStringProperty(const Result& object, std::string_view name) 
   return value;
 }
 
-// What is sorted are pointers, so a comparison that throws loses no child. A list is, since its way of
-// sorting asks no more of the order than that it answers: values that are no numbers have none.
+// Sorts pointers, so a comparison that throws loses no child, and in a list, whose sort copes with an
+// inconsistent order: a NaN equals every number.
 void sortChildren(Result& object, const SortKey& key) {
   const std::list<SortKey> keys{key};
   std::list<protocol::Owned<Result>*> order;

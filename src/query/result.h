@@ -9,17 +9,17 @@
 
 namespace morvex::tqlquery {
 
-// One object of an answer, and those below it, as the message brought them. The tree mirrors the query: an
-// object at depth n was matched by step n. It owns its children, which nest as deep as the server likes. It
-// has the properties that the query asked for, and those that every object brings are members: className, id,
-// version. Of two properties with one name the first counts.
+// One object of an answer, and those below it, as they stand in the message. The tree mirrors the query: step
+// n matched an object at depth n. An object owns its children, to any depth. It has the properties that the
+// query asked for; className, id and version come with every object and are members. Of two properties with
+// one name the first counts.
 using Result = protocol::Object;
 
-// Properties by their names. It points into the list that it is made of.
+// Properties by their names. The map points into the list.
 using PropertyMap = std::map<std::string_view, const protocol::Property*>;
 PropertyMap byName(const protocol::ListOfProperty& properties);
 
-// One property, for who wants no more than a few of them; null if there is none of that name.
+// One property; null if there is none of that name. To look up many, use byName.
 const protocol::Property* findProperty(const protocol::ListOfProperty& properties, std::string_view name);
 
 // The value of a property of type String, which lives as long as the object is not changed. Throws
@@ -36,8 +36,8 @@ struct SortKey {
 // errors::tql_incomparable for values that cannot be compared; the children then stay as they were.
 void sortChildren(Result& object, const SortKey& key);
 
-// A deep copy to be sent, with the properties in the order of their names and the numbers of the set in
-// theirs, each once.
+// A deep copy to send: the properties ordered by name and the numbers of the set in ascending order, each
+// once.
 std::unique_ptr<protocol::Object> toObject(const Result& object);
 
 }  // namespace morvex::tqlquery

@@ -14,8 +14,13 @@ constexpr std::uint32_t kStayRegistered = 1;
 }  // namespace
 
 Select::Select(std::string startId, std::string expression, std::uint32_t options)
-    : pattern_(tql::parse(expression)), options_(options), expression_(std::move(expression)) {
-  startIds_.push_back(std::move(startId));
+    : Exchange("Wrong type in Select::decode."),
+      startId_(std::move(startId)),
+      expression_(std::move(expression)),
+      options_(options) {
+  request_->startIds.push_back(startId_);
+  request_->pattern = tql::parse(expression_);
+  request_->options = options;
 }
 
 const Result* Select::find_result_opt(const std::string& id) const {
@@ -31,26 +36,9 @@ const Result* Select::find_result_opt(const std::string& id) const {
   return found;
 }
 
-std::string Select::describe() const {
-  std::string text = "[";
-  for (const std::string& id : startIds_) {
-    text.append(text.size() > 1 ? ", \"" : "\"").append(id).append("\"");
-  }
-  return text + "] " + expression_;
-}
+std::string Select::describe() const { return "[\"" + startId_ + "\"] " + expression_; }
 
-std::unique_ptr<protocol::BerValue> Select::encode() {
-  auto request = std::make_unique<protocol::SelectReq>();
-  request->startIds.assign(startIds_.begin(), startIds_.end());
-  request->pattern = std::move(pattern_);
-  request->options = options_;
-  return request;
-}
-
-void Select::decode(protocol::BerValue& response) {
-  const auto take = [this](protocol::SelectResp& answer) { results_ = std::exchange(answer.objects, {}); };
-  decodeAnswer<protocol::SelectResp>(response, "Wrong type in Select::decode.", take);
-}
+void Select::take(protocol::SelectResp& answer) { results_ = std::exchange(answer.objects, {}); }
 
 void Select::finished(Connection& connection) {
   if ((options_ & kStayRegistered) == 0) {

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <list>
-#include <memory>
 #include <string>
 
 #include "protocol/messages/object_tree.h"
@@ -12,9 +10,9 @@
 namespace morvex::tqlquery {
 
 // The read query on the object tree: a TQL expression, matched by the server from one start object.
-class Select : public virtual comquery::Query {
+class Select : public comquery::Exchange<protocol::SelectReq, protocol::SelectResp> {
  public:
-  // Parses the expression. startId is the object that its first step is matched with, such as
+  // Parses the expression. Its first step is matched with the object startId, such as
   // Connection::rootObjectId. Bit 0 of options asks to stay registered for further answers. Throws as
   // tql::parse does.
   Select(std::string startId, std::string expression, std::uint32_t options = 0);
@@ -24,19 +22,16 @@ class Select : public virtual comquery::Query {
   const Result* find_result_opt(const std::string& id) const;
 
   std::string describe() const override;
-  std::unique_ptr<protocol::BerValue> encode() override;
-  void decode(protocol::BerValue& response) override;
   void finished(Connection& connection) override;
 
  protected:
   ~Select() override = default;
+  void take(protocol::SelectResp& answer) override;
 
  private:
   protocol::ListOfObject results_;
-  std::list<std::string> startIds_;
-  std::unique_ptr<protocol::PathPattern> pattern_;  // until encode
+  std::string startId_, expression_;
   std::uint32_t options_;
-  std::string expression_;
 };
 
 }  // namespace morvex::tqlquery

@@ -55,6 +55,14 @@ def test_listing(args, answer, result):
     assert session(args.split(), expects(call(0, 1)), sends(answer)) == result
 
 
+def test_deep_tree():
+    depth, level = 100000, branch("Group", "g", branch("Table", "t", branch("Instance", "i"), b"|"))
+    head, _, tail = level.partition(b"|")
+    root = branch("Group", "", head * depth, metric("Timing", "m"), tail * depth)
+    listing = "g.t.*." * depth + "m\tTiming\t\t\n" + "Where * in {i}\n" * depth
+    assert session(["lm"], expects(call(0, 1)), sends(called(0, "", root))) == Run(0, listing, "")
+
+
 def timing(n, total, squares, low=1, high=9):
     fields = {"n": n, "min": low, "max": high, "sum": total, "sumSquares": squares}
     return "".join(value(number, name) for name, number in fields.items())

@@ -13,8 +13,8 @@ using tqlquery::Call;
 using tqlquery::Result;
 
 TEST(Call, CarriesPropertiesAndObjects) {
-  std::list<protocol::Property> parameters(1);
-  tql::encode(parameters.front(), "name", tql::kStringList, std::list<std::string>{"cpu", "", "0"});
+  protocol::ListOfProperty parameters;
+  tql::encode(parameters.emplace_back(), "name", tql::kStringList, std::list<std::string>{"cpu", "", "0"});
   Result object;
   object.className = "G";
   object.id = "1F";
@@ -28,20 +28,17 @@ TEST(Call, CarriesPropertiesAndObjects) {
 }
 
 TEST(Call, KeepsTheObjectsOfTheNewestAnswer) {
-  const auto call = comquery::make<Call>(2, std::list<protocol::Property>(), std::vector<const Result*>());
+  const auto call = comquery::make<Call>(2);
   protocol::CallResp answer;
   answer.objects.emplace_back().emplace().className = "X";
   call->decode(answer);
   protocol::ErrorResp refusal;
   refusal.code = 15;
   call->decode(refusal);
-  EXPECT_EQ(call->errorCode(), 15U);
-  EXPECT_EQ(call->resultObjects.at(0)->className, "X");
+  EXPECT_TRUE(call->errorCode() == 15 && call->resultObjects.at(0)->className == "X");
   protocol::CallResp empty;
   call->decode(empty);
   EXPECT_TRUE(call->errorCode() == 0 && call->resultObjects.empty());
-  protocol::SelectResp other;
-  EXPECT_EQ(textOf<errors::bererror>([&] { call->decode(other); }), "Wrong type in Select::decode.");
 }
 
 }  // namespace

@@ -30,21 +30,6 @@ protocol::SelectResp answerWith(std::initializer_list<const char*> ids) {
   return answer;
 }
 
-TEST(Select, EncodesTheParsedExpression) {
-  const auto select = comquery::make<Recorder>("42", "Check$=5[name] { a = true & b > 1 } > .", 8U);
-  EXPECT_EQ(writtenHex(*select->encode()),
-            plainHex("A0 80"
-                     "  31 80 04 02 '42' 00 00"
-                     "  30 80 04 05 'Check' 02 01 04 02 01 05"
-                     "    30 80 30 80 04 01 '.' 02 01 00 05 00"
-                     "      30 80 00 00 30 80 00 00 30 80 00 00 31 80 00 00 00 00 00 00"
-                     "    30 80 00 00"
-                     "    30 80 30 80 30 80 04 01 'a' 02 01 01 A5 80 01 01 01 00 00 00 00 0A 00 00 00"
-                     "      30 80 30 80 04 01 'b' 02 01 02 A3 80 02 01 01 00 00 00 00 0A 01 01 00 00 00 00"
-                     "    31 80 04 04 'name' 00 00 00 00"
-                     "  02 01 08 00 00"));
-}
-
 TEST(Select, KeepsTheNewestAnswer) {
   const auto select = comquery::make<Recorder>("42", "Domain", 0U);
   EXPECT_EQ(select->describe(), "[\"42\"] Domain");

@@ -12,7 +12,7 @@ namespace {
 
 using protocol::RelOperator;
 
-// How a fault calls what the values were to be.
+// The names in a refusal for what values must be.
 constexpr const char* kComparable = "comparable";
 constexpr const char* kOrdComparable = "ord_comparable";
 constexpr const char* kStringOrdComparable = "string ord_comparable";

@@ -7,12 +7,12 @@
 
 namespace morvex::tql {
 
-// Whether the operator holds between two properties of one type: numbers by value, strings case-blind with
-// runs of digits read as numbers, Boolean and Id by equality alone. Only the first six operators are known
-// here. A null comes before every value. Throws errors::tql_incomparable.
+// Whether the operator, one of the first six, holds between two properties of one type. Numbers compare by
+// value, strings case-blind with runs of digits as numbers, Boolean and Id by equality alone. A null comes
+// before every value. Throws errors::tql_incomparable.
 bool compare(const protocol::Property& left, protocol::RelOperator op, const protocol::Property& right);
 
-// Whether left goes before right. The first key that tells them apart decides; an object without the property
+// Whether left goes before right. The first key in which they differ decides; an object without the property
 // goes first in ascending order, last in descending. Throws errors::tql_incomparable.
 bool compareForSort(const std::list<tqlquery::SortKey>& keys, const tqlquery::Result& left,
                     const tqlquery::Result& right);

@@ -6,7 +6,6 @@
 #include "foundation/big_num.h"
 #include "foundation/errors.h"
 #include "protocol/leaf.h"
-#include "query/tql/characters.h"
 #include "query/tql/lexer.h"
 #include "query/tql/property_codec.h"
 
@@ -41,9 +40,10 @@ constexpr Enumerator kEnumerators[] = {
     {"RIF_Graph", 4},       {"RIF_Table", 8},         {"NRT_None", 0},          {"NRT_Node", 1},
     {"NRT_Domain", 2},      {"NRT_Check", 3},         {"NRT_Grouping", 4}};
 
-// A long number is read in pieces that fit a word: that takes the square of its length, so there is an end.
+// The digits of a long number that are read at a time; they fit a word.
 constexpr std::size_t kPiece = 9;
-// Far beyond any number that is meant, and still read at once. A number that can travel is shorter.
+// The time to read a number grows with the square of its length, so the length has a limit. Numbers that fit
+// a message are far shorter.
 constexpr std::size_t kMostBytes = 16384;
 
 // string := '"' text '"' [ "I" | "S" ]
@@ -99,7 +99,7 @@ void encodeUnsigned(Property& property, const std::string& name, const std::stri
     encode(property, name, kBigNum, bigNumOf(token, digits, protocol::kLongestBigNum));
     return;
   }
-  // The field is narrower than the check: of a number between the two, the low half travels.
+  // The field has 32 bits: of a number up to 64, the low half is sent.
   const std::uint64_t value = bigNumOf(token, digits, kMostBytes).toUint64();
   encode(property, name, suffix == 'T' ? kIndex : kUnsignedInteger, static_cast<std::uint32_t>(value));
 }

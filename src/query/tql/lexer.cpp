@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "foundation/errors.h"
-#include "query/tql/characters.h"
 
 namespace morvex::tql {
 namespace {

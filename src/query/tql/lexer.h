@@ -7,8 +7,16 @@
 
 namespace morvex::tql {
 
-// Cuts a TQL expression into tokens. A token's text is its meaning: a string literal keeps its quotes and a
-// suffix, and holds the unescaped text between them.
+// The classes of characters in TQL: ASCII alone, whatever the locale. They hold no byte above it.
+inline constexpr bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
+inline constexpr bool isLower(char c) { return c >= 'a' && c <= 'z'; }
+inline constexpr bool isLetter(char c) { return isUpper(c) || isLower(c); }
+inline constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+inline constexpr bool isSign(char c) { return c == '+' || c == '-'; }
+inline constexpr bool isWordPart(char c) { return isLetter(c) || isDigit(c) || c == '_'; }
+
+// Cuts a TQL expression into tokens. The token of a string literal keeps the quotes and the suffix, and the
+// text between them is unescaped.
 class Lexer {
  public:
   explicit Lexer(std::string text) : input(std::move(text)) {}

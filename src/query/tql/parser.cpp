@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "foundation/errors.h"
-#include "query/tql/characters.h"
 #include "query/tql/constant.h"
 #include "query/tql/lexer.h"
 #include "query/tql/property_codec.h"
@@ -56,9 +55,9 @@ const Row* find(const Row (&rows)[kCount], std::string_view token) {
   return row == std::end(rows) ? nullptr : row;
 }
 
-// One function per rule, headed by the rule; it is entered on the rule's first token and leaves the lexer on
-// the first one behind it. How deep steps follow each other and groups nest is the user's choice, so what is
-// open stands on a list of its own and not on the stack.
+// One function per rule, headed by the rule. It is entered on the rule's first token and leaves the lexer on
+// the first one behind it. Expressions may nest to any depth, so open groups stand in a list and not on the
+// stack.
 class Parser {
  public:
   explicit Parser(const std::string& expression) : lexer_(expression) {}
@@ -110,8 +109,8 @@ std::unique_ptr<PathPattern> Parser::takeExpression() {
 }
 
 // following := ">" [ "(" ] | { ")" } ( "|" | ":" )
-// What stands between a step and the next one, and the ")" behind the last. Returns the list that the next
-// step belongs to; null if there is none.
+// Takes the tokens between a step and the next one, or the ")" behind the last. Returns the list that the
+// next step belongs to; null if there is none.
 ListOfPathPattern* Parser::takeFollowing(PathPattern& step) {
   if (accept(">")) {
     if (accept("(")) {

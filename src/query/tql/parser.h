@@ -5,14 +5,14 @@
 
 #include "protocol/messages/object_tree.h"
 
-// TQL names a set of objects: a chain of steps, each with a class, modifiers, a number, wanted properties and
-// a filter. The client only translates it; the server does the matching.
+// A TQL expression names a set of objects by a chain of steps, each with a class, modifiers, a number, wanted
+// properties and a filter. The client only translates it; the server does the matching.
 //   expression := step
 //   step       := class { modifier } [ "=" digits ] [ properties ] [ filter ] [ ">" following ]
 //   following  := step | "(" step { "|" step } [ ":" step { "|" step } ] ")"
 namespace morvex::tql {
 
-// Steps and groups may follow and nest without end: neither costs stack.
+// Chains of steps and nested groups of any length cost no stack.
 // Throws error::EParseError, or error::ERange for a number beyond 64 bits, with ": parsing " and the
 // expression at the end of the text.
 std::unique_ptr<protocol::PathPattern> parse(const std::string& expression);

@@ -41,23 +41,26 @@ void replace(Property& property, const std::string& name, std::uint32_t typeWord
   property.data = std::unique_ptr<protocol::BerValue>(std::move(made));
 }
 
-template <std::uint32_t... kTypes>
-void checkEncode(std::string_view type, std::uint32_t typeWord, const std::string& name) {
+// Stores a value as a Prop. type names the overload in the report of a type word that it does not serve.
+template <class Prop, std::uint32_t... kTypes, class Value>
+void put(Property& property, const std::string& name, std::uint32_t typeWord, const char* type,
+         Value&& value) {
   if (!isOf<kTypes...>(typeWord)) {
     assertionFailed(std::string("Type mismatch in tql::encode ").append(type) + ": " + name);
   }
+  replace<Prop>(property, name, typeWord, std::forward<Value>(value));
 }
 
 template <std::uint32_t... kTypes>
-void checkDecode(std::string_view type, std::uint32_t wanted, const std::string& name = {}) {
+void checkWanted(std::uint32_t wanted, const char* type, const std::string& name = {}) {
   if (!isOf<kTypes...>(wanted)) {
     assertionFailed(std::string("Type mismatch in tql::decode ").append(type) + name);
   }
 }
 
-// Reads the value of a Prop; kind names it in the message about a null.
+// Reads the value of a Prop. kind names it in the message about a null.
 template <class Prop, class Result>
-void read(const Property& property, std::uint32_t wanted, const char* kind, Result& result) {
+void get(const Property& property, std::uint32_t wanted, const char* kind, Result& result) {
   const std::uint32_t wantedBase = wanted & kBaseMask;
   const std::uint32_t base = property.typeWord & kBaseMask;
   if (wantedBase != base) {
@@ -81,113 +84,105 @@ void encodeNull(Property& property, const std::string& name, std::uint32_t typeW
 }
 
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, bool value) {
-  checkEncode<kBoolean>("bool", typeWord, name);
-  replace<protocol::BooleanProp>(property, name, typeWord, value);
+  put<protocol::BooleanProp, kBoolean>(property, name, typeWord, "bool", value);
 }
 
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, double value) {
-  checkEncode<kReal>("double", typeWord, name);
-  replace<protocol::RealProp>(property, name, typeWord, value);
+  put<protocol::RealProp, kReal>(property, name, typeWord, "double", value);
 }
 
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, std::int32_t value) {
-  checkEncode<kSignedInteger, kDate>("int", typeWord, name);
-  replace<protocol::SignedIntProp>(property, name, typeWord, value);
+  put<protocol::SignedIntProp, kSignedInteger, kDate>(property, name, typeWord, "int", value);
 }
 
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, std::uint32_t value) {
-  checkEncode<kUnsignedInteger, kIndex, kGid, kEnumeration>("unsigned int", typeWord, name);
-  replace<protocol::UnsignedIntProp>(property, name, typeWord, value);
+  put<protocol::UnsignedIntProp, kUnsignedInteger, kIndex, kGid, kEnumeration>(property, name, typeWord,
+                                                                               "unsigned int", value);
 }
 
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, std::string value) {
-  checkEncode<kString, kId, kSnmpOid>("string", typeWord, name);
-  replace<protocol::StringProp>(property, name, typeWord, std::move(value));
+  put<protocol::StringProp, kString, kId, kSnmpOid>(property, name, typeWord, "string", std::move(value));
 }
 
 void encode(Property& property, const std::string& name, std::uint32_t typeWord,
             const std::list<std::string>& value) {
-  checkEncode<kIdSet, kStringList>("list<string>", typeWord, name);
-  replace<protocol::StringListProp>(property, name, typeWord, value);
+  put<protocol::StringListProp, kIdSet, kStringList>(property, name, typeWord, "list<string>", value);
 }
 
 void encode(Property& property, const std::string& name, std::uint32_t typeWord,
             const std::vector<std::uint32_t>& value) {
-  checkEncode<kGidList>("vector<uint32_t>", typeWord, name);
-  replace<protocol::UnsignedIntListProp>(property, name, typeWord, value);
+  put<protocol::UnsignedIntListProp, kGidList>(property, name, typeWord, "vector<uint32_t>", value);
 }
 
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, const BigNum& value) {
-  checkEncode<kBigNum>("bignum", typeWord, name);
-  replace<protocol::BigNumProp>(property, name, typeWord, value);
+  put<protocol::BigNumProp, kBigNum>(property, name, typeWord, "bignum", value);
 }
 
 void encode(Property& property, const std::string& name, std::uint32_t typeWord,
             const std::vector<std::uint8_t>& value) {
-  checkEncode<kBlob, kLob>("vector<uint8_t>", typeWord, name);
-  if (isOf<kBlob>(typeWord)) {
-    replace<protocol::BlobProp>(property, name, typeWord, value);
-  } else {
+  if (isOf<kLob>(typeWord)) {
     replace<protocol::LobProp>(property, name, typeWord, value);
+  } else {
+    put<protocol::BlobProp, kBlob>(property, name, typeWord, "vector<uint8_t>", value);
   }
 }
 
 void decode(const Property& property, std::uint32_t wanted, bool& result) {
-  checkDecode<kBoolean>("bool", wanted);
-  read<protocol::BooleanProp>(property, wanted, "boolean", result);
+  checkWanted<kBoolean>(wanted, "bool");
+  get<protocol::BooleanProp>(property, wanted, "boolean", result);
 }
 
 void decode(const Property& property, std::uint32_t wanted, double& result) {
-  checkDecode<kReal>("real", wanted);
-  read<protocol::RealProp>(property, wanted, "real", result);
+  checkWanted<kReal>(wanted, "real");
+  get<protocol::RealProp>(property, wanted, "real", result);
 }
 
 void decode(const Property& property, std::uint32_t wanted, std::int32_t& result) {
-  checkDecode<kSignedInteger>("int :", wanted, property.name);
-  read<protocol::SignedIntProp>(property, wanted, "integer", result);
+  checkWanted<kSignedInteger>(wanted, "int :", property.name);
+  get<protocol::SignedIntProp>(property, wanted, "integer", result);
 }
 
 void decode(const Property& property, std::uint32_t wanted, std::uint32_t& result) {
-  checkDecode<kUnsignedInteger, kIndex, kGid, kEnumeration>("uint/enum/index", wanted);
-  read<protocol::UnsignedIntProp>(property, wanted, "unsigned", result);
+  checkWanted<kUnsignedInteger, kIndex, kGid, kEnumeration>(wanted, "uint/enum/index");
+  get<protocol::UnsignedIntProp>(property, wanted, "unsigned", result);
 }
 
 void decode(const Property& property, std::uint32_t wanted, std::string_view& result) {
-  checkDecode<kString, kId, kSnmpOid>("string/object", wanted);
-  read<protocol::StringProp>(property, wanted, "string", result);
+  checkWanted<kString, kId, kSnmpOid>(wanted, "string/object");
+  get<protocol::StringProp>(property, wanted, "string", result);
 }
 
 void decode(const Property& property, std::uint32_t wanted, std::int64_t& result) {
-  checkDecode<kDate, kSigned64>("int64 :", wanted, property.name);
+  checkWanted<kDate, kSigned64>(wanted, "int64 :", property.name);
   if (isOf<kDate>(wanted)) {
-    read<protocol::SignedIntProp>(property, wanted, "time", result);
+    get<protocol::SignedIntProp>(property, wanted, "time", result);
   } else {
-    read<protocol::SignedInt64Prop>(property, wanted, "integer", result);
+    get<protocol::SignedInt64Prop>(property, wanted, "integer", result);
   }
 }
 
 void decode(const Property& property, std::uint32_t wanted, std::uint64_t& result) {
-  checkDecode<kUnsigned64>("uint64 :", wanted, property.name);
-  read<protocol::UnsignedInt64Prop>(property, wanted, "integer", result);
+  checkWanted<kUnsigned64>(wanted, "uint64 :", property.name);
+  get<protocol::UnsignedInt64Prop>(property, wanted, "integer", result);
 }
 
 void decode(const Property& property, std::uint32_t wanted, std::span<const std::string>& result) {
-  checkDecode<kIdSet, kStringList>("objectset", wanted);
-  read<protocol::StringListProp>(property, wanted, "slist", result);
+  checkWanted<kIdSet, kStringList>(wanted, "objectset");
+  get<protocol::StringListProp>(property, wanted, "slist", result);
 }
 
 void decode(const Property& property, std::uint32_t wanted, std::vector<std::uint8_t>& result) {
-  checkDecode<kBlob, kLob>("vector<uint8_t>", wanted);
+  checkWanted<kBlob, kLob>(wanted, "vector<uint8_t>");
   if (isOf<kBlob>(wanted)) {
-    read<protocol::BlobProp>(property, wanted, "blob", result);
+    get<protocol::BlobProp>(property, wanted, "blob", result);
   } else {
-    read<protocol::LobProp>(property, wanted, "lob", result);
+    get<protocol::LobProp>(property, wanted, "lob", result);
   }
 }
 
 void decode(const Property& property, std::uint32_t wanted, std::span<const std::uint32_t>& result) {
-  checkDecode<kGidList>("list<uint32_t>", wanted);
-  read<protocol::UnsignedIntListProp>(property, wanted, "unsigned int list", result);
+  checkWanted<kGidList>(wanted, "list<uint32_t>");
+  get<protocol::UnsignedIntListProp>(property, wanted, "unsigned int list", result);
 }
 
 }  // namespace morvex::tql

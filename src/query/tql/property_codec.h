@@ -22,7 +22,7 @@ inline constexpr std::uint32_t kReadOnly = 0x100000;
 inline constexpr std::uint32_t kPrimaryKey = 0x400000;
 inline constexpr std::uint32_t kInherited = 0x80000000;  // on a null
 
-// Behind each type, what encode takes and decode gives, if that is not the type of its name.
+// The comments name the type that encode takes and decode gives, where the name of the base type does not.
 enum BaseType : std::uint32_t {
   kBoolean = 1,
   kUnsignedInteger = 2,  // std::uint32_t
@@ -47,8 +47,8 @@ enum BaseType : std::uint32_t {
 
 using protocol::Property;
 
-// Replace name, type word and value of a property together. The type word must fit the overload; anything
-// else is a defect of the caller.
+// Replace name, type word and value of a property together. The type word must fit the overload; another one
+// is a defect of the caller.
 void encodeNull(Property& property, const std::string& name, std::uint32_t typeWord);
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, bool value);
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, double value);
@@ -62,12 +62,12 @@ void encode(Property& property, const std::string& name, std::uint32_t typeWord,
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, const BigNum& value);
 void encode(Property& property, const std::string& name, std::uint32_t typeWord,
             const std::vector<std::uint8_t>& value);
-// A literal would rather become a bool than a string.
+// A literal would become a bool.
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, const char* value) = delete;
 
-// Read the value of a property that should be of the wanted type. Throw errors::tql, code 9, for another type
-// and for null; result is then unchanged. A wanted type that the overload does not serve is a defect. Views
-// live as long as the property is left as it is.
+// Read the value of a property of the wanted type. Throw errors::tql, code 9, for another type and for null;
+// result is then unchanged. A wanted type that the overload does not serve is a defect of the caller. Views
+// are valid until the property changes.
 void decode(const Property& property, std::uint32_t wanted, bool& result);
 void decode(const Property& property, std::uint32_t wanted, double& result);
 void decode(const Property& property, std::uint32_t wanted, std::int32_t& result);

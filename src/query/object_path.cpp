@@ -1,10 +1,8 @@
-#include "commands/object_path.h"
+#include "query/object_path.h"
 
 #include <algorithm>
-#include <array>
-#include <utility>
+#include <iterator>
 
-#include "cli/login.h"
 #include "foundation/errors.h"
 
 namespace morvex {
@@ -21,13 +19,13 @@ std::list<std::string> splitPart(const std::string& part, char delimiter) {
 
 std::string joinWith(std::string_view separator, const std::vector<std::string>& words) {
   std::string text;
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    text.append(i == 0 ? "" : separator).append(words[i]);
+  for (const std::string& word : words) {
+    text.append(&word == &words.front() ? "" : separator).append(word);
   }
   return text;
 }
 
-// What the step of the object itself asks for. The steps above it only ask for their names.
+// The projection of the last step. The steps above it ask for their names alone.
 std::string projection(const std::string& properties) {
   if (properties == "*") {
     return "!";
@@ -39,30 +37,41 @@ std::string projection(const std::string& properties) {
 void appendSteps(std::string& expression, std::string_view className, const std::list<std::string>& names,
                  std::string_view lastProjection) {
   for (const std::string& name : names) {
-    expression += " > ";
-    expression += className;
+    expression.append(" > ").append(className);
     expression += &name == &names.back() ? lastProjection : kNamesOnly;
-    expression += " { siblingName = ";
-    expression += quoteTqlString(name);
-    expression += " }";
+    expression += " { siblingName = " + quoteTqlString(name) + " }";
   }
+}
+
+// The part of a path that an object's name belongs to.
+enum class PathPart { domain, node, check, none };
+
+PathPart pathPartOf(std::string_view className) {
+  struct Row {
+    std::string_view className;
+    PathPart part;
+  };
+  static constexpr Row kRows[] = {
+      {"Domain", PathPart::domain},
+      {"Node", PathPart::node},
+      {"Check", PathPart::check},
+      {"CheckGroup", PathPart::check},
+      {"CheckAccumulation", PathPart::check},
+  };
+  const Row* found = std::ranges::find(kRows, className, &Row::className);
+  return found == std::end(kRows) ? PathPart::none : found->part;
 }
 
 }  // namespace
 
 void splitEscaped(std::list<std::string>& list, std::string_view text, char delimiter) {
-  if (text.empty()) {
-    return;
-  }
-  if (text.front() != delimiter) {
+  if (!text.empty() && text.front() != delimiter) {
     throw error::EParseError("String does not contain delimiter as first character");
   }
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == delimiter) {
       list.emplace_back();
-    } else if (text[i] != '\\') {
-      list.back() += text[i];
-    } else if (++i < text.size()) {  // a backslash at the end escapes nothing
+    } else if (text[i] != '\\' || ++i < text.size()) {  // a backslash at the end escapes nothing
       list.back() += text[i];
     }
   }
@@ -119,7 +128,7 @@ std::string pathExpression(const std::string& path, bool byId, const std::string
   };
   std::string expression = "Domain";
   if (parts[0] == ".") {
-    expression += wanted;  // also when it is not the root that is looked for
+    expression += wanted;  // also when the root is not the object itself
   } else {
     expression += kNamesOnly;
     appendSteps(expression, "Domain", splitPart(parts[0], '.'), projectionOf(0));
@@ -133,61 +142,49 @@ std::string pathExpression(const std::string& path, bool byId, const std::string
   return expression;
 }
 
-PathPart pathPartOf(std::string_view className) {
-  static constexpr std::array<std::pair<std::string_view, PathPart>, 5> kParts{{
-      {"Domain", PathPart::domain},
-      {"Node", PathPart::node},
-      {"Check", PathPart::check},
-      {"CheckGroup", PathPart::check},
-      {"CheckAccumulation", PathPart::check},
-  }};
-  const auto* found = std::find_if(kParts.begin(), kParts.end(),
-                                   [className](const auto& row) { return row.first == className; });
-  return found == kParts.end() ? PathPart::none : found->second;
-}
-
-std::string_view siblingName(const tqlquery::Result& object) {
-  return tqlquery::getStringProperty(object, "siblingName");
-}
-
-void ObjectChain::add(const tqlquery::Result& object) {
-  switch (pathPartOf(object.className)) {
-    case PathPart::domain:
-      domains.emplace_back(siblingName(object));
-      break;
-    case PathPart::node:
-      node = siblingName(object);
-      break;
-    case PathPart::check:
-      checks.emplace_back(siblingName(object));
-      break;
-    case PathPart::none:
-      break;
+void ObjectTrail::add(const tqlquery::Result& object) {
+  const PathPart part = pathPartOf(object.className);
+  if (part == PathPart::none) {
+    return;
+  }
+  const std::string_view name = tqlquery::getStringProperty(object, "siblingName");
+  if (part == PathPart::node) {
+    nodes_.push_back(name);
+  } else {
+    (part == PathPart::domain ? domains_ : checks_).push(name);
   }
 }
 
-FoundObject findObject(const std::string& path, bool byId, const std::vector<std::string>& acceptedClasses,
-                       const std::string& properties) {
-  auto query = comquery::make<tqlquery::Select>(g_rootObjectId, pathExpression(path, byId, properties), 0U);
-  g_connection->post(*query);
-  g_connection->await(*query);  // a refused query leaves no result, which says enough
-  const tqlquery::Result* object = query->find_result_opt(g_rootObjectId);
-  if (object == nullptr) {
-    throw error::EFatal("No " + classListText(acceptedClasses) + " found that matches \"" + path + "\"");
+ObjectTrail::Mark ObjectTrail::mark() const {
+  return {domains_.joined.size(), domains_.escaped.size(), nodes_.size(), checks_.joined.size(),
+          checks_.escaped.size()};
+}
+
+void ObjectTrail::cutBack(const Mark& mark) {
+  domains_.joined.resize(mark.domains);
+  domains_.escaped.resize(mark.escapedDomains);
+  nodes_.resize(mark.nodes);
+  checks_.joined.resize(mark.checks);
+  checks_.escaped.resize(mark.escapedChecks);
+}
+
+void ObjectTrail::appendPath(std::string& to, const tqlquery::Result& object) const {
+  const PathPart part = pathPartOf(object.className);
+  to += domainText(domains_.escaped);
+  if (part != PathPart::domain) {
+    to += ',';
+    appendEscaped(to, node(), ',');
   }
-  ObjectChain chain;
-  while (object->children.size() == 1) {
-    object = object->children.front().get();
-    chain.add(*object);
+  if (part == PathPart::check) {
+    to.append(",").append(checks_.escaped, 1);
   }
-  if (!object->children.empty()) {
-    throw error::EFatal("Path is ambiguous.");
-  }
-  if (!acceptedClasses.empty() &&
-      std::find(acceptedClasses.begin(), acceptedClasses.end(), object->className) == acceptedClasses.end()) {
-    throw error::EFatal("Path does not specify a " + classListText(acceptedClasses) + ", as it should.");
-  }
-  return {std::move(query), object, std::move(chain)};
+}
+
+void ObjectTrail::Names::push(std::string_view name) {
+  const std::size_t begin = joined.size();
+  joined += delimiter;
+  appendEscaped(joined, name, delimiter);
+  appendEscaped(escaped, std::string_view(joined).substr(begin), ',');
 }
 
 }  // namespace morvex
