@@ -7,7 +7,6 @@
 #include <string_view>
 
 namespace morvex {
-
 namespace {
 
 // Where the last name of a qualified one begins. A "::" among template or function arguments is not its own.

@@ -9,7 +9,6 @@
 #include <system_error>
 
 namespace morvex {
-
 namespace {
 
 __extension__ using Wide = unsigned __int128;

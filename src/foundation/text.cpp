@@ -12,7 +12,6 @@
 #include "foundation/number_text.h"
 
 namespace morvex {
-
 namespace {
 
 constexpr std::string_view kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";

@@ -10,7 +10,6 @@
 #include "platform/traffic.h"
 
 namespace morvex {
-
 namespace {
 
 void check(int code) {

@@ -6,7 +6,6 @@
 #include <cstring>
 
 namespace morvex {
-
 namespace {
 
 using Text = std::array<char, 256>;

@@ -11,7 +11,6 @@
 #include "platform/clock.h"
 
 namespace morvex {
-
 namespace {
 
 // TZ as it was when the program started; nothing if it was not set.

@@ -16,7 +16,6 @@
 #include "foundation/wipe.h"
 
 namespace morvex {
-
 namespace {
 
 // Longer than the longest line that a terminal delivers (4096 bytes), so that one read takes all of it.

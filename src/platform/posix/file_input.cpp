@@ -9,7 +9,6 @@
 #include "platform/input.h"
 
 namespace morvex {
-
 namespace {
 
 void waitUntilReadable(int descriptor) {

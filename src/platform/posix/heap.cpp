@@ -7,7 +7,6 @@
 #include <cstdint>
 
 namespace morvex {
-
 namespace {
 
 // The heap grows by so much at a time, so that there is something to make in one go.

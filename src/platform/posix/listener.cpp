@@ -18,7 +18,6 @@
 #include "foundation/errors.h"
 
 namespace morvex {
-
 namespace {
 
 constexpr int kBacklog = 512;

@@ -15,7 +15,6 @@
 #include "platform/traffic.h"
 
 namespace morvex {
-
 namespace {
 
 // A descriptor by which nothing can be read or written: the use of a stream that the caller closed

@@ -16,7 +16,6 @@
 #include <cstring>
 
 namespace morvex {
-
 namespace {
 
 using Clock = std::chrono::steady_clock;

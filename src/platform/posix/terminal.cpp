@@ -7,7 +7,6 @@
 #include <cerrno>
 
 namespace morvex {
-
 namespace {
 
 constexpr int kAccess = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;

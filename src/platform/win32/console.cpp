@@ -11,7 +11,6 @@
 #include "foundation/wipe.h"
 
 namespace morvex {
-
 namespace {
 
 class Console {

@@ -11,7 +11,6 @@
 #include "platform/win32/utf8.h"
 
 namespace morvex {
-
 namespace {
 
 constexpr int kStandardInput = 0;

@@ -8,7 +8,6 @@
 #include <cstring>
 
 namespace morvex {
-
 namespace {
 
 constexpr long kTimeout = 600;  // seconds that a non-blocking socket may keep a call waiting

@@ -11,7 +11,6 @@
 #include "platform/clock.h"
 
 namespace morvex {
-
 namespace {
 
 // One conversion: '%', flags, a width, a modifier that means nothing in the C locale, and a letter.
