@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "foundation/errors.h"
-#include "platform/descriptor.h"
+#include "platform/files.h"
 #include "platform/terminal.h"
 #include "platform/traffic.h"
 

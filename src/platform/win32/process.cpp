@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "foundation/assertion.h"
-#include "platform/descriptor.h"
+#include "platform/files.h"
 #include "platform/output.h"
 #include "platform/traffic.h"
 #include "platform/win32/utf8.h"

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "platform/descriptor.h"
+#include "platform/files.h"
 
 namespace morvex {
 
