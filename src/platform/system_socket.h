@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 #include "platform/socket.h"
 
@@ -35,6 +36,14 @@ std::ptrdiff_t platform_receive(SocketHandle socket, void* room, std::size_t cou
 
 void platform_shutdown(SocketHandle socket);
 bool platform_close_socket(SocketHandle socket);  // releases it in any case
+
+// For listeners. An accepted socket does not block; kInvalidSocket if there is none. Exhausted is a system
+// that has no room for another one.
+SocketHandle platform_accept(SocketHandle listener);
+bool platform_exhausted(int code);
+void platform_acknowledge_at_once(SocketHandle socket);
+// Throws error::ESystemError with the text of platform_socket_error.
+[[noreturn]] void throwSocketError(const std::string& what);
 
 // The system's text of an error code as it comes, terminated, into a buffer of that capacity.
 void platform_error_text(unsigned code, char* buffer, std::size_t capacity);
