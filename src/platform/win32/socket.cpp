@@ -50,7 +50,7 @@ int platform_wait(SocketHandle handle, Readiness wanted, int seconds, bool* sett
   fd_set reading = wanted == Readiness::toRead ? only : none;
   fd_set writing = wanted == Readiness::toRead ? none : only;
   fd_set failing = wanted == Readiness::connected ? only : none;
-  const timeval limit{seconds, 0};
+  timeval limit{seconds, 0};
   const int result = select(0, &reading, &writing, &failing, seconds == kForEver ? nullptr : &limit);
   if (settled != nullptr) {
     *settled = __WSAFDIsSet(socket, &writing) != 0 || __WSAFDIsSet(socket, &failing) != 0;
