@@ -26,7 +26,7 @@ struct PiecewiseIo final : old_protocol::BasicIo {
     taken += count;
     return count;
   }
-  bool hasData() override { return taken < bytes.size(); }
+  bool hasData() const { return taken < bytes.size(); }
 
   std::string bytes;
   std::vector<std::size_t> pieces;

@@ -46,7 +46,6 @@ class ClientStream final : public old_protocol::BasicIo {
   std::size_t read(std::uint8_t* bytes, std::size_t capacity) override;
   void write(const std::uint8_t* bytes, std::size_t count) override;
   void flush() override {}
-  bool hasData() override { return true; }
 
   // Sends what the connection takes at the moment. False if it has failed.
   bool drain();

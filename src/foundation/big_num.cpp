@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
-#include <string>
 
 #include "foundation/assertion.h"
 #include "foundation/errors.h"
@@ -11,7 +10,6 @@
 #include "foundation/wipe.h"
 
 namespace morvex {
-
 namespace {
 
 constexpr std::size_t kWordBits = 32;
@@ -50,7 +48,7 @@ void BigNum::release() {
   }
 }
 
-// Makes room for that many words in a buffer that is not shared. size_ counts them all until trim().
+// Gets an unshared buffer of at least that many words. size_ counts them all until trim().
 void BigNum::resize(std::size_t words) {
   assertThat(words >= size_, "Bad reallocation in BigNum");
   if (sharers(limbs_) > 1 || words > capacity_) {
@@ -76,7 +74,7 @@ BigNum::BigNum(std::uint32_t value) : limbs_(allocate(1)), size_(value == 0 ? 0 
 }
 
 BigNum::BigNum(const BigNum& other) : limbs_(other.limbs_), size_(other.size_), capacity_(other.capacity_) {
-  // A count that no program of this size brings about is a sign of overwritten memory.
+  // No program of this size has so many copies: the memory was overwritten.
   if (sharers(limbs_) < 1 || sharers(limbs_) > kMostSharers) {
     std::abort();
   }
@@ -211,6 +209,14 @@ void BigNum::fromHex(std::string_view text) {
   }
   value.trim();
   *this = value;
+}
+
+std::string BigNum::toHex() const {
+  std::string text = hexToString(size_ == 0 ? 0 : limbs_[size_ - 1], 1);
+  for (std::size_t i = size_; i-- > 1;) {
+    text += hexToString(limbs_[i - 1], kDigitsPerWord);
+  }
+  return text;
 }
 
 }  // namespace morvex

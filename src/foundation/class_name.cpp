@@ -7,10 +7,9 @@
 #include <string_view>
 
 namespace morvex {
-
 namespace {
 
-// Where the last name of a qualified one begins. A "::" among template or function arguments is not its own.
+// The start of the last part of a qualified name. A "::" in template or function arguments does not count.
 std::size_t lastNameBegin(std::string_view name) {
   std::size_t begin = 0;
   int depth = 0;

@@ -14,7 +14,7 @@ std::string typeName(const std::type_info& type);
 // The same without the namespace: "Response".
 std::string className(const std::type_info& type);
 
-// Narrows a pointer to a class that the caller knows it to point to. Anything else is a defect.
+// Narrows a pointer to the class of its object. Another class is a defect of the caller.
 // T is the wanted pointer type: checked_cast<const Domain*>(value).
 template <class T, class From>
 T checked_cast(From* pointer) {

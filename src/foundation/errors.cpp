@@ -7,7 +7,6 @@
 #include "foundation/assertion.h"
 
 namespace morvex {
-
 namespace {
 
 // Indexed by code.

@@ -6,10 +6,9 @@
 
 namespace morvex {
 
-// The failures of the whole program. All of them derive from error::Exception, which on purpose is no
-// std::exception: what the standard library throws is reported as an unknown exception.
-// They are thrown by value, caught by reference, and reported by main alone. protocol::EBer derives from
-// error::EParseError.
+// The failures of the whole program. All derive from error::Exception, which is no std::exception on purpose:
+// main reports exceptions of the standard library as unknown. They are thrown by value, caught by reference,
+// and reported by main alone. protocol::EBer derives from error::EParseError.
 namespace error {
 
 class Exception {
@@ -21,14 +20,14 @@ class Exception {
 
   virtual std::string description() const = 0;
 
-  // What the user reads: the description and whatever was appended on the way out.
+  // The text for the user: the description and the suffix.
   std::string text() const { return description() + suffix; }
 
-  // Where the fault lies. Written by those who know the place: the message reader and the TQL parser.
+  // The place of the fault, appended where it is known: by the message reader and the TQL parser.
   std::string suffix;
 };
 
-// An exception that is described by one message.
+// An exception with one message.
 class MessageException : public Exception {
  public:
   explicit MessageException(std::string text) : message(std::move(text)) {}
@@ -37,12 +36,12 @@ class MessageException : public Exception {
   std::string message;
 };
 
-// A step of a command that cannot go on.
+// A command cannot go on.
 class EFatal : public MessageException {
   using MessageException::MessageException;
 };
 
-// Text that cannot be converted.
+// A text cannot be converted.
 class EParseError : public MessageException {
   using MessageException::MessageException;
 };
@@ -52,7 +51,7 @@ class ESystemError : public MessageException {
   using MessageException::MessageException;
 };
 
-// A BigNum that does not fit the wanted integer.
+// A BigNum does not fit the wanted integer.
 class ERange : public MessageException {
   using MessageException::MessageException;
 };
@@ -61,7 +60,7 @@ class ERange : public MessageException {
 
 namespace errors {
 
-// A well-formed message of the wrong type where a reply was expected.
+// A well-formed message has the wrong type for a reply.
 class bererror : public error::MessageException {
   using MessageException::MessageException;
 };
@@ -71,17 +70,17 @@ class connect_error : public error::MessageException {
   using MessageException::MessageException;
 };
 
-// A property that an object of an answer lacks.
+// An object of an answer lacks a property.
 class objecterror : public error::MessageException {
   using MessageException::MessageException;
 };
 
-// A result that was asked for before its answer.
+// A result is read before its answer has come.
 class selecterror : public error::MessageException {
   using MessageException::MessageException;
 };
 
-// A property whose value is not of the wanted type. Without a message, the code describes it.
+// A property's value has another type than the wanted one. Without a message, the code describes it.
 class tql : public error::Exception {
  public:
   tql(std::string text, std::uint32_t errorCode) : message(std::move(text)), code(errorCode) {}
@@ -91,7 +90,7 @@ class tql : public error::Exception {
   std::uint32_t code;
 };
 
-// Two property values that cannot be compared.
+// Two property values cannot be compared.
 class tql_incomparable : public tql {
  public:
   explicit tql_incomparable(std::string text) : tql(std::move(text), 11) {}

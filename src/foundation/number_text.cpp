@@ -9,7 +9,6 @@
 #include <system_error>
 
 namespace morvex {
-
 namespace {
 
 __extension__ using Wide = unsigned __int128;
@@ -29,7 +28,7 @@ std::uint64_t eightDigits(std::uint32_t number) {
   return tens | (pairs - 10 * tens) << 8;
 }
 
-// In words, the byte that comes first in memory is the lowest.
+// The first byte in memory becomes the lowest of the word, and back.
 std::uint64_t inOrder(std::uint64_t word) {
   return std::endian::native == std::endian::big ? __builtin_bswap64(word) : word;
 }
@@ -104,19 +103,19 @@ struct Decimal {
   int exponent;
 };
 
-// Rounds to this many digits, halves to even, as printf does. False for what it cannot tell.
+// Rounds to kDigits digits, halves to even, as printf does. False if it cannot decide.
 //
 // The value is f * 2^q with f in [2^63, 2^64); it lies in [2^-64, 2^64). Scaled by 10^k, it is to have all
 // wanted digits ahead of its point. That is (f * P + f * d) * 2^(q + s), with P, d and s as in Power. The
-// product f * P is exact in 128 bits. Of it, high is looked at, in units of 2^64: what is cut off is less
+// product f * P is exact in 128 bits. Only its upper half counts, high, in units of 2^64: the rest is less
 // than one unit, and so is f * d. Therefore the scaled value is at least high, and less than high + 2; with d
 // = 0 it is the product. In high, the fraction takes shift bits:
 //   below half - 1   less than half even with both faults: down
 //   half - 1         with d > 0, on either side: the caller falls back
 //   half             with d > 0, more than half: up. Else a tie if nothing was cut off
 //   above            up
-// That the table's power may be next to 10^e only is no harm: a value that equals it while it is less than
-// 10^e is given one decimal place too few, and rounds up to 10^e all the same.
+// realPower(e) may be a double just below 10^e. A value equal to it gets one decimal place too few, and still
+// rounds up to 10^e.
 template <int kDigits>
 bool roundTo(double value, Decimal& decimal) {
   const auto bits = std::bit_cast<std::uint64_t>(value);
@@ -151,7 +150,7 @@ bool roundTo(double value, Decimal& decimal) {
   return true;
 }
 
-// Of two digits, as all that roundTo can give.
+// Two digits hold every exponent of roundTo.
 char* putExponent(char* to, int exponent) {
   const int magnitude = exponent < 0 ? -exponent : exponent;
   to[0] = 'e';
@@ -192,7 +191,7 @@ char* putGeneral(char* to, const Decimal& decimal) {
 }  // namespace
 
 char* putUint(char* to, std::uint32_t value) {
-  if (value < 10) {  // as most counts are
+  if (value < 10) {  // like most counts
     *to = static_cast<char>('0' + value);
     return to + 1;
   }
@@ -244,7 +243,7 @@ namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Takes digits behind those that number has. It wraps beyond 19 of them.
+// Appends digits to number, which wraps beyond 19 of them.
 const char* takeDigits(const char* at, const char* end, std::uint64_t& number) {
   for (; at != end && isDigit(*at); ++at) {
     number = number * 10 + static_cast<std::uint64_t>(*at - '0');
@@ -252,7 +251,7 @@ const char* takeDigits(const char* at, const char* end, std::uint64_t& number) {
   return at;
 }
 
-// Takes what may stand behind the digits: "e", a sign, and one digit or two. Stops ahead of anything else.
+// Takes an exponent, if there is one: "e", perhaps a sign, and one or two digits.
 const char* takeExponent(const char* at, const char* end, int& exponent) {
   if (end - at < 2 || (*at != 'e' && *at != 'E')) {
     return at;
@@ -268,7 +267,7 @@ const char* takeExponent(const char* at, const char* end, int& exponent) {
   return stop;
 }
 
-// What eightDigits has taken apart.
+// The inverse of eightDigits.
 std::uint32_t numberOf(std::uint64_t digits) {
   constexpr std::uint64_t kPairs = 0xff'0000'00ff;
   const std::uint64_t pairs = digits * 10 + (digits >> 8);
@@ -277,15 +276,14 @@ std::uint32_t numberOf(std::uint64_t digits) {
   return static_cast<std::uint32_t>((even + odd) >> 32);
 }
 
-// number * 10^exponent. A whole number up to 2^53 is a double, and so is a power of ten up to 10^22; their
-// quotient or product is rounded once, as it should be.
+// number * 10^exponent. Whole numbers up to 2^53 and powers of ten up to 10^22 are doubles, so their product
+// or quotient is rounded only once.
 double scaled(std::uint64_t number, int exponent) {
   const auto whole = static_cast<double>(number);
   return exponent < 0 ? whole / realPower(-exponent) : whole * realPower(exponent);
 }
 
-// A number as putScientific writes it, which is how the wire has its reals: "3.540920e+01". False for any
-// other.
+// Reads the form of putScientific, in which reals travel: "3.540920e+01". False for any other.
 bool readScientific(const char* begin, const char* end, double& value) {
   const bool negative = begin != end && *begin == '-';
   const char* const text = begin + (negative ? 1 : 0);

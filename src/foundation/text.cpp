@@ -12,7 +12,6 @@
 #include "foundation/number_text.h"
 
 namespace morvex {
-
 namespace {
 
 constexpr std::string_view kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -28,10 +27,9 @@ std::string integerToString(Integer value, bool pad) {
   return text.append(digits.begin(), end);
 }
 
-// Takes plain text, such as a number is nearly always. False sends the caller to the C library, which
-// defines what else is a number.
+// Reads the usual form: digits, perhaps after a minus. For any other the C library decides.
 template <class Integer>
-bool readPlain(std::string_view text, Integer& value) {
+bool readDigits(std::string_view text, Integer& value) {
   const char* end = text.data() + text.size();
   const auto result = std::from_chars(text.data(), end, value);
   return result.ec == std::errc() && result.ptr == end;
@@ -41,7 +39,7 @@ bool readPlain(std::string_view text, Integer& value) {
   throw error::EParseError("Error parsing: " + quotedString(text));
 }
 
-// What strtoul gives on a platform whose long has 32 bits.
+// The outcome of strtoul where long has 32 bits.
 struct Unsigned32 {
   std::uint32_t value;
   bool outOfRange;
@@ -89,7 +87,7 @@ std::size_t digitsFrom(std::string_view text, std::size_t begin) {
   return end - begin;
 }
 
-// Compares what begins at i, and moves i past it.
+// Compares the characters or the runs of digits at i, and moves i past them.
 int compareStep(std::string_view left, std::string_view right, std::size_t& i) {
   if (!isDigit(left[i]) || !isDigit(right[i])) {
     const int order = sign(static_cast<signed char>(left[i]), static_cast<signed char>(right[i]));
@@ -115,9 +113,9 @@ constexpr auto kBase64Values = [] {
   return values;
 }();
 
-// The letter that stands behind the backslash of a byte's escape, or 0.
+// The letter after the backslash in the escape of a byte, or 0.
 constexpr char escapeLetter(char c) {
-  constexpr std::string_view kLetters = "abtnvfr";  // for the bytes from 7 on
+  constexpr std::string_view kLetters = "abtnvfr";  // of the bytes from 7 on
   if (c >= 7 && c <= 13) {
     return kLetters[static_cast<std::size_t>(c - 7)];
   }
@@ -195,7 +193,7 @@ double stringToReal(std::string_view text) {
 
 std::int32_t stringToInt(std::string_view text) {
   std::int32_t value = 0;
-  if (readPlain(text, value)) {
+  if (readDigits(text, value)) {
     return value;
   }
   const std::string terminated(text);
@@ -210,7 +208,7 @@ std::int32_t stringToInt(std::string_view text) {
 
 std::uint32_t stringToUint(std::string_view text) {
   std::uint32_t value = 0;
-  if (readPlain(text, value)) {
+  if (readDigits(text, value)) {
     return value;
   }
   const Unsigned32 number = readUnsigned32(text, 10);
@@ -290,7 +288,7 @@ int naturalCompare(std::string_view left, std::string_view right) {
       return order;
     }
   }
-  return sign(left.size(), right.size());  // what is left of one of them, the other being used up
+  return sign(left.size(), right.size());  // at least one of them is used up
 }
 
 std::string base64Encode(std::span<const std::uint8_t> bytes) {
@@ -312,7 +310,7 @@ std::string base64Encode(std::span<const std::uint8_t> bytes) {
 void base64Decode(std::string_view text, std::vector<std::uint8_t>& bytes) {
   bytes.clear();
   std::uint32_t group = 0;
-  int bits = 0;  // how many at the low end of group are not stored yet
+  int bits = 0;  // at the low end of group that are not stored yet
   for (const char c : text.substr(0, text.find('='))) {
     const std::int8_t value = kBase64Values[static_cast<unsigned char>(c)];
     if (value < 0) {
@@ -333,7 +331,7 @@ void splitFields(std::vector<std::string>& fields, std::string_view text, char d
     if (count == fields.size()) {
       fields.emplace_back();
     }
-    fields[count++] = piece;  // whoever splits line after line needs no new memory
+    fields[count++] = piece;  // reuses the memory when lines are split one by one
   });
   fields.resize(count);
 }

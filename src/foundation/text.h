@@ -21,10 +21,10 @@ std::string uint64ToString(std::uint64_t value);
 // Lower-case hexadecimal, padded on the left with zeros up to minimumWidth.
 std::string hexToString(std::uint32_t value, std::size_t minimumWidth);
 
-// As printf's %f; a negative width or precision leaves the default. "nan", "inf" and "-inf" stand for those.
+// As printf's %f; a negative width or precision means the default. Otherwise "nan", "inf" or "-inf".
 std::string realToString(double value, int width, int precision);
 
-// Appends the value as printf's %g does, six significant digits. That is how listings print reals.
+// Appends the value as printf's %g does, with six significant digits. Listings print reals this way.
 void appendReal(std::string& text, double value);
 
 // As strtod; also takes "nan", "inf" and "-inf".
@@ -35,7 +35,7 @@ double stringToReal(std::string_view text);
 std::int32_t stringToInt(std::string_view text);
 std::uint32_t stringToUint(std::string_view text);
 
-// As strtoul in base 16. Unlike the decimal ones it refuses what is out of range.
+// As strtoul in base 16, but refuses a number out of range.
 std::uint32_t hexStringToUint(const std::string& text);
 
 // A GID is four bytes in hexadecimal, most significant first: "0a:0b:0c:0d".
@@ -52,13 +52,12 @@ int naturalCompare(std::string_view left, std::string_view right);
 
 // RFC 4648, section 4, without line breaks.
 std::string base64Encode(std::span<const std::uint8_t> bytes);
-// Skips what is not in the alphabet and ends at the first "=". Has no faults.
+// Skips characters outside the alphabet and ends at the first "=". Never fails.
 void base64Decode(std::string_view text, std::vector<std::uint8_t>& bytes);
 
 // Cuts the text at each delimiter. Empty pieces are kept only with keepEmpty. splitFields replaces fields.
 void splitFields(std::vector<std::string>& fields, std::string_view text, char delimiter, bool keepEmpty);
-// The same without empty pieces and without copies: returns how many pieces there are, and stores those for
-// which fields has room.
+// The same without empty pieces and copies. Returns the number of pieces, and stores as many as fields holds.
 std::size_t splitFields(std::span<std::string_view> fields, std::string_view text, char delimiter);
 std::list<std::string> splitToList(std::string_view text, char delimiter, bool keepEmpty);
 

@@ -9,11 +9,11 @@ void wipe(void* memory, std::size_t size) noexcept {
     return;
   }
   std::memset(memory, 0, size);
-  asm volatile("" : : "r"(memory) : "memory");  // as far as the compiler knows, somebody reads the zeros
+  asm volatile("" : : "r"(memory) : "memory");  // tells the compiler that the zeros are read
 }
 
 void wipe(std::string& text) noexcept {
-  text.resize(text.capacity());  // what was there once and was shortened away is overwritten as well
+  text.resize(text.capacity());  // overwrites longer content of the past as well
   wipe(text.data(), text.size());
   text.clear();
 }

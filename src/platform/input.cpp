@@ -1,13 +1,49 @@
 #include "platform/input.h"
 
 #include <algorithm>
+#include <cstring>
 
+#include "foundation/errors.h"
+#include "platform/files.h"
 #include "platform/traffic.h"
 
 namespace morvex {
+namespace {
+
+class DescriptorReader final : public LineReader {
+ public:
+  explicit DescriptorReader(int descriptor) : descriptor_(descriptor) {}
+  ~DescriptorReader() override {
+    if (descriptor_ != kStandardInput) {
+      platform_close(descriptor_);
+    }
+  }
+
+ private:
+  std::size_t read(std::span<char> block) override {
+    std::size_t count = 0;
+    if (const int code = platform_read(descriptor_, block, count); code != 0) {
+      throwSystemError(std::string("Error reading input: ") + std::strerror(code));
+    }
+    return count;
+  }
+
+  int descriptor_;
+};
+
+}  // namespace
+
+std::unique_ptr<LineReader> LineReader::open(const std::string& name) {
+  const int descriptor = platform_open_file(name);
+  return descriptor < 0 ? nullptr : std::make_unique<DescriptorReader>(descriptor);
+}
+
+std::unique_ptr<LineReader> LineReader::standardInput() {
+  return std::make_unique<DescriptorReader>(kStandardInput);
+}
 
 bool LineReader::next(std::string_view& line, std::size_t longest) {
-  std::size_t length = 0;  // of what is known to hold no line feed
+  std::size_t length = 0;  // of the part that is known to hold no line feed
   bool feedFound = false;
   while (!feedFound && !ended_) {
     const std::string_view fresh(buffer_.data() + begin_ + length, end_ - begin_ - length);
@@ -28,7 +64,7 @@ bool LineReader::next(std::string_view& line, std::size_t longest) {
   return (feedFound || length > 0) && line.size() <= longest;
 }
 
-// Makes room behind what is left, by moving it to the front: a line is moved once at most.
+// Moves the rest to the front to make room: a line is moved once at most.
 bool LineReader::fill() {
   const auto front = buffer_.begin();
   const auto at = [front](std::size_t index) { return front + static_cast<std::ptrdiff_t>(index); };

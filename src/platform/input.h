@@ -21,23 +21,23 @@ class LineReader {
   static std::unique_ptr<LineReader> open(const std::string& name);
   static std::unique_ptr<LineReader> standardInput();
 
-  // The next line, good until the next call, without its line end: a line feed, and a carriage return ahead
-  // of it. The last line may lack the line feed. False at the end of the input, and at a line of more than
-  // longest characters, which ends the reading for good. Throws error::ESystemError with
-  // "Error reading input: " and the system's text for input that cannot be read.
+  // Gives the next line without its line end: a line feed, and a carriage return before it. The last line may
+  // lack the line feed. The line is valid until the next call. False at the end of the input, and for good at
+  // a line of more than longest characters. A failure to read throws error::ESystemError with "Error reading
+  // input: " and the system's text.
   bool next(std::string_view& line, std::size_t longest);
 
  protected:
   static constexpr std::size_t kBlock = 65536;
 
-  // Waits for input and puts as much as there is, at least one byte, into the block. Returns how many bytes
-  // came, 0 at the end of the input.
+  // Waits for input and puts as much as there is, at least one byte, into the block. Returns the number of
+  // bytes, 0 at the end of the input.
   virtual std::size_t read(std::span<char> block) = 0;
 
  private:
   bool fill();
 
-  std::vector<char> buffer_;  // holds what has been read and not been taken from begin_ to end_
+  std::vector<char> buffer_;  // unread input stands from begin_ to end_
   std::size_t begin_ = 0;
   std::size_t end_ = 0;
   bool ended_ = false;

@@ -11,7 +11,7 @@
 
 namespace morvex {
 
-// The sockets of a server in one thread, which never block, waiting for them, and what the user ends it with.
+// Sockets that never block, for a server in one thread: waiting for them, and for the user to end the server.
 
 // A socket that is closed with its owner.
 class OwnedSocket {
@@ -35,7 +35,8 @@ class Peer {
  public:
   explicit Peer(OwnedSocket socket) : socket_(std::move(socket)) {}
 
-  // Bytes moved, and 0 for none at the moment. Empty when the connection has ended or failed.
+  // Return the number of bytes moved, 0 if none could move now. Empty when the connection has ended or
+  // failed.
   std::optional<std::size_t> receive(std::span<std::uint8_t> buffer);
   std::optional<std::size_t> send(std::span<const std::uint8_t> bytes);
 
@@ -52,7 +53,8 @@ class Listener {
 
   std::uint16_t port() const { return port_; }
 
-  // The next client that waits. Empty if there is none, or none can be taken; the latter sets exhausted.
+  // The next client in the queue. Empty if there is none, or the system has no room for one, which sets
+  // exhausted.
   std::optional<Peer> accept(bool& exhausted);
 
   SocketHandle handle() const { return socket_.handle(); }
@@ -62,7 +64,7 @@ class Listener {
   std::uint16_t port_ = 0;
 };
 
-// What to wait for on one socket, and what came of it.
+// One socket of a wait: the events to wait for, then those that came.
 struct Watch {
   SocketHandle socket;
   bool input;
@@ -70,12 +72,12 @@ struct Watch {
   bool failed = false;  // the connection is gone
 };
 
-// From here on the user's request to end the program, SIGINT and SIGTERM or Ctrl+C and Ctrl+Break, only ends
-// a wait. Throws error::ESystemError.
+// From here on SIGINT and SIGTERM, or Ctrl+C and Ctrl+Break, request a stop: they end a wait instead of the
+// program. Throws error::ESystemError.
 void catchStopRequests();
 bool stopRequested();
 
-// Returns when a watch is ready, the time is over (never without one), or a stop was requested. input and
+// Returns when a watch is ready, the time is over (without one: never), or a stop was requested. input and
 // output then say what is ready. Throws error::ESystemError.
 void waitForSockets(std::span<Watch> watches, std::optional<std::chrono::milliseconds> time);
 

@@ -5,12 +5,11 @@
 #include <utility>
 
 #include "foundation/errors.h"
-#include "platform/descriptor.h"
+#include "platform/files.h"
 #include "platform/terminal.h"
 #include "platform/traffic.h"
 
 namespace morvex {
-
 namespace {
 
 void check(int code) {
@@ -37,7 +36,7 @@ class DescriptorFile final : public OutputFile {
   ~DescriptorFile() override {
     try {
       close();
-    } catch (...) {  // said in the header: only those who call close() hear of failures
+    } catch (...) {  // only close() reports failures
       if (descriptor_ >= 0) {
         platform_close(descriptor_);
       }
@@ -64,12 +63,12 @@ void Output::flush() {
     return;
   }
   const std::string_view block(buffer_.get(), size_);
-  size_ = 0;  // should it fail, part may be out: a later flush must not write that twice, nor fail again
+  size_ = 0;  // even if this fails: part may be out, and a later flush must not write it again
   drain(block);
   g_traffic.count(Way::written, block.size());
 }
 
-// There is always less than a block in the buffer.
+// Called while the buffer holds less than a block.
 void Output::grow(std::size_t count) {
   const std::size_t capacity = kBlock + std::max(count, kBlock / 16);
   auto larger = std::make_unique_for_overwrite<char[]>(capacity);
@@ -91,7 +90,7 @@ std::unique_ptr<OutputFile> OutputFile::create(const std::string& name) {
 void printError(std::string_view text) noexcept {
   try {
     standardOutput().flush();
-  } catch (...) {  // there is no better place for that message than the one that is under way
+  } catch (...) {  // the message at hand is the one to report
   }
   g_traffic.tell(Occasion::message);
   platform_write(kStandardError, text);

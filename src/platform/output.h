@@ -11,11 +11,11 @@ namespace morvex {
 // Nobody reads standard output or the output file any more. main ends the run quietly, with exit code 1.
 struct OutputAbandoned {};
 
-// Text on its way out, in blocks. A failure to write throws error::ESystemError with
+// Collects text and writes it in blocks. A failure to write throws error::ESystemError with
 // "Error writing output: " and the system's text, or OutputAbandoned.
 class Output {
  public:
-  Output() = default;  // takes no memory yet, so that main can flush what was never used when there is none
+  Output() = default;  // takes no memory: main flushes it even when there is none
   virtual ~Output() = default;
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
@@ -30,8 +30,8 @@ class Output {
   // Ends a line. An interactive medium gets each line at once.
   void endLine() { endLine(room(1)); }
 
-  // For who prints many lines: room for the rest of a line, its end included, behind what was written so far.
-  // It lasts until the next call; endLine says how far it was filled, and without that, nothing was written.
+  // The fast way to print many lines: gives room for the rest of a line with its end, valid until the next
+  // call. endLine takes the end of the text in it; without endLine nothing is written.
   char* room(std::size_t count) {
     if (capacity_ - size_ < count) {
       grow(count);
@@ -46,7 +46,7 @@ class Output {
     }
   }
 
-  // On return all that was written has reached the medium.
+  // Writes all text to the medium before it returns.
   void flush();
 
  protected:
@@ -65,10 +65,10 @@ class Output {
   std::size_t size_ = 0, capacity_ = 0;
 };
 
-// Standard output. Flushed by whoever ends the run: main, usageError, printError.
+// Standard output. main, usageError and printError flush it.
 Output& standardOutput();
 
-// An output file. Its destructor closes it and stays silent; call close() to hear of failures.
+// An output file. Its destructor closes it in silence; close() reports failures.
 class OutputFile : public Output {
  public:
   // Creates the file or replaces its contents; null if it cannot be opened.
@@ -78,8 +78,8 @@ class OutputFile : public Output {
   virtual void close() = 0;
 };
 
-// Writes to standard error, after all that standard output holds, so that both keep their order, and in place
-// of a line of progress. Without faults: a message that cannot be written has no other place to go.
+// Flushes standard output, so that both keep their order, clears a line of progress, and writes to standard
+// error. Never fails: a message that cannot be written has no other place to go.
 void printError(std::string_view text) noexcept;
 
 }  // namespace morvex

@@ -5,30 +5,30 @@
 
 namespace morvex {
 
-// Terminals, by what a program that shows something beside its data has to know about them.
+// Terminals, for a program that shows more than its data.
 
 enum class StandardStream { input, output, error };  // in the order of their descriptors, from 0
 
-// The C library's number of a file, or a standard stream.
+// descriptor is the C library's number of a file.
 bool isTerminal(int descriptor);
 inline bool isTerminal(StandardStream stream) { return isTerminal(static_cast<int>(stream)); }
 
-// Whether a file of that name, which the program is about to open, is a terminal. Only devices are opened to
-// find out: opening a pipe would be noticed at its other end.
+// Whether the file of that name is a terminal. Opens only devices to find out: the other end of a pipe would
+// notice.
 bool isTerminal(const std::string& fileName);
 
-// What became of a text for the terminal behind standard error.
+// The outcome for a text on the terminal of standard error.
 enum class TerminalOutcome {
   shown,
-  heldBack,  // it has no room now, or is not ours to write to now
-  lost,      // it will take no more
+  heldBack,  // there is no room now, or the process is in the background
+  lost,      // the terminal will take no more
 };
 
-// Prepares showOnErrorTerminal. False if standard error is no terminal, or not to be had that way.
+// Prepares showOnErrorTerminal. False if standard error is no terminal, or cannot be opened once more.
 bool openErrorTerminal();
 
-// Shows a text that may as well be missed. Never waits, not even for a terminal that the user has halted, and
-// writes nothing from the background, where that might stop the process. Without faults.
+// Shows a text that may get lost. Never waits, not even for a halted terminal, and writes nothing from the
+// background, where a write might stop the process. Never fails.
 TerminalOutcome showOnErrorTerminal(std::string_view text) noexcept;
 
 }  // namespace morvex

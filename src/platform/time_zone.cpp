@@ -11,7 +11,6 @@
 #include "platform/clock.h"
 
 namespace morvex {
-
 namespace {
 
 // TZ as it was when the program started; nothing if it was not set.
@@ -23,7 +22,7 @@ const std::optional<std::string>& startZone() {
   return recorded;
 }
 
-// The notation of TZ counts hours west of Greenwich, so the sign is the opposite one.
+// TZ counts hours west of Greenwich, so the sign is the opposite one.
 std::string zoneText(std::int32_t offset) {
   const std::uint32_t seconds =
       offset < 0 ? 0 - static_cast<std::uint32_t>(offset) : static_cast<std::uint32_t>(offset);
@@ -59,7 +58,7 @@ std::int32_t secondOfDay(const std::tm& fields) {
   return fields.tm_hour * kHour + fields.tm_min * 60 + fields.tm_sec;
 }
 
-// As if clocks were never changed. In the years of 32-bit times.
+// Seconds since 1970 as if clocks never changed. For the years of 32-bit times.
 std::int64_t clockSeconds(const std::tm& fields) {
   using namespace std::chrono;
   const sys_days date = year(fields.tm_year + 1900) / (fields.tm_mon + 1) / fields.tm_mday;
@@ -98,7 +97,7 @@ std::int64_t composeTime(const TimeZone& zone, std::tm& fields) {
 }
 
 const std::tm& Calendar::breakDown(std::uint64_t time) {
-  applyZone(zone_);  // by which the C library will print the fields
+  applyZone(zone_);  // the C library prints the fields by it
   const std::uint64_t second = time - begin_;
   if (second >= kDay || !isEven()) {
     std::tm fields{};
@@ -134,19 +133,19 @@ void Calendar::note(const std::tm& fields, std::uint64_t time, bool composed) {
   composed_ = composed;
 }
 
-// Checked at the second time in a day only, so that times far apart cost nothing more.
+// Checks a day at its second time only, so that times far apart cost nothing more.
 bool Calendar::isEven() {
   if (day_ == Day::unchecked) {
     applyZone(zone_);
     constexpr auto kLimit = std::numeric_limits<std::uint32_t>::max();
-    // Where the years meet, the C library goes from the rules of one to those of the other.
+    // At the turn of the year the C library changes to the rules of the next.
     const bool inRange = within(fields_.tm_yday, 3, 361) && begin_ <= kLimit;
     day_ = inRange && goesOnAt(begin_ - kDay) && goesOnAt(begin_ + 2 * kDay - 1) ? Day::even : Day::uneven;
   }
   return day_ == Day::even;
 }
 
-// Whether the clocks show at that time what they should by those of fields_, leap seconds among it.
+// Whether clocks run from fields_ to that time without a change or a leap second.
 bool Calendar::goesOnAt(std::uint64_t time) const {
   const auto distance = static_cast<std::int64_t>(time - begin_) - secondOfDay(fields_);
   std::tm fields{};

@@ -9,8 +9,8 @@
 namespace morvex {
 
 // A zone for time conversions: the process's own, or a fixed offset.
-// The first construction in the process records the environment variable TZ, so that conversions in the
-// process's own zone always mean the zone in which the program was started.
+// The first construction in the process records the environment variable TZ: the process's own zone is always
+// the one in which the program was started.
 class TimeZone {
  public:
   static constexpr std::int32_t localMarker = 0xffffff;
@@ -24,14 +24,14 @@ class TimeZone {
 // Seconds since 1970-01-01 00:00 UTC to calendar time. Throws error::ESystemError.
 void breakDownTime(const TimeZone& zone, std::tm& result, std::uint64_t time);
 
-// And back. Fields out of their range carry over, and the structure may be normalised.
-// Throws error::ESystemError for a time that is not representable, or is -1.
+// And back. Fields out of range carry over, and may come back normalised. Throws error::ESystemError for a
+// time that is not representable, or is -1.
 std::int64_t composeTime(const TimeZone& zone, std::tm& fields);
 
-// Conversions of many times that lie near each other, as those of a series do: with the outcome of the two
-// functions above, called in the same order. The C library is asked about each day; the times of an even one,
-// which lies a day or more away from any change of the clocks, follow by arithmetic. Clocks that are changed
-// and changed back within three days would go unnoticed; no zone has that.
+// Converts many times that lie near each other, such as those of a series. The outcome is that of the two
+// functions above, called in the same order. Asks the C library about each day; on an even day, a day or more
+// away from any change of clocks, the other times follow by arithmetic. A change that is undone within three
+// days would go unnoticed; no zone has one.
 class Calendar {
  public:
   explicit Calendar(const TimeZone& zone) : zone_(zone) {}
@@ -39,8 +39,8 @@ class Calendar {
   // As breakDownTime. Good until the next call.
   const std::tm& breakDown(std::uint64_t time);
 
-  // As composeTime. Where clocks were put back, the C library goes by the offset of what it composed before:
-  // as it should, unless another Calendar has composed in between.
+  // As composeTime. Where clocks were put back, the C library goes by the offset of the time composed before.
+  // Another Calendar that composes in between would mislead it.
   std::int64_t compose(const std::tm& fields);
 
  private:
@@ -52,18 +52,17 @@ class Calendar {
 
   TimeZone zone_;
   Day day_ = Day::unknown;
-  std::uint64_t begin_ = 0;  // of the day, reckoned back from a time in it
+  std::uint64_t begin_ = 0;  // of the day, computed from a time in it
   std::tm fields_{};         // of the last time in it
-  bool composed_ = false;    // a time in it was the last that the C library composed
+  bool composed_ = false;    // the C library composed a time in it last
 };
 
-// Year, month, day, hour, minute and second to seconds since 1970. A field out of its range gives 0; the day
-// is not compared with the length of its month. Throws as composeTime does, and error::EParseError for a text
-// that is no number.
+// Year, month, day, hour, minute and second to seconds since 1970. A field out of range gives 0; every month
+// may have 31 days. Throws as composeTime does, and error::EParseError for a text that is no number.
 std::int64_t calendarTime(const std::array<std::int32_t, 6>& fields, Calendar& calendar);
 std::int64_t parseCalendarTime(const std::array<std::string_view, 6>& fieldTexts, Calendar& calendar);
 
-// Reads 'YYYY-MM-DD-Thh:mm:ss', whatever stands between the numbers. A field out of its range gives 0.
+// Reads 'YYYY-MM-DD-Thh:mm:ss', with any characters between the numbers. A field out of range gives 0.
 // Throws error::EParseError for another length than 20, and as parseCalendarTime does.
 std::int64_t parseIsoTime(const std::string& text, const TimeZone& zone);
 

@@ -6,7 +6,7 @@
 
 namespace morvex {
 
-// Where the bytes of a phase go: from and to the server, from and to the file or standard stream of the data.
+// The way of bytes: from or to the server, from or to the file or standard stream of the data.
 enum class Way { received, sent, read, written };
 
 enum class Occasion {
@@ -14,8 +14,8 @@ enum class Occasion {
   message,  // something is about to be written to standard error
 };
 
-// What has passed since the start. Streams count bytes, whoever handles rows counts those, and a line of
-// progress may read both. Counting has no faults.
+// What has passed since the start. Streams count bytes, handlers of rows count rows, and a line of progress
+// reads both. Counting never fails.
 struct Traffic {
   std::array<std::uint64_t, 4> bytes{};  // by Way
   std::uint64_t rows = 0;                // read, written, sent or received; whole or begun

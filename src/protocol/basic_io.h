@@ -5,12 +5,12 @@
 
 namespace morvex::protocol {
 
-// A stream that bytes can be written to. Throws error::ESystemError.
+// A stream to write bytes to. Throws error::ESystemError.
 class BasicIo {
  public:
   virtual ~BasicIo() = default;
   virtual void write(const std::uint8_t* bytes, std::size_t count) = 0;
-  // Everything written so far goes out.
+  // Sends everything written so far.
   virtual void flush() = 0;
 };
 
@@ -23,7 +23,6 @@ class BasicIo : public protocol::BasicIo {
  public:
   // Waits for at least one byte and returns how many came, at most capacity. 0 only for a capacity of 0.
   virtual std::size_t read(std::uint8_t* bytes, std::size_t capacity) = 0;
-  virtual bool hasData() = 0;
 };
 
 }  // namespace morvex::old_protocol

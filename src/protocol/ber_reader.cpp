@@ -24,10 +24,6 @@ BerReader::BerReader(const protocol::BerProtocol& catalogue, std::unique_ptr<Bas
 BerReader::~BerReader() { wipe(rest_.data(), rest_.size()); }  // session keys pass through
 
 void BerReader::read() {
-  if (sniffing_) {
-    readOpening();
-    return;
-  }
   std::array<std::uint8_t, kChunkSize> chunk;
   std::size_t count = 0;
   try {
@@ -38,23 +34,26 @@ void BerReader::read() {
     }
     return;  // what is complete comes first; a lasting fault will show again
   }
-  feed(std::span(chunk).first(count));
+  const std::span<const std::uint8_t> fresh = std::span(chunk).first(count);
+  feed(sniffing_ ? takeOpening(fresh) : fresh);
   if (count == kChunkSize) {  // there is more to come
     platform_populate_heap();
   }
 }
 
-// The first bytes decide on the tag set. They are parsed once the decision stands.
-void BerReader::readOpening() {
-  openingCount_ += stream_->read(opening_.data() + openingCount_, opening_.size() - openingCount_);
+// The first bytes decide on the tag set. They are parsed once the decision stands. Returns what follows them.
+std::span<const std::uint8_t> BerReader::takeOpening(std::span<const std::uint8_t> chunk) {
+  const std::size_t taken = std::min(chunk.size(), opening_.size() - openingCount_);
+  std::copy_n(chunk.begin(), taken, opening_.begin() + static_cast<std::ptrdiff_t>(openingCount_));
+  openingCount_ += taken;
   const std::span<const std::uint8_t> seen = std::span(opening_).first(openingCount_);
   const bool isHello = std::ranges::equal(seen, std::span(kLegacyHello).first(openingCount_));
-  if (isHello && openingCount_ < kLegacyHello.size()) {
-    return;
+  if (!isHello || openingCount_ == kLegacyHello.size()) {
+    decoder_.setLegacy(isHello);
+    sniffing_ = false;
+    feed(seen);
   }
-  decoder_.setLegacy(isHello);
-  sniffing_ = false;
-  feed(seen);
+  return chunk.subspan(taken);
 }
 
 void BerReader::send(const protocol::Record& message) {

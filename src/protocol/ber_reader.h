@@ -53,7 +53,7 @@ class BerReader final : public GenericLayer {
   bool legacy() const { return decoder_.legacy(); }
 
  private:
-  void readOpening();
+  std::span<const std::uint8_t> takeOpening(std::span<const std::uint8_t> chunk);
   void keep(std::span<const std::uint8_t> rest);
 
   std::unique_ptr<BasicIo> stream_;

@@ -8,8 +8,8 @@
 
 namespace morvex::old_protocol {
 
-// Puts a read buffer and a write buffer of 64 KiB on a stream, which it owns. What has not been flushed when
-// it is destroyed is not sent.
+// Puts a write buffer of 64 KiB on a stream, which it owns. Reads go straight to the stream: its reader takes
+// blocks of that size. The destructor drops what has not been flushed.
 class BufferIo final : public BasicIo {
  public:
   explicit BufferIo(std::unique_ptr<BasicIo> lower);
@@ -19,19 +19,16 @@ class BufferIo final : public BasicIo {
 
   void write(const std::uint8_t* bytes, std::size_t count) override;
   void flush() override;
-  std::size_t read(std::uint8_t* bytes, std::size_t capacity) override;
-  bool hasData() override { return true; }
+  std::size_t read(std::uint8_t* bytes, std::size_t capacity) override {
+    return lower_->read(bytes, capacity);
+  }
 
  private:
   static constexpr std::size_t kSize = 0x10000;
 
   std::unique_ptr<BasicIo> lower_;
-  std::unique_ptr<std::uint8_t[]> readBuffer_;
-  std::uint8_t* readCursor_;
-  std::uint8_t* readEnd_;
-  std::unique_ptr<std::uint8_t[]> writeBuffer_;
-  std::uint8_t* writeCursor_;
-  std::uint8_t* writeEnd_;
+  std::unique_ptr<std::uint8_t[]> buffer_;
+  std::size_t used_ = 0;
 };
 
 }  // namespace morvex::old_protocol

@@ -10,9 +10,7 @@
 namespace morvex::old_protocol {
 namespace {
 
-// Blocking, and with Nagle's algorithm: socket_connect looks at no bit that is set here.
-constexpr unsigned kConnectFlags = 4;
-
+constexpr unsigned kNoFlags = 0;  // blocking, and with Nagle's algorithm
 constexpr std::size_t kEarlyBlock = 0x10000;
 
 constexpr const char* kReading = "Error reading from socket: ";
@@ -30,10 +28,10 @@ OsalSocket::OsalSocket(const std::string& host, std::uint32_t port) {
   check(socket_startup(), "Error initializing socket subsystem: ");
   std::uint32_t address = 0;
   check(socket_resolve(host.c_str(), address));
-  check(socket_connect(address, static_cast<std::uint16_t>(port), socket_, kConnectFlags));
+  check(socket_connect(address, static_cast<std::uint16_t>(port), socket_, kNoFlags));
 }
 
-// A destructor has no caller to tell, so it tells the user, without allocating.
+// A destructor cannot throw, so it tells the user itself, without allocating.
 OsalSocket::~OsalSocket() {
   if (const char* failure = socket_close(socket_)) {
     printError(socket_format("Error closing socket: %s\n", failure));
@@ -64,10 +62,8 @@ std::size_t OsalSocket::read(std::uint8_t* bytes, std::size_t capacity) {
   return received;
 }
 
-bool OsalSocket::hasData() { return !early_.empty() || socket_readable(socket_, 0); }
-
-// One block at most, so that a peer that never stops sending cannot keep us from it. An end of the stream is
-// left to read(): the peer may still be listening.
+// One block at most: a peer that never stops sending must not keep us from writing. read() reports the end of
+// the stream, as the peer may still be listening.
 void OsalSocket::takeEarly() {
   if (!socket_readable(socket_, 0)) {
     return;
@@ -92,8 +88,8 @@ std::size_t OsalSocket::giveEarly(std::uint8_t* bytes, std::size_t capacity) {
   return count;
 }
 
-// A server that keeps us waiting is no reason to show nothing, or what was true before the last bytes came.
-// Asking each time, even with more there to be read, would cost half a percent.
+// Shows the latest figures while the server keeps us waiting. To ask before every read, even with more input
+// at hand, would cost half a percent.
 void OsalSocket::showWaiting() {
   if (drained_ && g_traffic.behind && !socket_readable(socket_, 1)) {
     g_traffic.tell(Occasion::passed);

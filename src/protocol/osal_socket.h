@@ -19,13 +19,12 @@ class OsalSocket final : public BasicIo {
   OsalSocket(const OsalSocket&) = delete;
   OsalSocket& operator=(const OsalSocket&) = delete;
 
-  // Takes in what has come before it sends: a peer that cannot get rid of its answers may read nothing more,
-  // and then both sides would wait for each other.
+  // Takes in pending input before it sends. A peer that cannot get rid of its answers may stop reading, and
+  // both sides would wait for each other.
   void write(const std::uint8_t* bytes, std::size_t count) override;
   void flush() override {}  // nothing is held back here
-  // The end of the stream is a failure too.
+  // The end of the stream is a failure as well.
   std::size_t read(std::uint8_t* bytes, std::size_t capacity) override;
-  bool hasData() override;
 
  private:
   void showWaiting();
@@ -33,9 +32,9 @@ class OsalSocket final : public BasicIo {
   std::size_t giveEarly(std::uint8_t* bytes, std::size_t capacity);
 
   SocketHandle socket_ = kInvalidSocket;
-  std::vector<std::uint8_t> early_;  // came while there was something to send
+  std::vector<std::uint8_t> early_;  // input that came ahead of a write
   std::size_t earlyGiven_ = 0;       // how many of those read() has handed out
-  bool drained_ = true;              // the last receive took all that there was
+  bool drained_ = true;              // the last receive took all input at hand
 };
 
 // The stream of a session: a connection under a buffer.

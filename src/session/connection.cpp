@@ -1,10 +1,11 @@
 #include "session/connection.h"
 
+#include <utility>
+
 #include "foundation/assertion.h"
 #include "foundation/errors.h"
 #include "foundation/wipe.h"
 #include "protocol/messages/envelope.h"
-#include "session/handshake.h"
 
 namespace morvex {
 
@@ -12,7 +13,7 @@ using comquery::Request;
 
 namespace {
 
-// Overwrites a password however its scope ends.
+// Overwrites a password at the end of its scope.
 struct WipeOnExit {
   std::string& secret;
   ~WipeOnExit() { wipe(secret); }
@@ -26,20 +27,21 @@ std::unique_ptr<Connection> Connection::newSession(IoFactory factory, const std:
                                                    std::uint32_t port, const std::string& clientName,
                                                    const std::string& login, const std::string& password,
                                                    const std::string& domain) {
-  Handshake handshake(factory, server, port);
   protocol::NewSession wanted;
   const WipeOnExit guard{wanted.password};
   wanted.domain = domain;
   wanted.login = login;
   wanted.clientName = clientName;
   wanted.password = password;
-  return handshake.logIn(wanted);
+  return std::unique_ptr<Connection>(new Connection(logIn(factory, server, port, wanted)));
 }
 
 std::unique_ptr<Connection> Connection::reopenSession(IoFactory factory, const std::string& server,
                                                       std::uint32_t port, const BigNum& key) {
-  return Handshake(factory, server, port).reopen(key);
+  return std::unique_ptr<Connection>(new Connection(reopen(factory, server, port, key)));
 }
+
+Connection::Connection(OpenSession session) : session_(std::move(session)) {}
 
 Connection::~Connection() {
   for (const auto& [request, id] : idsByRequest_) {
@@ -57,7 +59,7 @@ void Connection::post(Request& request) {
     protocol::Request message;
     message.requestId = id;
     message.req = request.encode();
-    reader_->send(message);
+    session_.reader->send(message);
   } catch (...) {
     strike(request, id);
     throw;
@@ -72,7 +74,7 @@ std::uint32_t Connection::await(Request& request) {
 }
 
 const Request* Connection::pump() {
-  const auto message = waitForMessage(*reader_);
+  const auto message = waitForMessage(*session_.reader);
   auto* response = dynamic_cast<protocol::Response*>(message.get());
   if (response == nullptr) {
     throw errors::bererror("Wrong type. Expected Response");
@@ -95,9 +97,9 @@ void Connection::forget(Request& request) {
   strike(request, entry->second);
 }
 
-// Numbers fill 31 bits. Behind the last one they start over, past those that are still under way.
+// Numbers have 31 bits. After the last one they start over and skip those still under way.
 std::int32_t Connection::takeNumber() {
-  std::uint32_t& next = sessionRequestCounters[sessionKey_];
+  std::uint32_t& next = sessionRequestCounters[session_.key];
   std::int32_t id;
   do {
     id = static_cast<std::int32_t>(next++ & 0x7FFFFFFFU);
@@ -105,7 +107,7 @@ std::int32_t Connection::takeNumber() {
   return id;
 }
 
-// Off both maps, and the connection's reference with it; the request may be gone afterwards.
+// Removes the request from both maps and releases it; it may be gone afterwards.
 void Connection::strike(Request& request, std::int32_t id) {
   requestsById_.erase(id);
   idsByRequest_.erase(&request);

@@ -4,35 +4,41 @@
 #include <memory>
 #include <string>
 
+#include "foundation/big_num.h"
 #include "protocol/ber_reader.h"
 #include "protocol/messages/handshake.h"
-#include "session/connection.h"
+#include "protocol/osal_socket.h"
 
 namespace morvex {
 
-// Reads until a message is complete. Blocks as long as the stream does.
-std::unique_ptr<protocol::BerValue> waitForMessage(old_protocol::BerReader& reader);
+// Opens the stream to a server and gives it away. Throws error::ESystemError. The port is in host byte order.
+struct IoFactory {
+  std::unique_ptr<old_protocol::BasicIo> (*open)(const std::string& host, std::uint32_t port);
+};
+
+// The usual one: TCP.
+inline constexpr IoFactory kSocketIo{&old_protocol::connectSocketIo};
+
+// Major 2, minor 3.
+inline constexpr std::int32_t kProtocolVersion = 0x0203;
+
+// A session that the server has opened, and the reader of its stream.
+struct OpenSession {
+  std::unique_ptr<old_protocol::BerReader> reader;
+  BigNum key;
+  std::string rootObjectId;
+};
 
 // The exchange that opens a session, strictly one message and one answer at a time:
 //   client  ClientWants                  NegotiateAck  NewSession or ReopenSession
 //   server               ServerOffers                                                NewSessionResp
-// Made for one session: logIn or reopen is called once.
-class Handshake {
- public:
-  // Opens the stream and agrees on version and authentication.
-  Handshake(IoFactory factory, const std::string& server, std::uint32_t port);
+// The server refuses the last step by any other answer, or by hanging up: every failure there counts as a
+// refusal. Throws as Connection::newSession says.
+OpenSession logIn(IoFactory factory, const std::string& server, std::uint32_t port,
+                  const protocol::NewSession& wanted);
+OpenSession reopen(IoFactory factory, const std::string& server, std::uint32_t port, const BigNum& key);
 
-  // The server refuses a log-in by any other answer, or by hanging up: every failure here counts as a
-  // refusal.
-  std::unique_ptr<Connection> logIn(const protocol::NewSession& wanted);
-  std::unique_ptr<Connection> reopen(const BigNum& key);
-
- private:
-  void negotiate();
-  std::unique_ptr<protocol::NewSessionResp> ask(const protocol::BerValue& wanted);
-  std::unique_ptr<Connection> open(protocol::NewSessionResp& session, std::int32_t timeOffset);
-
-  std::unique_ptr<old_protocol::BerReader> reader_;
-};
+// Reads until a message is complete. Blocks as long as the stream does.
+std::unique_ptr<protocol::BerValue> waitForMessage(old_protocol::BerReader& reader);
 
 }  // namespace morvex

@@ -9,7 +9,7 @@ void Request::release() {
 }
 
 void Request::keepToTheEnd(Request* request) {
-  static Request* newest = nullptr;  // from here all can be reached: what is left on purpose is no leak
+  static Request* newest = nullptr;  // keeps them reachable, so that leak checkers stay silent
   request->keptBefore_ = std::exchange(newest, request);
 }
 

@@ -8,13 +8,13 @@
 #include "protocol/record.h"
 
 namespace morvex {
-
 class Connection;
+}
 
-namespace comquery {
+namespace morvex::comquery {
 
-// One question to the server and its answer. Counted by hand: the creator holds one reference and the
-// connection another while the request is under way. Held keeps the creator's.
+// One question to the server and its answer. Counts its references: the creator holds one in a Held, and the
+// connection another while the request is under way.
 class Request {
  public:
   enum class State : std::uint32_t { created = 0, sent = 1, answered = 2 };
@@ -23,21 +23,21 @@ class Request {
   Request(const Request&) = delete;
   Request& operator=(const Request&) = delete;
 
-  // Names the request in messages: text for a person.
+  // Names the request in messages to the user.
   virtual std::string describe() const { return "Unknown request"; }
 
   // The payload: one of the alternatives of protocol::Request. Called once.
   virtual std::unique_ptr<protocol::BerValue> encode() = 0;
 
-  // Takes what it needs of the payload of the response by moving it. A refusal by the server sets the error
-  // code. Throws errors::bererror for a payload of another class.
+  // Moves what it needs out of the payload of the response. A refusal by the server sets the error code.
+  // Throws errors::bererror for a payload of another class.
   virtual void decode(protocol::BerValue& response) = 0;
 
-  // Called right behind decode. The usual body is connection.forget(*this).
+  // Called right after decode. The usual body is connection.forget(*this).
   virtual void finished(Connection& connection) = 0;
 
   void retain() { ++references_; }
-  // Gives up a reference; with the last one the request is gone.
+  // Gives up a reference; the last one destroys the request.
   void release();
 
   // Takes over a reference that is never released.
@@ -61,8 +61,7 @@ class Request {
   Request* keptBefore_ = nullptr;
 };
 
-// The creator's reference to a request: requests are made by make and die with their last reference, never by
-// delete. Empty behind a move and behind keep.
+// The creator's reference to a request, which make() hands out. Empty after a move and after keep.
 template <class T>
 class Held {
  public:
@@ -78,8 +77,8 @@ class Held {
     }
   }
 
-  // Leaves the request to the end of the process, which gives all memory back at once. Taking a big answer
-  // down piece by piece costs a fifth of listing it, and is in vain behind the last use.
+  // Leaves the request to the end of the process, which frees all memory at once. To destroy a large answer
+  // piece by piece costs a fifth of listing it.
   void keep() { Request::keepToTheEnd(std::exchange(request_, nullptr)); }
 
   T* get() const { return request_; }
@@ -95,6 +94,4 @@ Held<T> make(Arguments&&... arguments) {
   return Held<T>(new T(std::forward<Arguments>(arguments)...));
 }
 
-}  // namespace comquery
-
-}  // namespace morvex
+}  // namespace morvex::comquery

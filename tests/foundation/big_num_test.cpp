@@ -44,6 +44,9 @@ void operator delete[](void* memory, std::size_t) noexcept { operator delete[](m
 TEST(BigNum, TextAndArithmetic) {
   EXPECT_EQ(hex("").size() + hex("0000000000").size() + BigNum(0).size(), 0u);
   EXPECT_EQ(hex("00fEDCba9876543210").toUint64(), 0xfedcba9876543210u);
+  for (const char* text : {"0", "a", "ffffffff", "100000000", "fedcba98000000000000000f"}) {
+    EXPECT_EQ(hex(text).toHex(), text);
+  }
   for (const char* text : {"0x", "-1", "12 ", "g", "@", "`"}) {
     EXPECT_EQ(textOf<error::EParseError>([&] { hex(text); }), "Could not parse hexstring") << text;
   }

@@ -58,10 +58,10 @@ bool same(const std::tm& a, const std::tm& b) {
          platform_same_offset(a, b);
 }
 
-struct Moment {
-  explicit Moment(std::int64_t when) : time(when), fields(broken(when)) {}
+struct Instant {
+  explicit Instant(std::int64_t when) : time(when), fields(broken(when)) {}
   // What is shown differs from the time by something else behind a leap second, too.
-  bool isLike(const Moment& other) const {
+  bool isLike(const Instant& other) const {
     return platform_same_offset(fields, other.fields) &&
            shownBy(fields) - time == shownBy(other.fields) - other.time;
   }
@@ -72,13 +72,13 @@ struct Moment {
 // When the zone in force changes, or has a leap second, provided that no two of these lie within five days.
 Times changes() {
   Times found;
-  Moment first(0);
+  Instant first(0);
   while (first.time < kEnd) {
-    const Moment last(first.time + 5 * kDay);
+    const Instant last(first.time + 5 * kDay);
     std::int64_t before = first.time, behind = last.time;
     while (!first.isLike(last) && behind - before > 1) {
       const std::int64_t middle = (before + behind) / 2;
-      (first.isLike(Moment(middle)) ? before : behind) = middle;
+      (first.isLike(Instant(middle)) ? before : behind) = middle;
     }
     if (!first.isLike(last)) {
       found.push_back(behind);

@@ -42,7 +42,6 @@ struct ScriptedIo final : old_protocol::BasicIo {
     }
     return count;
   }
-  bool hasData() override { return !script.incoming.empty(); }
 
   Script& script;
 };

@@ -34,8 +34,8 @@ void sleepSeconds(std::int64_t seconds) {
   }
 }
 
-// What the C library takes if TZ is not set. Spelt out, mktime need not look each time whether that file has
-// changed, which takes five times as long as the conversion.
+// The C library's own default. If TZ names it, mktime need not check the file for changes on each call, which
+// takes five times as long as the conversion.
 constexpr const char* kSystemZone = ":/etc/localtime";
 
 bool platform_set_zone(const char* zone) {
@@ -44,7 +44,7 @@ bool platform_set_zone(const char* zone) {
   }
   errno = 0;
   tzset();
-  return errno != ENOMEM;  // a zone for which there is no memory becomes UTC, and nobody is told
+  return errno != ENOMEM;  // without memory the zone becomes UTC in silence
 }
 
 bool platform_break_down(std::int64_t time, tm& result) { return localtime_r(&time, &result) != nullptr; }

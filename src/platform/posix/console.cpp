@@ -16,22 +16,22 @@
 #include "foundation/wipe.h"
 
 namespace morvex {
-
 namespace {
 
-// Longer than the longest line that a terminal delivers (4096 bytes), so that one read takes all of it.
+// Longer than the longest line of a terminal (4096 bytes), so that one read takes all of it.
 using Line = std::array<char, 8192>;
 
-class Terminal {
+// The console of the prompt.
+class PromptConsole {
  public:
-  explicit Terminal(int access) : descriptor_(open("/dev/tty", access | O_NOCTTY | O_CLOEXEC)) {}
-  ~Terminal() {
+  explicit PromptConsole(int access) : descriptor_(open("/dev/tty", access | O_NOCTTY | O_CLOEXEC)) {}
+  ~PromptConsole() {
     if (descriptor_ >= 0) {
       close(descriptor_);
     }
   }
-  Terminal(const Terminal&) = delete;
-  Terminal& operator=(const Terminal&) = delete;
+  PromptConsole(const PromptConsole&) = delete;
+  PromptConsole& operator=(const PromptConsole&) = delete;
 
   bool isOpen() const { return descriptor_ >= 0; }
   bool mode(termios& result) const { return tcgetattr(descriptor_, &result) == 0; }
@@ -45,7 +45,7 @@ class Terminal {
   int descriptor_;
 };
 
-bool Terminal::setMode(const termios& wanted, int when) const {
+bool PromptConsole::setMode(const termios& wanted, int when) const {
   int result = 0;
   do {
     result = tcsetattr(descriptor_, when, &wanted);
@@ -53,7 +53,7 @@ bool Terminal::setMode(const termios& wanted, int when) const {
   return result == 0;
 }
 
-bool Terminal::write(std::string_view text) const {
+bool PromptConsole::write(std::string_view text) const {
   while (!text.empty()) {
     const ssize_t count = ::write(descriptor_, text.data(), text.size());
     if (count > 0) {
@@ -65,7 +65,7 @@ bool Terminal::write(std::string_view text) const {
   return true;
 }
 
-bool Terminal::wait(int other) const {
+bool PromptConsole::wait(int other) const {
   std::array<pollfd, 2> waited{{{descriptor_, POLLIN, 0}, {other, POLLIN, 0}}};
   int result = 0;
   do {
@@ -74,7 +74,7 @@ bool Terminal::wait(int other) const {
   return result > 0;
 }
 
-ssize_t Terminal::read(Line& line) const {
+ssize_t PromptConsole::read(Line& line) const {
   ssize_t count = 0;
   do {
     count = ::read(descriptor_, line.data(), line.size());
@@ -82,8 +82,8 @@ ssize_t Terminal::read(Line& line) const {
   return count;
 }
 
-// Keeps the signals that end a program from ending it with the echo off, and tells whether one has come.
-// Those that the caller ignores stay ignored.
+// Holds fatal signals back, so that none ends the program with the echo off, and tells whether one has come.
+// Signals that the caller ignores stay ignored.
 class HeldSignals {
  public:
   HeldSignals() {
@@ -121,8 +121,8 @@ class HeldSignals {
   int descriptor_;
 };
 
-// The mode while the prompt is up: whole lines, no echo, and the interrupt and quit keys as line ends. As
-// signals they would end the program with the echo off.
+// The mode of the prompt: whole lines, no echo, and the interrupt and quit keys as line ends. As signals they
+// would end the program with the echo off.
 termios promptMode(termios mode) {
   mode.c_iflag &= ~static_cast<tcflag_t>(IGNCR | INLCR);
   mode.c_iflag |= ICRNL;
@@ -137,7 +137,7 @@ bool isIn(std::string_view text, cc_t key) {
   return key != _POSIX_VDISABLE && text.find(static_cast<char>(key)) != std::string_view::npos;
 }
 
-// Hands over what was typed before the line end.
+// Hands over the text before the line end.
 const char* takeAnswer(std::string_view line, const termios& mode, char* buffer, std::size_t capacity) {
   if (isIn(line, mode.c_cc[VINTR]) || isIn(line, mode.c_cc[VQUIT])) {
     return "Interrupted";
@@ -151,8 +151,8 @@ const char* takeAnswer(std::string_view line, const termios& mode, char* buffer,
   return nullptr;
 }
 
-const char* readAnswer(const Terminal& input, const HeldSignals& signals, const termios& mode, char* buffer,
-                       std::size_t capacity) {
+const char* readAnswer(const PromptConsole& input, const HeldSignals& signals, const termios& mode,
+                       char* buffer, std::size_t capacity) {
   if (!input.wait(signals.descriptor())) {
     return "Could not read";
   }
@@ -174,7 +174,7 @@ const char* readAnswer(const Terminal& input, const HeldSignals& signals, const 
 }
 
 // Asks with the echo off, and puts the mode back.
-const char* ask(const Terminal& input, const Terminal& output, const termios& mode, char* buffer,
+const char* ask(const PromptConsole& input, const PromptConsole& output, const termios& mode, char* buffer,
                 std::size_t capacity, const char* prompt) {
   const HeldSignals signals;
   if (!input.setMode(promptMode(mode), TCSADRAIN)) {
@@ -187,7 +187,7 @@ const char* ask(const Terminal& input, const Terminal& output, const termios& mo
       message = "Could not write";
     }
   }
-  // What stands behind a refused answer was meant as a part of it: no shell may read it.
+  // Input behind a refused answer is part of it: no shell may read it.
   if (!input.setMode(mode, message == nullptr ? TCSADRAIN : TCSAFLUSH)) {
     message = "SetConsoleMode failed";
   }
@@ -195,7 +195,7 @@ const char* ask(const Terminal& input, const Terminal& output, const termios& mo
     message = "Interrupted";
   }
   if (message != nullptr) {
-    std::signal(SIGHUP, SIG_IGN);  // of a terminal that hung up, it may come later than the news
+    std::signal(SIGHUP, SIG_IGN);  // a terminal that hung up may send it late
   }
   return message;
 }
@@ -203,11 +203,11 @@ const char* ask(const Terminal& input, const Terminal& output, const termios& mo
 }  // namespace
 
 const char* console_read_password(char* buffer, std::size_t capacity, const char* prompt) {
-  const Terminal input(O_RDWR);
+  const PromptConsole input(O_RDWR);
   if (!input.isOpen()) {
     return "Could not open CONIN$";
   }
-  const Terminal output(O_WRONLY);
+  const PromptConsole output(O_WRONLY);
   if (!output.isOpen()) {
     return "Could not open CONOUT$";
   }

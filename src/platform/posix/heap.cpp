@@ -7,10 +7,9 @@
 #include <cstdint>
 
 namespace morvex {
-
 namespace {
 
-// The heap grows by so much at a time, so that there is something to make in one go.
+// The heap grows by this size, so that there are pages to map in a batch.
 constexpr int kStep = 1024 * 1024;
 
 std::uintptr_t heapEnd() noexcept { return reinterpret_cast<std::uintptr_t>(sbrk(0)); }
@@ -28,7 +27,7 @@ void platform_populate_heap() noexcept {
   if (end > populated) {
     const auto page = static_cast<std::uintptr_t>(getpagesize());
     const std::uintptr_t begin = populated & ~(page - 1);
-    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE);  // older systems know none
+    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE);  // older systems refuse this
   }
   populated = end;
 }

@@ -10,15 +10,11 @@
 
 #include <cerrno>
 #include <csignal>
-#include <string>
-#include <system_error>
-#include <utility>
 #include <vector>
 
-#include "foundation/errors.h"
+#include "platform/system_socket.h"
 
 namespace morvex {
-
 namespace {
 
 constexpr int kBacklog = 512;
@@ -28,85 +24,45 @@ sigset_t g_signalsWhileWaiting;
 
 void requestStop(int) { g_stopRequested = 1; }
 
-[[noreturn]] void fail(const std::string& what) {
-  throwSystemError(what + ": " + std::generic_category().message(errno));
-}
-
 int descriptorOf(SocketHandle socket) { return static_cast<int>(socket); }
-
-bool isTemporary() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
-
-// Without it the client still works, only later.
-void switchOn(int socket, int option) {
-  const int on = 1;
-  (void)::setsockopt(socket, IPPROTO_TCP, option, &on, sizeof on);
-}
-
-// A client that collects small messages until the one before is acknowledged would wait for the end of our
-// delay. The system goes back to delaying by itself, so this is asked for again and again.
-void acknowledgeAtOnce(int socket) { switchOn(socket, TCP_QUICKACK); }
-
-sockaddr_in loopback(std::uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
 
 }  // namespace
 
-OwnedSocket::~OwnedSocket() {
-  if (handle_ != kInvalidSocket) {
-    ::close(descriptorOf(handle_));
-  }
+SocketHandle platform_accept(SocketHandle listener) {
+  return ::accept4(descriptorOf(listener), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
 }
 
-std::optional<std::size_t> Peer::receive(std::span<std::uint8_t> buffer) {
-  const ssize_t received = ::recv(descriptorOf(handle()), buffer.data(), buffer.size(), 0);
-  if (received > 0) {
-    acknowledgeAtOnce(descriptorOf(handle()));
-    return static_cast<std::size_t>(received);
-  }
-  return received < 0 && isTemporary() ? std::optional<std::size_t>(0) : std::nullopt;
+bool platform_exhausted(int code) {
+  return code == EMFILE || code == ENFILE || code == ENOBUFS || code == ENOMEM;
 }
 
-std::optional<std::size_t> Peer::send(std::span<const std::uint8_t> bytes) {
-  const ssize_t sent = ::send(descriptorOf(handle()), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-  if (sent >= 0) {
-    return static_cast<std::size_t>(sent);
-  }
-  return isTemporary() ? std::optional<std::size_t>(0) : std::nullopt;
+// A client that collects small messages until the one before is acknowledged would wait for the end of our
+// delay. The system goes back to delaying by itself, so every receive asks again. Without it a client still
+// works, only later.
+void platform_acknowledge_at_once(SocketHandle socket) {
+  const int on = 1;
+  (void)::setsockopt(descriptorOf(socket), IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
 }
 
 Listener::Listener(std::uint16_t port)
     : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
   if (handle() == kInvalidSocket) {
-    fail("Cannot create a socket");
+    throwSocketError("Cannot create a socket");
   }
   const int on = 1;
-  sockaddr_in address = loopback(port);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t length = sizeof address;
   auto* const generic = reinterpret_cast<sockaddr*>(&address);
-  if (::setsockopt(descriptorOf(handle()), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
-      ::bind(descriptorOf(handle()), generic, length) != 0 ||
-      ::listen(descriptorOf(handle()), kBacklog) != 0 ||
-      ::getsockname(descriptorOf(handle()), generic, &length) != 0) {
-    fail("Cannot listen on 127.0.0.1:" + std::to_string(port));
+  const int descriptor = descriptorOf(handle());
+  if (::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
+      ::bind(descriptor, generic, length) != 0 || ::listen(descriptor, kBacklog) != 0 ||
+      ::getsockname(descriptor, generic, &length) != 0) {
+    throwSocketError("Cannot listen on 127.0.0.1:" + std::to_string(port));
   }
   port_ = ntohs(address.sin_port);
-}
-
-std::optional<Peer> Listener::accept(bool& exhausted) {
-  exhausted = false;
-  OwnedSocket accepted(::accept4(descriptorOf(handle()), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-  if (accepted.handle() == kInvalidSocket) {
-    exhausted = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
-    return std::nullopt;
-  }
-  switchOn(descriptorOf(accepted.handle()), TCP_NODELAY);  // an answer leaves at once
-  acknowledgeAtOnce(descriptorOf(accepted.handle()));
-  return Peer(std::move(accepted));
 }
 
 void catchStopRequests() {
@@ -114,7 +70,7 @@ void catchStopRequests() {
   sigemptyset(&stopSignals);
   sigaddset(&stopSignals, SIGINT);
   sigaddset(&stopSignals, SIGTERM);
-  // Delivered while waiting and at no other moment, so that none is missed between a check and a wait.
+  // They arrive only during a wait, so that none is missed between a check and a wait.
   ::sigprocmask(SIG_BLOCK, &stopSignals, &g_signalsWhileWaiting);
   sigdelset(&g_signalsWhileWaiting, SIGINT);
   sigdelset(&g_signalsWhileWaiting, SIGTERM);
@@ -142,7 +98,7 @@ void waitForSockets(std::span<Watch> watches, std::optional<std::chrono::millise
   }
   if (::ppoll(polled.data(), polled.size(), time ? &limit : nullptr, &g_signalsWhileWaiting) < 0 &&
       errno != EINTR) {
-    fail("Cannot wait for clients");
+    throwSocketError("Cannot wait for clients");
   }
   for (std::size_t i = 0; i < watches.size(); ++i) {
     watches[i].input = (polled[i].revents & POLLIN) != 0;

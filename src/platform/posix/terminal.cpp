@@ -7,14 +7,13 @@
 #include <cerrno>
 
 namespace morvex {
-
 namespace {
 
 constexpr int kAccess = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 int g_errorTerminal = -1;
 
-// Of a terminal that is not the session's own, every process is free to write to it.
+// Any process may write to a terminal that is not its session's own.
 bool isBackground() {
   const pid_t foreground = tcgetpgrp(g_errorTerminal);
   return foreground >= 0 && foreground != getpgrp();
@@ -38,8 +37,8 @@ bool isTerminal(const std::string& fileName) {
   return terminal;
 }
 
-// The terminal is opened anew, as that it does not block would hold for all who share the descriptor. The
-// session's own is open to its processes by name even if the device belongs to another user.
+// Opens the terminal anew: O_NONBLOCK on the shared description would affect every process. By name the
+// session's own terminal opens even if the device belongs to another user.
 bool openErrorTerminal() {
   if (isTerminal(StandardStream::error)) {
     g_errorTerminal = open(tcgetpgrp(STDERR_FILENO) >= 0 ? "/dev/tty" : "/dev/fd/2", kAccess);
@@ -52,7 +51,7 @@ TerminalOutcome showOnErrorTerminal(std::string_view text) noexcept {
     return TerminalOutcome::heldBack;
   }
   const ssize_t count = write(g_errorTerminal, text.data(), text.size());
-  if (count > 0) {  // what there was no room for is missed like any other
+  if (count > 0) {  // a rest without room is lost
     return TerminalOutcome::shown;
   }
   return errno == EAGAIN || errno == EINTR ? TerminalOutcome::heldBack : TerminalOutcome::lost;

@@ -23,7 +23,7 @@ bool platform_system_time(std::uint64_t& time) {
 }
 
 void sleepSeconds(std::int64_t seconds) {
-  constexpr std::int64_t kLongest = 4'000'000;  // whose milliseconds fit a DWORD, and are not INFINITE
+  constexpr std::int64_t kLongest = 4'000'000;  // its milliseconds fit a DWORD, below INFINITE
   while (seconds > 0) {
     const std::int64_t piece = std::min(seconds, kLongest);
     Sleep(static_cast<DWORD>(piece * 1000));
@@ -52,7 +52,7 @@ bool platform_break_down(std::int64_t time, tm& result) {
 
 std::int64_t platform_compose(tm& fields) { return _mktime64(&fields); }
 
-// The distance to UTC is that of the zone in force, which is one, or that of its daylight saving time.
+// The zone in force has one offset, and another for daylight saving time.
 bool platform_same_offset(const tm& one, const tm& other) { return one.tm_isdst == other.tm_isdst; }
 
 }  // namespace morvex

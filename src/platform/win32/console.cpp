@@ -11,30 +11,30 @@
 #include "foundation/wipe.h"
 
 namespace morvex {
-
 namespace {
 
-class Console {
+// The console of the prompt.
+class PromptConsole {
  public:
-  Console(const char* name, DWORD access) : handle_(open(name, access, 0)) {
-    // As a rule a shell has it open as well, and newer systems insist that this be allowed.
+  PromptConsole(const char* name, DWORD access) : handle_(open(name, access, 0)) {
+    // A shell usually has it open as well, and newer systems then insist on sharing.
     if (!isOpen() && GetLastError() == ERROR_SHARING_VIOLATION) {
       handle_ = open(name, access, FILE_SHARE_READ | FILE_SHARE_WRITE);
     }
   }
-  ~Console() {
+  ~PromptConsole() {
     if (isOpen()) {
       CloseHandle(handle_);
     }
   }
-  Console(const Console&) = delete;
-  Console& operator=(const Console&) = delete;
+  PromptConsole(const PromptConsole&) = delete;
+  PromptConsole& operator=(const PromptConsole&) = delete;
 
   bool isOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
   bool mode(DWORD& result) const { return GetConsoleMode(handle_, &result) != 0; }
   bool setMode(DWORD wanted) const { return SetConsoleMode(handle_, wanted) != 0; }
   bool write(std::string_view text) const;
-  // False if that failed. A count of 0 is what an interrupt key leaves of an answer.
+  // False on failure. An interrupt key leaves a count of 0.
   bool read(char* buffer, DWORD capacity, DWORD& count) const {
     return ReadConsoleA(handle_, buffer, capacity, &count, nullptr) != 0;
   }
@@ -48,7 +48,7 @@ class Console {
   HANDLE handle_;
 };
 
-bool Console::write(std::string_view text) const {
+bool PromptConsole::write(std::string_view text) const {
   const auto length = static_cast<DWORD>(text.size());
   DWORD written = 0;
   return WriteConsoleA(handle_, text.data(), length, &written, nullptr) != 0 && written == length;
@@ -64,9 +64,8 @@ BOOL WINAPI noteInterrupt(DWORD event) {
   return TRUE;
 }
 
-// Keeps Ctrl+C and Ctrl+Break from ending the program with the echo off: the system ends the read at them,
-// and the event is claimed here. Without ENABLE_PROCESSED_INPUT they would be input, but so would Backspace
-// be.
+// Keeps Ctrl+C and Ctrl+Break from ending the program with the echo off: the system ends the read, and the
+// handler claims the event. Without ENABLE_PROCESSED_INPUT they would be input, but so would Backspace.
 class HeldInterrupts {
  public:
   HeldInterrupts() {
@@ -80,8 +79,8 @@ class HeldInterrupts {
 
 constexpr std::string_view kAnswerEnds("\0\n\r", 3);
 
-// Takes the rest of a line that filled the buffer off the console, up to its last character.
-void discardLine(const Console& input, char last) {
+// Discards the rest of a line that filled the buffer, up to its last character.
+void discardLine(const PromptConsole& input, char last) {
   std::array<char, 256> rest;
   DWORD count = 0;
   while (input.read(rest.data(), static_cast<DWORD>(rest.size()), count) && count > 0 &&
@@ -90,8 +89,8 @@ void discardLine(const Console& input, char last) {
   wipe(rest.data(), rest.size());
 }
 
-// last: what the Enter key puts at the end of a line.
-const char* readAnswer(const Console& input, char* buffer, std::size_t capacity, char last) {
+// last: the character that the Enter key puts at the end of a line.
+const char* readAnswer(const PromptConsole& input, char* buffer, std::size_t capacity, char last) {
   DWORD count = 0;
   if (!input.read(buffer, static_cast<DWORD>(capacity), count)) {
     return "Could not read";
@@ -115,8 +114,8 @@ const char* readAnswer(const Console& input, char* buffer, std::size_t capacity,
 }
 
 // Asks with the echo off, and puts the mode back.
-const char* ask(const Console& input, const Console& output, DWORD mode, char* buffer, std::size_t capacity,
-                const char* prompt) {
+const char* ask(const PromptConsole& input, const PromptConsole& output, DWORD mode, char* buffer,
+                std::size_t capacity, const char* prompt) {
   const HeldInterrupts held;
   if (!input.setMode((mode & ~DWORD{ENABLE_ECHO_INPUT}) | ENABLE_LINE_INPUT)) {
     return "SetConsoleMode failed";
@@ -131,7 +130,7 @@ const char* ask(const Console& input, const Console& output, DWORD mode, char* b
   if (g_interrupted && message == nullptr) {
     message = "Interrupted";
   }
-  // What stands behind a refused answer was meant as a part of it: no shell may read it.
+  // Input behind a refused answer is part of it: no shell may read it.
   if (message != nullptr) {
     input.discardInput();
   }
@@ -141,11 +140,11 @@ const char* ask(const Console& input, const Console& output, DWORD mode, char* b
 }  // namespace
 
 const char* console_read_password(char* buffer, std::size_t capacity, const char* prompt) {
-  const Console input("CONIN$", GENERIC_READ | GENERIC_WRITE);
+  const PromptConsole input("CONIN$", GENERIC_READ | GENERIC_WRITE);
   if (!input.isOpen()) {
     return "Could not open CONIN$";
   }
-  const Console output("CONOUT$", GENERIC_WRITE);
+  const PromptConsole output("CONOUT$", GENERIC_WRITE);
   if (!output.isOpen()) {
     return "Could not open CONOUT$";
   }

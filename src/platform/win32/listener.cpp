@@ -4,14 +4,14 @@
 
 #include <algorithm>
 #include <atomic>
-#include <limits>
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include "foundation/errors.h"
+#include "platform/system_socket.h"
 
 namespace morvex {
-
 namespace {
 
 constexpr int kBacklog = 512;
@@ -20,26 +20,14 @@ std::atomic<bool> g_stopRequested;
 
 SOCKET socketOf(SocketHandle socket) { return static_cast<SOCKET>(socket); }
 
-int atMost(std::size_t size) {
-  return static_cast<int>(std::min<std::size_t>(size, std::numeric_limits<int>::max()));
-}
-
-[[noreturn]] void fail(const std::string& what) {
-  throwSystemError(what + ": " + socket_error_text(static_cast<unsigned>(WSAGetLastError())));
-}
-
-std::optional<std::size_t> nothingFor(int code) {
-  return code == WSAEWOULDBLOCK ? std::optional<std::size_t>(0) : std::nullopt;
-}
-
-// A socket of that type on a port of the loopback address, which is free if it is given as 0.
+// Binds a socket of that type to a port of the loopback address; 0 stands for a free one.
 OwnedSocket bindToLoopback(int type, std::uint16_t& port) {
   if (const char* message = socket_startup()) {
     throwSystemError(message);
   }
   OwnedSocket made(static_cast<SocketHandle>(::socket(AF_INET, type, 0)));
   if (made.handle() == kInvalidSocket) {
-    fail("Cannot create a socket");
+    throwSocketError("Cannot create a socket");
   }
   sockaddr_in address{};
   address.sin_family = AF_INET;
@@ -53,13 +41,13 @@ OwnedSocket bindToLoopback(int type, std::uint16_t& port) {
       (type == SOCK_DGRAM && ::connect(socket, generic, length) != 0) ||
       (type == SOCK_STREAM && ::listen(socket, kBacklog) != 0) ||
       ::ioctlsocket(socket, static_cast<long>(FIONBIO), &nonBlocking) != 0) {
-    fail("Cannot listen on 127.0.0.1:" + std::to_string(port));
+    throwSocketError("Cannot listen on 127.0.0.1:" + std::to_string(port));
   }
   port = ntohs(address.sin_port);
   return made;
 }
 
-// A socket that is connected to itself. What it is sent ends a wait.
+// A socket that is connected to itself: a byte sent to it ends a wait.
 SOCKET alarm() {
   static const OwnedSocket socket = [] {
     std::uint16_t port = 0;
@@ -68,7 +56,7 @@ SOCKET alarm() {
   return socketOf(socket.handle());
 }
 
-// In a thread that the system makes for it.
+// The system calls it in a thread of its own.
 BOOL WINAPI requestStop(DWORD event) {
   if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
     return FALSE;
@@ -78,7 +66,7 @@ BOOL WINAPI requestStop(DWORD event) {
   return TRUE;
 }
 
-// A set of any size, where fd_set ends at 64 sockets: a count, and the sockets behind it.
+// A set of any size with the layout of an fd_set, which ends at 64 sockets: a count, then the sockets.
 class SocketSet {
  public:
   void add(SOCKET socket) { room_.push_back(socket); }
@@ -96,43 +84,17 @@ class SocketSet {
 
 }  // namespace
 
-OwnedSocket::~OwnedSocket() {
-  if (handle_ != kInvalidSocket) {
-    ::closesocket(socketOf(handle_));
-  }
-}
-
-std::optional<std::size_t> Peer::receive(std::span<std::uint8_t> buffer) {
-  auto* const bytes = reinterpret_cast<char*>(buffer.data());
-  const int received = ::recv(socketOf(handle()), bytes, atMost(buffer.size()), 0);
-  if (received > 0) {
-    return static_cast<std::size_t>(received);
-  }
-  return received == 0 ? std::nullopt : nothingFor(WSAGetLastError());
-}
-
-std::optional<std::size_t> Peer::send(std::span<const std::uint8_t> bytes) {
-  const auto* const data = reinterpret_cast<const char*>(bytes.data());
-  const int sent = ::send(socketOf(handle()), data, atMost(bytes.size()), 0);
-  return sent >= 0 ? static_cast<std::size_t>(sent) : nothingFor(WSAGetLastError());
-}
-
-// Without SO_REUSEADDR, with which this system would let two servers have one port.
+// Does without SO_REUSEADDR: it would let two servers have one port on this system.
 Listener::Listener(std::uint16_t port) : socket_(bindToLoopback(SOCK_STREAM, port)), port_(port) {}
 
-std::optional<Peer> Listener::accept(bool& exhausted) {
-  OwnedSocket accepted(static_cast<SocketHandle>(::accept(socketOf(handle()), nullptr, nullptr)));
-  if (accepted.handle() == kInvalidSocket) {
-    const int code = WSAGetLastError();
-    exhausted = code == WSAEMFILE || code == WSAENOBUFS;
-    return std::nullopt;
-  }
-  exhausted = false;  // the new socket does not block either
-  const int on = 1;   // an answer leaves at once
-  (void)::setsockopt(socketOf(accepted.handle()), IPPROTO_TCP, TCP_NODELAY,
-                     reinterpret_cast<const char*>(&on), sizeof on);
-  return Peer(std::move(accepted));
+// The new socket does not block, like its listener.
+SocketHandle platform_accept(SocketHandle listener) {
+  return static_cast<SocketHandle>(::accept(socketOf(listener), nullptr, nullptr));
 }
+
+bool platform_exhausted(int code) { return code == WSAEMFILE || code == WSAENOBUFS; }
+
+void platform_acknowledge_at_once(SocketHandle) {}  // this system has no call for it
 
 void catchStopRequests() {
   alarm();
@@ -161,7 +123,7 @@ void waitForSockets(std::span<Watch> watches, std::optional<std::chrono::millise
     limit = {count / 1000, count % 1000 * 1000};
   }
   if (::select(0, reading.members(), writing.members(), none.members(), time ? &limit : nullptr) < 0) {
-    fail("Cannot wait for clients");
+    throwSocketError("Cannot wait for clients");
   }
   for (Watch& watch : watches) {
     watch.input = reading.has(socketOf(watch.socket));

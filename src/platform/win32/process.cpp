@@ -5,21 +5,16 @@
 #include <windows.h>
 
 #include <cstdlib>
-#include <exception>
 #include <new>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "foundation/assertion.h"
-#include "platform/descriptor.h"
-#include "platform/output.h"
-#include "platform/traffic.h"
+#include "platform/files.h"
 #include "platform/win32/utf8.h"
 
 namespace morvex {
 
-// Of the C library, in none of its headers: the arguments as the system has them.
+// A function of the C library that no header declares: gives the arguments as the system has them.
 struct StartInfo {
   int newMode;
 };
@@ -28,36 +23,24 @@ extern "C" int __wgetmainargs(int* count, wchar_t*** arguments, wchar_t*** envir
 
 namespace {
 
-// An exception for which there is no memory cannot reach main, nor can it be said with anything that might
-// throw again.
-[[noreturn]] void endWithoutException() noexcept {
-  constexpr std::string_view kMessage = "Caught unknown exception.\n";
-  g_traffic.tell(Occasion::message);
-  _write(kStandardError, kMessage.data(), static_cast<unsigned>(kMessage.size()));
-  _exit(EXIT_FAILURE);
-}
-
-// The C library would end the program for some arguments that it only has to refuse, such as a time format
-// that it does not know.
+// By default the C library ends the program for some invalid arguments, such as an unknown time format.
 void goOn(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, std::uintptr_t) {}
 
 }  // namespace
 
-// A write to a closed pipe is an error by itself here. So is the use of a standard stream that the caller
-// closed: the C library keeps its descriptor occupied.
-void prepareProcess() {
-  g_reportAssertion = printError;
-  std::set_terminate(endWithoutException);
+// On this system a write to a closed pipe is an error by itself, and the C library keeps the descriptors of
+// closed standard streams occupied.
+void platform_prepare_process() {
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);  // no boxes to click
   _set_error_mode(_OUT_TO_STDERR);
   _set_invalid_parameter_handler(goOn);
-  // A caller of the same C library may have handed them down in another mode.
+  // A caller with the same C library may have passed them on in another mode.
   _setmode(kStandardOutput, _O_TEXT);
   _setmode(kStandardError, _O_TEXT);
 }
 
-// What main is given is in the code page of the system, in which most names cannot be written, and with the
-// names of files in place of what looks like a pattern of them.
+// Those of main are in the code page of the system, which lacks most characters, and patterns among them are
+// already replaced by the names of files.
 char** programArguments(int& count, char**) {
   static std::vector<std::string> texts;
   static std::vector<char*> arguments;

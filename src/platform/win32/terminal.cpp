@@ -7,19 +7,19 @@
 #include <cstring>
 #include <iterator>
 
-#include "platform/descriptor.h"
+#include "platform/files.h"
 
 namespace morvex {
 
 static HANDLE handleOf(int descriptor) { return reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)); }
 
-// The C library's own answer takes every device for a terminal, NUL among them.
+// The C library's _isatty takes every device for a terminal, even NUL.
 bool isTerminal(int descriptor) {
   DWORD mode = 0;
   return GetConsoleMode(handleOf(descriptor), &mode) != 0;
 }
 
-// The console is no file: these are its names, in every folder.
+// The console has these names in every folder.
 bool isTerminal(const std::string& fileName) {
   constexpr const char* kNames[] = {"CON", "CONIN$", "CONOUT$"};
   return std::any_of(std::begin(kNames), std::end(kNames),
@@ -28,8 +28,7 @@ bool isTerminal(const std::string& fileName) {
 
 bool openErrorTerminal() { return isTerminal(StandardStream::error); }
 
-// There is no background here. Of a console whose user is selecting text every write waits until that is
-// done.
+// This system has no background. While the user selects text on the console, every write waits.
 TerminalOutcome showOnErrorTerminal(std::string_view text) noexcept {
   DWORD written = 0;
   const bool shown = WriteConsoleA(handleOf(kStandardError), text.data(), static_cast<DWORD>(text.size()),

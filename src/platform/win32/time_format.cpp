@@ -1,5 +1,5 @@
-// The C library of this platform knows half of the conversions, and refuses the text as a whole for any
-// other. So times are formatted here; of the C library's doing is the name of the zone alone.
+// The C library of this system knows half of the conversions, and refuses a format with any other. So this
+// file formats times; only the name of the zone comes from the C library.
 
 #include <algorithm>
 #include <array>
@@ -11,13 +11,12 @@
 #include "platform/clock.h"
 
 namespace morvex {
-
 namespace {
 
 // One conversion: '%', flags, a width, a modifier that means nothing in the C locale, and a letter.
+// Padding is '0', '_' for blanks, '-' for none without a width, or 0 for the letter's own.
 struct Conversion {
-  char padding =
-      '\0';  // '0', '_' for blanks, '-' for none unless a width is given; 0 for the usual one of the letter
+  char padding = '\0';
   char letterCase = '\0';  // '^' for capitals, '#' for the other case
   std::size_t width = 0;
   char letter = '\0';
@@ -37,7 +36,7 @@ struct IsoWeek {
   int year, week;
 };
 
-// A week belongs to the year in which its Thursday lies.
+// A week belongs to the year of its Thursday.
 IsoWeek isoWeekOf(const tm& fields) {
   int year = fields.tm_year + 1900;
   int thursday = fields.tm_yday - daysSinceMonday(fields) + 3;
@@ -102,7 +101,7 @@ std::optional<Number> numberFor(char letter, const tm& fields) {
   }
 }
 
-// What a letter is short for.
+// The format that a letter abbreviates.
 const char* formatFor(char letter) {
   switch (letter) {
     case 'c':
@@ -174,7 +173,7 @@ std::string numberText(const Number& number, const Conversion& conversion) {
   return padded(std::to_string(number.value), padding, width);
 }
 
-// The distance to UTC, as in +0530.
+// The offset from UTC, as in +0530.
 std::string offsetText(const tm& fields, const Conversion& conversion) {
   tm utc = fields;
   const auto minutes = static_cast<int>((_mkgmtime64(&utc) - secondsOf(fields)) / 60);
@@ -199,14 +198,14 @@ std::string inCase(std::string text, const Conversion& conversion) {
   return text;
 }
 
-// Takes a conversion from behind its '%'. Returns how long it is.
+// Takes a conversion after its '%'. Returns its length.
 std::size_t takeConversion(std::string_view text, Conversion& conversion) {
   const auto at = [text](std::size_t i) { return i < text.size() ? text[i] : '\0'; };
   std::size_t i = 0;
   for (; std::string_view("_-0^#").find(at(i)) != std::string_view::npos; ++i) {
     (at(i) == '^' || at(i) == '#' ? conversion.letterCase : conversion.padding) = at(i);
   }
-  constexpr std::size_t kWidest = 1000;  // than which no text may be
+  constexpr std::size_t kWidest = 1000;  // no text is longer
   for (; at(i) >= '0' && at(i) <= '9'; ++i) {
     conversion.width = std::min(conversion.width * 10 + static_cast<std::size_t>(at(i) - '0'), kWidest);
   }
@@ -217,7 +216,7 @@ std::size_t takeConversion(std::string_view text, Conversion& conversion) {
 
 std::string formatted(std::string_view format, const tm& fields);
 
-// Nothing for what is no conversion.
+// Empty for an unknown letter.
 std::optional<std::string> converted(const Conversion& conversion, const tm& fields) {
   if (const auto number = numberFor(conversion.letter, fields)) {
     return numberText(*number, conversion);
@@ -239,9 +238,9 @@ std::optional<std::string> converted(const Conversion& conversion, const tm& fie
 std::string formatted(std::string_view format, const tm& fields) {
   std::string text;
   while (!format.empty()) {
-    const std::size_t plain = std::min(format.find('%'), format.size());
-    text += format.substr(0, plain);
-    format.remove_prefix(plain);
+    const std::size_t literal = std::min(format.find('%'), format.size());
+    text += format.substr(0, literal);
+    format.remove_prefix(literal);
     if (!format.empty()) {
       Conversion conversion;
       const std::size_t length = 1 + takeConversion(format.substr(1), conversion);

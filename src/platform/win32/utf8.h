@@ -5,8 +5,7 @@
 
 namespace morvex {
 
-// Text that travels in UTF-8, to and from the form in which this system has all texts. What is no valid text
-// in one form becomes U+FFFD in the other.
+// UTF-8, in which texts travel, to and from the system's UTF-16. Invalid parts become U+FFFD.
 std::wstring wideFromUtf8(std::string_view text);
 std::string utf8FromWide(std::wstring_view text);
 
