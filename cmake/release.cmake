@@ -13,6 +13,5 @@ if(WIN32)
   add_link_options($<$<CONFIG:Release>:-fstack-protector-strong>) # links the library behind these checks
   add_link_options(-Wl,--dynamicbase,--high-entropy-va,--nxcompat)
 else()
-  add_compile_options($<$<CONFIG:Release>:-fPIE>)
   add_link_options($<$<CONFIG:Release>:-pie> -Wl,-z,relro,-z,noexecstack)
 endif()
