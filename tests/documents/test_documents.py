@@ -34,6 +34,8 @@ RUN_ELSEWHERE = {
     "cmake --preset windows && cmake --build --preset windows": "by scripts/test-windows",
     "PATH=$PWD/build/release/bin:$PATH": "is set for all commands",
     "sudo apt install ./morvex-tool_*.deb": "by scripts/test-packages",
+    "cmake -S /usr/share/doc/libmorvex-dev/examples -B build && cmake --build build": "by scripts/test-packages",
+    "g++ -std=c++20 -O2 export_check.cpp $(pkg-config --cflags --libs morvex) -o export_check": "by scripts/test-packages",
     "sudo install -m 755 morvex-export /usr/local/sbin/": "changes the system",
     "sudo install -d -m 700 /etc/morvex": "changes the system",
     "sudo install -m 600 password /etc/morvex/": "changes the system",
@@ -85,7 +87,7 @@ class Shell:
         source, self.input = os.pipe()
         loop = (f'while IFS= read -r -d "" -u {source} command; do '
                 '(exit $status); eval "$command"; status=$?; printf "\\036"; done')
-        env = {"PATH": f"{folder}/bin:{os.environ['PATH']}", "HOME": str(folder / "work"), "LC_ALL": "C.UTF-8",
+        env = {"PATH": f"{folder}/bin:{os.environ['MORVEX_EXAMPLES']}:{os.environ['PATH']}", "HOME": str(folder / "work"), "LC_ALL": "C.UTF-8",
                "TZ": "Asia/Kolkata"}  # documents that mean another one have to say so
         self.process = subprocess.Popen(["bash", "-c", loop], cwd=folder / "work", env=env, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, pass_fds=[source],
@@ -94,7 +96,7 @@ class Shell:
 
     def run(self, command, expected):
         """What the command prints."""
-        os.write(self.input, command.replace(f"/127.0.0.1/{PORT}", f"/127.0.0.1/{self.port}").encode() + b"\0")
+        os.write(self.input, re.sub(rf"(127\.0\.0\.1[ /]){PORT}\b", rf"\g<1>{self.port}", command).encode() + b"\0")
         printed, ended, deadline = b"", False, time.monotonic() + PATIENCE
         while not ended or command.endswith("&") and not fits(expected, self.text(printed)):
             ready, _, _ = select.select([self.process.stdout], [], [], max(0, deadline - time.monotonic()))
