@@ -1,4 +1,4 @@
-"""Runs the command lines of README.md and docs/, and compares what they print with what the documents say.
+"""Runs the command lines of README.md, CONTRIBUTING.md and docs/, and compares what they print with what the documents say.
 
 Commands stand in ```console blocks: "$ " and a command, which goes on in the next line behind a backslash or "|", then
 exactly what it prints; a line of "..." alone stands for any lines. Behind "&", what is printed is waited for. The commands
@@ -20,7 +20,7 @@ import time
 import pytest
 
 ROOT = pathlib.Path(__file__).parents[2]
-DOCUMENTS = {str(path.relative_to(ROOT)): path.read_text() for path in [ROOT / "README.md", *ROOT.glob("docs/**/*.md")]}
+DOCUMENTS = {str(path.relative_to(ROOT)): path.read_text() for path in [*ROOT.glob("*.md"), *ROOT.glob("docs/**/*.md")]}
 PATIENCE = 60  # seconds for a command
 PORT = 3241    # that the documents speak of
 
@@ -33,6 +33,15 @@ RUN_ELSEWHERE = {
     "cmake --preset release && cmake --build --preset release": "by scripts/test",
     "cmake --preset windows && cmake --build --preset windows": "by scripts/test-windows",
     "PATH=$PWD/build/release/bin:$PATH": "is set for all commands",
+    "cmake --preset dev && cmake --build --preset dev": "by scripts/test",
+    "ctest --test-dir build/dev --output-on-failure": "is what runs this",
+    "build/dev/bin/query_test --gtest_filter='Parser.*'": "by scripts/test, with all others",
+    "PYTEST_ADDOPTS='-k test_listing' ctest --test-dir build/dev -R end_to_end --output-on-failure": "by scripts/test, the same",
+    "scripts/fuzz 60 tql": "takes minutes",
+    "cmake --preset release -D MORVEX_BENCH=ON && cmake --build --preset release": "by scripts/bench",
+    "build/release/bin/morvex-bench --benchmark_filter=parse": "by scripts/bench, with all others",
+    "scripts/mutate tql/lexer": "takes minutes",
+    "git ls-files '*.h' '*.cpp' | xargs clang-format -i": "changes the sources",
     "sudo apt install ./morvex-tool_*.deb": "by scripts/test-packages",
     "cmake -S /usr/share/doc/libmorvex-dev/examples -B build && cmake --build build": "by scripts/test-packages",
     "g++ -std=c++20 -O2 export_check.cpp $(pkg-config --cflags --libs morvex) -o export_check": "by scripts/test-packages",
