@@ -1,5 +1,5 @@
-# How programs are built for users: hardened, and so that the same sources give the same bytes in any folder.
-# The sanitizers have measures of their own, and do not get along with these.
+# Release builds are hardened, and the same sources give the same bytes in any folder. The sanitizers have their own checks,
+# which conflict with these.
 if(MORVEX_SANITIZE)
   return()
 endif()
