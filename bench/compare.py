@@ -31,7 +31,7 @@ def main():
     report = Report()
     with tempfile.TemporaryDirectory(prefix="morvex-bench-") as folder:
         scratch = pathlib.Path(folder)
-        scratch.chmod(0o755)  # a database server that does not run as root goes through it
+        scratch.chmod(0o755)  # the database server, which does not run as root, has to enter it
         programs = ROOT / "build" / "release" / "bin"
         bench = Bench(programs, scratch, Runner(programs, scratch), report, options.quick)
         with bench.stack:

@@ -1,4 +1,4 @@
-"""Conversations of the tool with a server: recorded on their way, and played to it again."""
+"""Conversations of the tool with a server: recorded by a relay, and replayed to the tool."""
 
 import contextlib
 import dataclasses
@@ -16,7 +16,7 @@ class Turn:
 
 
 def record(port, command):
-    """Runs the command, which is given the port of a relay to the server, and returns the turns of its conversation."""
+    """Runs the command with the port of a relay to the server, and returns the turns of the conversation."""
     turns = [Turn()]
     with socket.create_server(("127.0.0.1", 0)) as listener:
         tool = subprocess.Popen(command(listener.getsockname()[1]), stdout=subprocess.DEVNULL)
@@ -56,7 +56,7 @@ def replayed(turns):
                 return
             with client:
                 for turn in turns:
-                    client.setsockopt(socket.IPPROTO_TCP, socket.TCP_QUICKACK, 1)  # the tool's next message waits for it
+                    client.setsockopt(socket.IPPROTO_TCP, socket.TCP_QUICKACK, 1)  # the tool's next message waits for the acknowledgement
                     client.recv(len(turn.asked), socket.MSG_WAITALL)
                     client.sendall(turn.answer)
 

@@ -1,7 +1,7 @@
 // Decodes a message from memory as the tool does when it comes from a socket: in blocks of 64 KiB.
 //
 // Usage: decode-answer FILE ROUNDS
-// Prints the least seconds of processor time that a round took. What was decoded is freed outside of it.
+// Prints the processor time of the fastest round in seconds, without freeing the result.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>

@@ -17,7 +17,7 @@ from ber import integer, primitive, string
 SEQUENCE, SET, ENUMERATED = 0x30, 0x31, 0x0A
 BIND, BIND_RESPONSE, SEARCH, ENTRY, DONE = 0x60, 0x61, 0x63, 0x64, 0x65
 SUCCESS = primitive(ENUMERATED, b"\0") + string("") + string("")
-SEARCH_ID = 2  # of the search of a client that has sent nothing but the bind before
+SEARCH_ID = 2  # the number of the search, the client's second message after the bind
 
 
 def message(number, operation, content):

@@ -1,4 +1,4 @@
-"""Runs programs, and says what they took."""
+"""Runs programs and measures their time and memory."""
 
 import pathlib
 import statistics
@@ -7,7 +7,7 @@ from typing import NamedTuple
 
 
 class Figures(NamedTuple):
-    """One run: seconds that passed, seconds of processor time in user and system mode, and peak memory in bytes."""
+    """One run: elapsed seconds, seconds of processor time in user and system mode, and peak memory in bytes."""
     wall: float
     cpu: float
     peak: int
@@ -28,7 +28,7 @@ class Best:
 
 
 class Runner:
-    """Runs programs by way of bin/resources, which see for why."""
+    """Runs programs through bin/resources; resources.cpp gives the reason."""
 
     def __init__(self, programs, scratch):
         self.resources = pathlib.Path(programs, "resources")

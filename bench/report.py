@@ -1,4 +1,4 @@
-"""The tables of a run, and where it was."""
+"""The tables of a run, and its machine."""
 
 import datetime
 import os
@@ -33,11 +33,11 @@ class Report:
                              f"{100 * best.spread:.0f} %"])
 
     def timed(self, workload, program, seconds, items=None):
-        """The same for what is measured inside of a program."""
+        """The same for times measured inside a program."""
         self.figures.append([workload, program, f"{seconds:.4f}", "", "", f"{1e9 * seconds / items:.0f}" if items else "", "", ""])
 
     def rate(self, command, best, items):
-        """What a user may expect of a command."""
+        """The rate and the memory of a command, for users."""
         self.rates.append([command, f"{items / best.wall / 1e6:.2f} million", f"{best.peak / items:.0f} bytes"])
 
     def goal(self, workload, what, value, limit, unit="", at_least=False):
@@ -54,7 +54,7 @@ class Report:
 
 
 def surroundings():
-    """The machine, the day and the versions."""
+    """The machine, the date and the versions."""
     models = [line.split(":")[1].strip() for line in open("/proc/cpuinfo") if line.startswith("model name")]
     memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
     query = subprocess.run(["dpkg-query", "-W", "-f", "${Package} ${Version}, ", *PACKAGES], capture_output=True, text=True)

@@ -1,9 +1,9 @@
-// Runs a program and writes down what it took: the system's own figures, of this child alone.
+// Runs a program and records the system's figures of its time and memory.
 //
 // Usage: resources FIGURES PROGRAM [ARGUMENT...]
-// The file FIGURES gets one line: seconds that passed, user and system seconds, peak memory in KiB, and the
-// child's wait status. A child starts with the peak of the process that it was forked from, which is why this
-// is a program of its own: its 1 to 2 MiB are less than those of any program with a C library.
+// The file FIGURES gets one line: elapsed, user and system seconds, peak memory in KiB, and the child's wait
+// status. A child starts with the peak of its parent. Therefore this is a small program of its own, with a
+// peak of 1 to 2 MiB, below that of any program with a C library.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>

@@ -1,4 +1,4 @@
-"""The servers that the programs are run against: each a context manager, stopped at the end."""
+"""The servers for the programs: each is a context manager, which stops its server at the end."""
 
 import contextlib
 import os
@@ -11,7 +11,7 @@ import sys
 
 @contextlib.contextmanager
 def started(command):
-    """Runs a server; yields the first line that it prints."""
+    """Runs a server; yields its first line of output."""
     process = subprocess.Popen([str(word) for word in command], stdout=subprocess.PIPE, text=True)
     try:
         line = process.stdout.readline().strip()

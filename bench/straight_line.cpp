@@ -1,10 +1,9 @@
-// Exports a series as the tool's select does, in one straight line: reads all that the server sends into one
-// buffer, walks through it with a pointer and prints as it goes. There are no layers, no records and no
-// checks; the conversions are those of the tool, so that the ratio of the two shows what its structure costs.
+// Exports a series like the tool's select, in one straight line: reads the whole answer into one buffer,
+// walks through it with a pointer and prints. It has no layers, no records and no checks, but the conversions
+// of the tool: the ratio of the two is the cost of the tool's structure.
 //
 // Usage: straight-line PORT REQUESTS OUTPUT [-u]
-// REQUESTS is a file with the bytes that the tool sends, from its log-in on. -u prints times as plain
-// seconds.
+// REQUESTS is a file with the bytes that the tool sends, from the log-in on. -u prints times in seconds.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -58,7 +57,7 @@ void sendFile(int connection, const char* name) {
   shutdown(connection, SHUT_WR);
 }
 
-// The buffer doubles; of memory that is not written to, the system gives none.
+// The buffer doubles. The system provides memory only for the pages that are written to.
 Bytes receiveAll(int connection) {
   std::size_t capacity = 16 * kBlock, size = 0;
   auto* bytes = static_cast<std::uint8_t*>(std::malloc(capacity));
@@ -74,7 +73,7 @@ Bytes receiveAll(int connection) {
   }
 }
 
-// Past a whole item.
+// The end of a whole item.
 Bytes skip(Bytes at) {
   int depth = 0;
   do {
@@ -119,7 +118,7 @@ std::uint32_t takeInteger(Bytes& at) {
 double takeReal(Bytes& at) {
   const char* text = reinterpret_cast<const char*>(at) + 3;  // behind the byte that says it is text
   at += 2 + at[1];
-  double value = 0;  // which has no text
+  double value = 0;  // an empty text
   readDecimal(text, reinterpret_cast<const char*>(at), value);
   return value;
 }
@@ -130,8 +129,8 @@ char* putPair(char* to, int value) {
   return to + 2;
 }
 
-// Times in one of the two forms. A row begins where the one before it ended as a rule, so the last text is
-// kept.
+// Times in one of the two forms. Keeps the last text, because a row usually begins where the one before
+// ended.
 struct Times {
   bool local;
   Calendar calendar{TimeZone(TimeZone::localMarker)};
@@ -183,7 +182,7 @@ char* putEnum(char* to, Times& times, Bytes& at) {
   return putCount(putCount(putCount(putSpan(to, times, at), at), at), at);
 }
 
-// The texts are shorter than 128 bytes.
+// All texts are shorter than 128 bytes.
 char* putIncident(char* to, Times& times, Bytes& at) {
   to = putCount(times.put(to, takeInteger(at)), at);
   *to++ = ',';

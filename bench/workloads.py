@@ -21,7 +21,7 @@ ROWS, NODES, DOMAINS = 1_000_000, 200_000, 20
 LOB, LIST, LIST_TEXTS = 2 << 20, 10_000, 60 + 8  # bytes, elements, and the bytes of one of each list of texts
 METRICS, DELAY = 1000, 50  # milliseconds
 SMALL, LARGE, LARGE_QUICK = 100_000, 4_000_000, 1_000_000
-LONG = 8_000_000  # rows that take longer than the second for which no progress is shown
+LONG = 8_000_000  # rows that take longer than the second before progress is shown
 LATEST = 2**31 - 1
 WORKLOADS = {}
 
@@ -278,7 +278,7 @@ def progress(bench):
     name = f"select of {LONG:,}"
     for program, runs in zip(["morvex-tool, progress shown", "morvex-tool"], zip(*pairs)):
         bench.report.measured(name, program, Best(runs), LONG)
-    share = statistics.median(shown.cpu / silent.cpu for shown, silent in pairs)  # the best of each differ by more, by chance
+    share = statistics.median(shown.cpu / silent.cpu for shown, silent in pairs)  # the fastest runs differ more, by chance
     bench.report.goal(name, "CPU to that without the line", share, 1.01)
 
 
@@ -314,7 +314,7 @@ def nested(depth):
 
 
 def grown(bench, what, items, run):
-    """A short run varies more: of five, the best counts."""
+    """Short runs vary more: the best of five counts."""
     small, large = in_turn(3, lambda: min([run(SMALL) for _ in range(5)], key=lambda figures: figures.cpu), lambda: run(bench.large))
     name = f"growth of {what}"
     for size, best in [(SMALL, small), (bench.large, large)]:

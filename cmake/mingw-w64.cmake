@@ -11,6 +11,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# One file that runs anywhere: of libraries, it asks for the system's alone. It does not tell when it was linked, so
-# that two builds are the same.
+# One file, which imports only libraries of the system. It holds no time of linking, so that two builds are the same.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp")

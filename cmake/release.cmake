@@ -1,5 +1,5 @@
-# How programs are built for users: hardened, and so that the same sources give the same bytes in any folder.
-# The sanitizers have measures of their own, and do not get along with these.
+# Release builds are hardened, and the same sources give the same bytes in any folder. The sanitizers have their own checks,
+# which conflict with these.
 if(MORVEX_SANITIZE)
   return()
 endif()
@@ -13,6 +13,5 @@ if(WIN32)
   add_link_options($<$<CONFIG:Release>:-fstack-protector-strong>) # links the library behind these checks
   add_link_options(-Wl,--dynamicbase,--high-entropy-va,--nxcompat)
 else()
-  add_compile_options($<$<CONFIG:Release>:-fPIE>)
   add_link_options($<$<CONFIG:Release>:-pie> -Wl,-z,relro,-z,noexecstack)
 endif()

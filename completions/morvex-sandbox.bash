@@ -1,4 +1,4 @@
-# Completion of morvex-sandbox for bash: its options, all of which but --help take a value.
+# Completion of morvex-sandbox for bash: its options. All except --help take a value.
 _morvex_sandbox() {
   local word offer previous= current=${COMP_WORDS[COMP_CWORD]}
   local offers=(--port --login --password --domain --nodes --domains --rows --lob --list --metrics --conflicts --delay

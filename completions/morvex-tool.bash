@@ -1,7 +1,7 @@
-# Completion of morvex-tool for bash. It asks no server, so it offers no paths, IDs and metrics; and no secrets.
+# Completion of morvex-tool for bash. It contacts no server, so it offers no paths, IDs or metrics. It offers no secrets.
 
-# The words up to the cursor, as the shell will see them, go into words; the last one is under it. Readline cuts them at
-# colons and equals signs as well, and replaces only what is behind the last of these; prefix is what stands before that.
+# Sets words to the words up to the cursor, as the shell sees them; the last one is at the cursor. Readline also splits at
+# colons and equals signs, and replaces only the text after the last of them; prefix is the text before.
 _morvex_tool_words() {
   local line=${COMP_LINE:0:COMP_POINT} blanks breaks=${COMP_WORDBREAKS//[^:=]/} i
   for ((i = 0; i <= COMP_CWORD; ++i)); do
@@ -18,15 +18,15 @@ _morvex_tool_words() {
     fi
   done
   case ${words[-1]} in
-    [\'\"]*) words[-1]=${words[-1]:1} ;; # inside quotes nothing is cut
+    [\'\"]*) words[-1]=${words[-1]:1} ;; # readline does not split inside quotes
     *) [[ $breaks ]] && prefix=${words[-1]%"${words[-1]##*[$breaks]}"} ;;
   esac
 }
 
-# Reads the words before the current one. Options are known by the letters of known, in the notation of getopts.
+# Reads the words before the current one. known lists the options in the notation of getopts.
 _morvex_tool_read() {
   local word letter
-  local -A partners=([m]=n [n]=m [t]=u [u]=t) # which exclude each other
+  local -A partners=([m]=n [n]=m [t]=u [u]=t) # these exclude each other
   for word in "${words[@]:1:${#words[@]}-2}"; do
     letter=${word:1}
     if [[ $option ]]; then
@@ -42,12 +42,12 @@ _morvex_tool_read() {
   done
 }
 
-# What may stand behind the option, which takes a value.
+# Offers values of the option.
 _morvex_tool_values() {
   local letters=Nipd letter
   case $command:$option in
     :d) offers=(.) ;;
-    :f) compopt -o default ;; # readline's own way with file names
+    :f) compopt -o default ;; # readline completes file names itself
     :l) offers=("${USER-}") ;;
     :p) offers=(3241) ;;
     :s)
@@ -59,7 +59,7 @@ _morvex_tool_values() {
       ;;
     select:[be]) printf -v offers[0] '%(%Y-%m-%d)T-T00:00:00' -1; printf -v offers[1] '%(%Y-%m-%d-T%H:%M:%S)T' -1 ;;
     select:t) offers=(%F %T %FT%T %FT%T%z %d.%m.%Y %H:%M) ;;
-    list*:o) # one more letter, until all are there
+    list*:o) # one more letter, up to all of them
       case $command in listnodes) letters+=n ;; listchecks) letters+=nc ;; esac
       [[ $current == *[!$letters]* ]] && return
       compopt -o nospace
@@ -70,7 +70,7 @@ _morvex_tool_values() {
   esac
 }
 
-# What may stand there of itself: options, command words, and the names of properties that every server knows.
+# Offers options, command words, and the names of properties that every server knows.
 _morvex_tool_others() {
   local i name
   if ((${#operands[@]} == 0)); then
@@ -106,7 +106,7 @@ _morvex_tool() {
   _morvex_tool_words
   current=${words[-1]}
   _morvex_tool_read
-  case $command in monitormetrics | mm) seen= operands=() ;; esac # options stand anywhere, and again and again
+  case $command in monitormetrics | mm) seen= operands=() ;; esac # options may stand anywhere and be repeated
   if [[ $option ]]; then
     _morvex_tool_values
   elif [[ $command || $seen != *h* ]]; then

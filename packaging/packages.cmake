@@ -1,5 +1,5 @@
-# The packages: cpack -G DEB makes morvex-tool and libmorvex-dev, cpack -G ZIP the one for Windows. scripts/package
-# calls it.
+# The packages: cpack -G DEB makes morvex-tool and libmorvex-dev, cpack -G ZIP the zip for Windows. scripts/package calls
+# cpack.
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_PACKAGE_NAME morvex-tool)
 set(CPACK_PACKAGE_VENDOR morvex-tool)
@@ -17,7 +17,7 @@ if(WIN32)
   return()
 endif()
 
-# A package for each group, named after it: groups are components here.
+# One package for each group of components.
 set(CPACK_COMPONENTS_ALL tool debian-tool library debian-library)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -35,15 +35,16 @@ Lists the tree of domains, nodes and checks of a Morvex Server, exports and
 imports the results of checks and the incident logs of nodes as CSV, reads
 and changes properties, and watches the metrics of the server.
 .
-The small server morvex-sandbox, with sample data, is there to try it on.")
+The package also has morvex-sandbox, a small server with sample data to try
+it on.")
 
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME libmorvex-dev)
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SUGGESTS cmake)
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SUGGESTS "cmake, pkgconf")
 set(CPACK_DEBIAN_LIBRARIES_DESCRIPTION "client of a network-monitoring server, for C++ programs
 Static libraries and headers of the client that morvex-tool is made of: the
 wire protocol of a Morvex Server, log-in and requests, and queries on objects,
-properties and time series. CMake finds them as the package \"morvex\".")
+properties and time series. CMake and pkg-config know them as \"morvex\".")
 
 include(CPack)
 cpack_add_component_group(programs)

@@ -1,8 +1,8 @@
-# What the scripts of this folder share. To be sourced.
+# Functions for the other scripts of this folder, which source it.
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 
-# need PACKAGE...: installs those of Debian's packages that are missing.
+# need PACKAGE...: installs the Debian packages that are missing.
 need() {
   local missing=() package as_root=()
   for package in "$@"; do
@@ -12,7 +12,7 @@ need() {
   if [ "$(id -u)" -ne 0 ]; then
     if ! command -v sudo >/dev/null; then
       echo "These packages are missing: ${missing[*]}" >&2
-      echo "Installing them takes root, or sudo, and neither is there. Run as root:" >&2
+      echo "Installing them takes root or sudo. Run as root:" >&2
       echo "  apt-get update && apt-get install ${missing[*]}" >&2
       exit 1
     fi
@@ -24,7 +24,7 @@ need() {
     apt-get install -qq -y --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# build PRESET [TARGET...]: configures and builds, quietly when all is well.
+# build PRESET [TARGET...]: configures and builds; prints the log only after a failure.
 build() {
   local preset=$1 log
   shift
@@ -38,15 +38,15 @@ build() {
   rm -f "$log"
 }
 
-# start_sandbox PRESET [OPTION...]: starts the sandbox server on a free port; sets sandbox_port. It is stopped
-# when the script ends.
+# start_sandbox PRESET [OPTION...]: starts the sandbox server on a free port and sets sandbox_port. The server ends with the
+# script.
 start_sandbox() {
   local preset=$1
   shift
   start_server "build/$preset/bin/morvex-sandbox" --port 0 "$@"
 }
 
-# start_server COMMAND...: the same for a sandbox server by its whole command line.
+# start_server COMMAND...: the same, with the whole command line of the server.
 start_server() {
   local first_line
   coproc SANDBOX { exec "$@"; }
@@ -56,7 +56,7 @@ start_server() {
   sandbox_port=${first_line##*:}
 }
 
-# end_to_end PRESET [ARGUMENT...]: runs the end-to-end tests on the programs of that build, with arguments for pytest.
+# end_to_end PRESET [ARGUMENT...]: runs the end-to-end tests with the programs of that build. Arguments go to pytest.
 end_to_end() {
   local bin=$PWD/build/$1/bin sanitized=0
   [ "$1" != asan ] || sanitized=1
@@ -66,7 +66,7 @@ end_to_end() {
     /usr/bin/python3 -m pytest -q -p no:cacheprovider "${@:-tests/end_to_end}"
 }
 
-# What to put before a program that must lie at the same addresses in each run; nothing where the system refuses that.
+# The prefix of a command that needs the same addresses in each run; empty if the system does not allow it.
 same_addresses=(setarch -R)
 "${same_addresses[@]}" true 2>/dev/null || same_addresses=()
 

@@ -1,11 +1,11 @@
-"""Runs the command lines of README.md and docs/, and compares what they print with what the documents say.
+"""Runs the command lines of README.md, CONTRIBUTING.md and docs/, and compares their output with the documents.
 
-Commands stand in ```console blocks: "$ " and a command, which goes on in the next line behind a backslash or "|", then
-exactly what it prints; a line of "..." alone stands for any lines. Behind "&", what is printed is waited for. The commands
-of a document run in their order, in one bash and in one folder of their own. A block of any other kind with "file=NAME"
-behind its language is that file, from there on. ```sh holds what is not run here, each line of which stands in
-RUN_ELSEWHERE, and ```text what is no command. A comment "columns 1 2 of FILE: PATTERN" ahead of a table says that these
-columns are, in their order, what the groups of the pattern find in the file.
+A ```console block holds commands and their exact output. A command begins with "$ ", and continues in the next line after a
+backslash or "|". A line of "..." alone matches any lines. For a command that ends in "&", the test waits for the output. The
+commands of a document run in order, in one bash and one folder of their own. A block of any other kind with "file=NAME"
+after its language defines that file. ```sh holds commands that are not run here; each stands in RUN_ELSEWHERE. ```text holds
+no commands. A comment "columns 1 2 of FILE: PATTERN" before a table means: these columns are, in order, the groups of all
+matches of the pattern in the file.
 """
 
 import os
@@ -20,9 +20,9 @@ import time
 import pytest
 
 ROOT = pathlib.Path(__file__).parents[2]
-DOCUMENTS = {str(path.relative_to(ROOT)): path.read_text() for path in [ROOT / "README.md", *ROOT.glob("docs/**/*.md")]}
+DOCUMENTS = {str(path.relative_to(ROOT)): path.read_text() for path in [*ROOT.glob("*.md"), *ROOT.glob("docs/**/*.md")]}
 PATIENCE = 60  # seconds for a command
-PORT = 3241    # that the documents speak of
+PORT = 3241    # in the documents
 
 RUN_ELSEWHERE = {
     "scripts/demo": "by scripts/test",
@@ -33,7 +33,18 @@ RUN_ELSEWHERE = {
     "cmake --preset release && cmake --build --preset release": "by scripts/test",
     "cmake --preset windows && cmake --build --preset windows": "by scripts/test-windows",
     "PATH=$PWD/build/release/bin:$PATH": "is set for all commands",
+    "cmake --preset dev && cmake --build --preset dev": "by scripts/test",
+    "ctest --test-dir build/dev --output-on-failure": "is what runs this",
+    "build/dev/bin/query_test --gtest_filter='Parser.*'": "by scripts/test, with all others",
+    "PYTEST_ADDOPTS='-k test_listing' ctest --test-dir build/dev -R end_to_end --output-on-failure": "by scripts/test, the same",
+    "scripts/fuzz 60 tql": "takes minutes",
+    "cmake --preset release -D MORVEX_BENCH=ON && cmake --build --preset release": "by scripts/bench",
+    "build/release/bin/morvex-bench --benchmark_filter=parse": "by scripts/bench, with all others",
+    "scripts/mutate tql/lexer": "takes minutes",
+    "git ls-files '*.h' '*.cpp' | xargs clang-format -i": "changes the sources",
     "sudo apt install ./morvex-tool_*.deb": "by scripts/test-packages",
+    "cmake -S /usr/share/doc/libmorvex-dev/examples -B build && cmake --build build": "by scripts/test-packages",
+    "g++ -std=c++20 -O2 export_check.cpp $(pkg-config --cflags --libs morvex) -o export_check": "by scripts/test-packages",
     "sudo install -m 755 morvex-export /usr/local/sbin/": "changes the system",
     "sudo install -d -m 700 /etc/morvex": "changes the system",
     "sudo install -m 600 password /etc/morvex/": "changes the system",
@@ -45,13 +56,13 @@ RUN_ELSEWHERE = {
 
 
 def blocks(text):
-    """What stands between fences: the language, the file's name if any, and the lines."""
+    """The blocks between fences: the language, the file's name if any, and the lines."""
     for block in re.finditer(r"^```(\w*)(?: file=(\S+))?\n(.*?)^```$", text, re.MULTILINE | re.DOTALL):
         yield block[1], block[2], block[3].splitlines()
 
 
 def commands(lines):
-    """Commands with the lines that they print."""
+    """Commands with the lines of their output."""
     found = []
     for line in lines:
         if line.startswith("$ "):
@@ -72,12 +83,12 @@ class Shell:
     """A bash in the folder, in which the programs go by their names, on a port of its own."""
 
     def __init__(self, folder):
-        self.reserved = socket.socket()  # bound and never listening: only who allows reuse gets the port
+        self.reserved = socket.socket()  # bound, never listening: only a socket with SO_REUSEADDR gets the port
         self.reserved.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         self.reserved.bind(("127.0.0.1", 0))
         self.port = self.reserved.getsockname()[1]
         (folder / "bin").mkdir()
-        for name, options in [("tool", "-s 127.0.0.1 -p"), ("sandbox", "--port")]:  # not all know the name localhost
+        for name, options in [("tool", "-s 127.0.0.1 -p"), ("sandbox", "--port")]:  # some systems do not resolve localhost
             program = folder / "bin" / f"morvex-{name}"
             program.write_text(f'#!/bin/sh\nexec "{os.environ[f"MORVEX_{name.upper()}"]}" {options} {self.port} "$@"\n')
             program.chmod(0o755)
@@ -85,16 +96,16 @@ class Shell:
         source, self.input = os.pipe()
         loop = (f'while IFS= read -r -d "" -u {source} command; do '
                 '(exit $status); eval "$command"; status=$?; printf "\\036"; done')
-        env = {"PATH": f"{folder}/bin:{os.environ['PATH']}", "HOME": str(folder / "work"), "LC_ALL": "C.UTF-8",
-               "TZ": "Asia/Kolkata"}  # documents that mean another one have to say so
+        env = {"PATH": f"{folder}/bin:{os.environ['MORVEX_EXAMPLES']}:{os.environ['PATH']}", "HOME": str(folder / "work"), "LC_ALL": "C.UTF-8",
+               "TZ": "Asia/Kolkata"}  # a document that needs another zone sets it
         self.process = subprocess.Popen(["bash", "-c", loop], cwd=folder / "work", env=env, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, pass_fds=[source],
                                         start_new_session=True)
         os.close(source)
 
     def run(self, command, expected):
-        """What the command prints."""
-        os.write(self.input, command.replace(f"/127.0.0.1/{PORT}", f"/127.0.0.1/{self.port}").encode() + b"\0")
+        """Returns the output of the command."""
+        os.write(self.input, re.sub(rf"(127\.0\.0\.1[ /]){PORT}\b", rf"\g<1>{self.port}", command).encode() + b"\0")
         printed, ended, deadline = b"", False, time.monotonic() + PATIENCE
         while not ended or command.endswith("&") and not fits(expected, self.text(printed)):
             ready, _, _ = select.select([self.process.stdout], [], [], max(0, deadline - time.monotonic()))
@@ -145,7 +156,7 @@ def test_no_command_stands_elsewhere(name):
 
 
 def anchors(text):
-    """What headings are linked by."""
+    """The anchors of all headings."""
     titles = re.findall(r"^#+ (.*)", text, re.MULTILINE)
     return {re.sub(r"[^\w\- ]", "", title.lower()).replace(" ", "-") for title in titles}
 
