@@ -10,8 +10,11 @@
 #include "commands/commands.h"
 #include "foundation/assertion.h"
 #include "platform/traffic.h"
+#include "protocol/facts.h"
 
 namespace morvex {
+
+namespace object_class = protocol::object_class;
 
 namespace {
 
@@ -205,32 +208,33 @@ void listDomains(int count, char** vector, int index) {
   const ListOptions options = parseListOptions(count, vector, index, "Nipd");
   login();
   showProgress(StandardStream::output);
-  const FoundObject base = findListed(options, {"Domain"});
+  const FoundObject base = findListed(options, {object_class::kDomain});
   const std::string expression = std::string(". > Domain") + star(options) + "[siblingName, longLabel]";
-  runListQuery(vector[0], options, base, expression, {"Domain"});
+  runListQuery(vector[0], options, base, expression, {object_class::kDomain});
 }
 
 void listNodes(int count, char** vector, int index) {
   const ListOptions options = parseListOptions(count, vector, index, "Nipdn");
   login();
   showProgress(StandardStream::output);
-  const FoundObject base = findListed(options, {"Domain"});
+  const FoundObject base = findListed(options, {object_class::kDomain});
   const std::string expression =
       std::string("Domain") + star(options) + "[siblingName] > Node[siblingName, longLabel]";
-  runListQuery(vector[0], options, base, expression, {"Node"});
+  runListQuery(vector[0], options, base, expression, {object_class::kNode});
 }
 
 void listChecks(int count, char** vector, int index) {
   const ListOptions options = parseListOptions(count, vector, index, "Nipdnc");
   login();
   showProgress(StandardStream::output);
-  const FoundObject base = findListed(options, {"Domain", "Node"});
+  const FoundObject base = findListed(options, {object_class::kDomain, object_class::kNode});
   std::string expression;
-  if (base.object->className == "Domain") {
+  if (base.object->className == object_class::kDomain) {
     expression = std::string("Domain") + star(options) + "[siblingName] > ";
   }
   expression += kCheckTail;
-  runListQuery(vector[0], options, base, expression, {"Check", "CheckAccumulation"});
+  runListQuery(vector[0], options, base, expression,
+               {object_class::kCheck, object_class::kCheckAccumulation});
 }
 
 }  // namespace morvex

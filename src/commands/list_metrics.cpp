@@ -9,10 +9,13 @@
 #include "cli/login.h"
 #include "commands/commands.h"
 #include "foundation/errors.h"
+#include "protocol/facts.h"
 #include "query/call.h"
 #include "session/connection.h"
 
 namespace morvex {
+
+namespace object_class = protocol::object_class;
 
 namespace {
 
@@ -65,11 +68,11 @@ void MetricPrinter::print(Result& root) {
 // Instances are only named, by the line that closes their table.
 void MetricPrinter::printChild(Result& child) {
   const bool inTable = !levels_.back().closing.empty();
-  if (child.className == "Group") {
+  if (child.className == object_class::kGroup) {
     enterGroup(child, extendPrefix(child));
-  } else if (child.className == "Table") {
+  } else if (child.className == object_class::kTable) {
     enterTable(child, extendPrefix(child));
-  } else if (!inTable || child.className != "Instance") {
+  } else if (!inTable || child.className != object_class::kInstance) {
     printMetric(child);
   }
 }
@@ -84,7 +87,7 @@ void MetricPrinter::enterTable(Result& table, std::size_t outerPrefix) {
   tqlquery::sortChildren(table, {"name", true});
   std::string closing;
   for (const protocol::Owned<Result>& child : table.children) {
-    if (child->className == "Instance") {
+    if (child->className == object_class::kInstance) {
       closing += closing.empty() ? "Where * in {" : ",";
       closing += tqlquery::getStringProperty(*child, "name");
     }
@@ -128,7 +131,7 @@ void MetricPrinter::printMetric(const Result& metric) {
 void printMetricGroup(Output& output, Result& root) {
   // The root comes from the server, so another class is an error like any other: an assertion would let a
   // peer abort the program.
-  if (root.className != "Group") {
+  if (root.className != object_class::kGroup) {
     throw error::EFatal("Invalid argument");
   }
   MetricPrinter(output).print(root);
@@ -136,7 +139,7 @@ void printMetricGroup(Output& output, Result& root) {
 
 void listMetrics(int, char**, int) {
   login();
-  auto call = comquery::make<tqlquery::Call>(tqlquery::kMetricTree, std::list<protocol::Property>(),
+  auto call = comquery::make<tqlquery::Call>(protocol::method::kMetricTree, std::list<protocol::Property>(),
                                              std::vector<const Result*>());
   g_connection->post(*call);
   g_connection->await(*call);  // a refusal leaves no objects

@@ -13,10 +13,13 @@
 #include "foundation/assertion.h"
 #include "foundation/text.h"
 #include "platform/clock.h"
+#include "protocol/facts.h"
 #include "query/tql/property_codec.h"
 #include "session/connection.h"
 
 namespace morvex {
+
+namespace object_class = protocol::object_class;
 
 namespace {
 
@@ -217,19 +220,19 @@ std::unique_ptr<MetricMonitor> makeMonitor(const MonitorOptions& options, std::l
                                            const tqlquery::Result& description) {
   const std::string unit(tqlquery::getStringProperty(description, "unit"));  // wanted of every class
   const std::string& className = description.className;
-  if (className == "CounterInt64") {
+  if (className == object_class::kCounterInt64) {
     if (options.differences) {
       return std::make_unique<DiffCounterMonitor>(std::move(path));
     }
     return std::make_unique<AbsCounterMonitor>(std::move(path));
   }
-  if (className == "GaugeInt64") {
+  if (className == object_class::kGaugeInt64) {
     return std::make_unique<GaugeMonitor>(std::move(path));
   }
-  if (className == "GaugeDouble") {
+  if (className == object_class::kGaugeDouble) {
     return std::make_unique<GaugeDoubleMonitor>(std::move(path));
   }
-  if (className == "Timing") {
+  if (className == object_class::kTiming) {
     if (options.differences) {
       return std::make_unique<DiffTimingMonitor>(std::move(path), options.timingDisplay, scaleOf(unit));
     }
@@ -240,7 +243,7 @@ std::unique_ptr<MetricMonitor> makeMonitor(const MonitorOptions& options, std::l
 
 std::unique_ptr<MetricMonitor> createMonitor(const MonitorOptions& options, const std::string& metricName) {
   std::list<std::string> path = splitToList(metricName, '.', false);
-  const auto call = comquery::make<tqlquery::Call>(tqlquery::kMetricDescription, nameParameter(path),
+  const auto call = comquery::make<tqlquery::Call>(protocol::method::kMetricDescription, nameParameter(path),
                                                    std::vector<const tqlquery::Result*>());
   g_connection->post(*call);
   g_connection->await(*call);  // a refusal leaves no objects
@@ -251,7 +254,7 @@ std::unique_ptr<MetricMonitor> createMonitor(const MonitorOptions& options, cons
 }
 
 void refreshMonitor(MetricMonitor& monitor) {
-  monitor.call = comquery::make<TimedCall>(tqlquery::kMetricValue, nameParameter(monitor.name));
+  monitor.call = comquery::make<TimedCall>(protocol::method::kMetricValue, nameParameter(monitor.name));
   g_connection->post(*monitor.call);
 }
 

@@ -6,8 +6,11 @@
 
 #include "cli/login.h"
 #include "foundation/errors.h"
+#include "protocol/facts.h"
 
 namespace morvex {
+
+namespace object_class = protocol::object_class;
 
 namespace {
 
@@ -117,15 +120,15 @@ std::string pathExpression(const std::string& path, bool byId, const std::string
   const auto projectionOf = [&](std::size_t part) {
     return part + 1 == parts.size() ? std::string_view(wanted) : kNamesOnly;
   };
-  std::string expression = "Domain";
+  std::string expression = object_class::kDomain;
   if (parts[0] == ".") {
     expression += wanted;  // also when it is not the root that is looked for
   } else {
     expression += kNamesOnly;
-    appendSteps(expression, "Domain", splitPart(parts[0], '.'), projectionOf(0));
+    appendSteps(expression, object_class::kDomain, splitPart(parts[0], '.'), projectionOf(0));
   }
   if (parts.size() > 1) {
-    appendSteps(expression, "Node", {parts[1]}, projectionOf(1));
+    appendSteps(expression, object_class::kNode, {parts[1]}, projectionOf(1));
   }
   if (parts.size() > 2) {
     appendSteps(expression, ".", splitPart(parts[2], '^'), projectionOf(2));
@@ -135,11 +138,11 @@ std::string pathExpression(const std::string& path, bool byId, const std::string
 
 PathPart pathPartOf(std::string_view className) {
   static constexpr std::array<std::pair<std::string_view, PathPart>, 5> kParts{{
-      {"Domain", PathPart::domain},
-      {"Node", PathPart::node},
-      {"Check", PathPart::check},
-      {"CheckGroup", PathPart::check},
-      {"CheckAccumulation", PathPart::check},
+      {object_class::kDomain, PathPart::domain},
+      {object_class::kNode, PathPart::node},
+      {object_class::kCheck, PathPart::check},
+      {object_class::kCheckGroup, PathPart::check},
+      {object_class::kCheckAccumulation, PathPart::check},
   }};
   const auto* found = std::find_if(kParts.begin(), kParts.end(),
                                    [className](const auto& row) { return row.first == className; });

@@ -13,8 +13,11 @@
 #include "foundation/text.h"
 #include "platform/clock.h"
 #include "platform/traffic.h"
+#include "protocol/facts.h"
 
 namespace morvex {
+
+namespace object_class = protocol::object_class;
 
 namespace {
 
@@ -135,11 +138,14 @@ std::int64_t parseTimeArgument(const std::string& text, const TimeZone& zone) {
 }
 
 std::string dataTableName(const tqlquery::Result& object) {
-  return object.className == "Node" ? "tsdbIncident" : "tsdbIndex";
+  return object.className == object_class::kNode ? protocol::kIncidentTable : protocol::kResultTable;
 }
 
 FoundObject findObjectWithData(const ObjectName& name) {
-  return findObject(name.text, name.byId, {"Check", "Node", "DomainExport", "CheckAccumulation"}, "");
+  return findObject(name.text, name.byId,
+                    {object_class::kCheck, object_class::kNode, object_class::kDomainExport,
+                     object_class::kCheckAccumulation},
+                    "");
 }
 
 comquery::Held<dataquery::GetData> getData(const tqlquery::Result& object, std::int64_t startTime,

@@ -67,7 +67,7 @@ void printLine(const std::string& text) {
 // user: the command tries again.
 class ConsoleUpdate final : public tqlquery::Update {
  public:
-  static constexpr std::uint32_t kChangedMeanwhile = 3;
+  static constexpr auto kChangedMeanwhile = static_cast<std::uint32_t>(ErrorCode::conflict);
 
   ConsoleUpdate(const std::string& id, std::string version, std::list<protocol::Property> properties)
       : Update(id, std::move(version), std::move(properties)), objectId_(id) {}

@@ -6,6 +6,25 @@
 
 namespace morvex {
 
+// The codes with which the server refuses a request; errorText words them.
+enum class ErrorCode : std::uint32_t {
+  none = 0,
+  unknownId = 1,
+  nothingMatched = 2,
+  conflict = 3,
+  duplicate = 4,
+  illegalChild = 5,
+  missingProperty = 6,
+  unknownProperty = 7,
+  constProperty = 8,
+  illegalType = 9,
+  illegalValue = 10,
+  incomparable = 11,
+  notImplemented = 12,
+  backendError = 14,
+  accessDenied = 15,
+};
+
 // The failures of the whole program. All of them derive from error::Exception, which on purpose is no
 // std::exception: what the standard library throws is reported as an unknown exception.
 // They are thrown by value, caught by reference, and reported by main alone. protocol::EBer derives from
@@ -84,17 +103,17 @@ class selecterror : public error::MessageException {
 // A property whose value is not of the wanted type. Without a message, the code describes it.
 class tql : public error::Exception {
  public:
-  tql(std::string text, std::uint32_t errorCode) : message(std::move(text)), code(errorCode) {}
+  tql(std::string text, ErrorCode errorCode) : message(std::move(text)), code(errorCode) {}
   std::string description() const override;
 
   std::string message;
-  std::uint32_t code;
+  ErrorCode code;
 };
 
 // Two property values that cannot be compared.
 class tql_incomparable : public tql {
  public:
-  explicit tql_incomparable(std::string text) : tql(std::move(text), 11) {}
+  explicit tql_incomparable(std::string text) : tql(std::move(text), ErrorCode::incomparable) {}
 };
 
 }  // namespace errors
@@ -102,7 +121,7 @@ class tql_incomparable : public tql {
 // Throws error::ESystemError.
 [[noreturn]] void throwSystemError(std::string message);
 
-// The text of one of the server's error codes, 0 to 15; "Unknown error" for a code that has none.
+// The text of an ErrorCode; "Unknown error" for a number that is none.
 const char* errorText(std::uint32_t code);
 std::string errorString(std::uint32_t code);
 

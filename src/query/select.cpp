@@ -3,16 +3,11 @@
 #include <utility>
 
 #include "foundation/errors.h"
+#include "protocol/facts.h"
 #include "query/tql/parser.h"
 #include "session/connection.h"
 
 namespace morvex::tqlquery {
-namespace {
-
-constexpr std::uint32_t kStayRegistered = 1;
-
-}  // namespace
-
 Select::Select(std::string startId, std::string expression, std::uint32_t options)
     : pattern_(tql::parse(expression)), options_(options), expression_(std::move(expression)) {
   startIds_.push_back(std::move(startId));
@@ -53,7 +48,7 @@ void Select::decode(protocol::BerValue& response) {
 }
 
 void Select::finished(Connection& connection) {
-  if ((options_ & kStayRegistered) == 0) {
+  if ((options_ & protocol::kStayRegistered) == 0) {
     Query::finished(connection);
   }
 }

@@ -15,7 +15,7 @@ namespace morvex::tqlquery {
 class Select : public virtual comquery::Query {
  public:
   // Parses the expression. startId is the object that its first step is matched with, such as
-  // Connection::rootObjectId. Bit 0 of options asks to stay registered for further answers. Throws as
+  // Connection::rootObjectId. options may be protocol::kStayRegistered. Throws as
   // tql::parse does.
   Select(std::string startId, std::string expression, std::uint32_t options = 0);
 

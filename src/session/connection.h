@@ -21,9 +21,6 @@ struct IoFactory {
 // The usual one: TCP.
 inline constexpr IoFactory kSocketIo{&old_protocol::connectSocketIo};
 
-// Major 2, minor 3.
-inline constexpr std::int32_t kProtocolVersion = 0x0203;
-
 // The next request number of each session of this process, so that numbers of a session never repeat, not
 // even over a second connection.
 extern std::map<BigNum, std::uint32_t> sessionRequestCounters;

@@ -5,6 +5,7 @@
 #include "foundation/errors.h"
 #include "platform/clock.h"
 #include "protocol/catalogue.h"
+#include "protocol/facts.h"
 
 namespace morvex {
 
@@ -14,9 +15,6 @@ namespace {
 
 constexpr const char* kWrongType = "Protocol error: Wrong type";
 constexpr const char* kWrongVersion = "Server does not support our version of the protocol";
-
-// Minor versions get along with each other.
-bool isCompatible(std::int32_t version) { return ((version ^ kProtocolVersion) & 0xFF00) == 0; }
 
 }  // namespace
 
@@ -37,7 +35,7 @@ Handshake::Handshake(IoFactory factory, const std::string& server, std::uint32_t
 
 void Handshake::negotiate() {
   protocol::ClientWants wants;
-  wants.version = kProtocolVersion;
+  wants.version = protocol::kVersion;
   wants.authentication.emplace<protocol::ClientNoAuth>();
   reader_->send(wants);
 
@@ -49,7 +47,8 @@ void Handshake::negotiate() {
   if (offer == nullptr) {
     throw connect_error(kWrongType);
   }
-  if (offer->authentication.as<protocol::ServerNoAuth>() == nullptr || !isCompatible(offer->version)) {
+  if (offer->authentication.as<protocol::ServerNoAuth>() == nullptr ||
+      !protocol::isCompatible(offer->version)) {
     throw connect_error(kWrongVersion);
   }
   reader_->send(protocol::NegotiateAck());

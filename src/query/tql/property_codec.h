@@ -15,6 +15,11 @@ namespace morvex::tql {
 // The type word of a property: the base type, or the number of an enumeration, and flags above it.
 inline constexpr std::uint32_t kBaseMask = 0x1FFFF;
 inline constexpr std::uint32_t kEnumeration = 0x10000;
+// The enumerations whose values TQL has names for.
+inline constexpr std::uint32_t kStatusEnumeration = kEnumeration | 5;
+inline constexpr std::uint32_t kReportEnumeration = kEnumeration | 9;
+inline constexpr std::uint32_t kNotifyEnumeration = kEnumeration | 14;
+inline constexpr std::uint32_t kNodeTypeEnumeration = kEnumeration | 21;
 inline constexpr std::uint32_t kConst = 0x20000;
 inline constexpr std::uint32_t kNullAllowed = 0x40000;
 inline constexpr std::uint32_t kComputed = 0x80000;
@@ -65,9 +70,9 @@ void encode(Property& property, const std::string& name, std::uint32_t typeWord,
 // A literal would rather become a bool than a string.
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, const char* value) = delete;
 
-// Read the value of a property that should be of the wanted type. Throw errors::tql, code 9, for another type
-// and for null; result is then unchanged. A wanted type that the overload does not serve is a defect. Views
-// live as long as the property is left as it is.
+// Read the value of a property that should be of the wanted type. Throw errors::tql, illegalType, for another
+// type and for null; result is then unchanged. A wanted type that the overload does not serve is a defect.
+// Views live as long as the property is left as it is.
 void decode(const Property& property, std::uint32_t wanted, bool& result);
 void decode(const Property& property, std::uint32_t wanted, double& result);
 void decode(const Property& property, std::uint32_t wanted, std::int32_t& result);

@@ -51,7 +51,7 @@ std::string refusalOf(const Property& property, std::uint32_t wanted, Value resu
   try {
     tql::decode(property, wanted, result);
   } catch (const errors::tql& fault) {
-    EXPECT_EQ(fault.code, 9U);
+    EXPECT_EQ(fault.code, ErrorCode::illegalType);
     EXPECT_TRUE(same(result, untouched));
     return fault.text();
   }
