@@ -7,8 +7,8 @@
 
 #include "protocol/facts.h"
 #include "query/tql/property_codec.h"
+#include "sandbox/answer.h"
 #include "sandbox/comparison.h"
-#include "sandbox/refusal.h"
 
 namespace morvex::sandbox {
 namespace {
@@ -40,7 +40,7 @@ std::optional<ObjectClass> classNamed(const std::string& name) {
 }
 
 bool isIdentity(const protocol::RelativeExpr& term) {
-  return term.prop->name == "id" && (term.prop->typeWord & tql::kBaseMask) == tql::kId &&
+  return term.prop->name == "id" && tql::baseOf(*term.prop) == tql::kId &&
          term.prop->data.as<protocol::StringProp>() != nullptr &&
          (term.op == RelOperator::equal || term.op == RelOperator::notEqual);
 }
@@ -167,8 +167,7 @@ Pattern::Steps Pattern::fulfilled(Steps matched, Steps below) const {
 }
 
 const std::vector<std::string_view>& Pattern::wanted(Steps steps, bool& all) {
-  auto found =
-      std::find_if(wanted_.begin(), wanted_.end(), [&](const Wanted& one) { return one.steps == steps; });
+  auto found = std::ranges::find(wanted_, steps, &Wanted::steps);
   if (found == wanted_.end()) {
     Wanted entry{steps, false, {}};
     std::set<std::string_view> taken{"id"};

@@ -9,10 +9,11 @@
 
 namespace morvex::sandbox {
 
-// Changes the properties of objects, for clients that know the current version.
+// Changes the properties of objects for clients that know the current version.
 class Updates {
  public:
-  // So many updates are refused as if somebody else had just been faster. Both references must outlive it.
+  // Refuses the first updates, as many as conflicts says, as if somebody else had just been faster. Tree and
+  // activity must outlive it.
   Updates(Tree& tree, Activity& activity, std::uint32_t conflicts)
       : tree_(tree), activity_(activity), conflictsLeft_(conflicts) {}
 
