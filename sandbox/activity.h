@@ -14,7 +14,7 @@ using Time = std::chrono::steady_clock::time_point;
 enum class RequestKind : std::uint8_t { call, getData, getLastData, putData, select, update, other };
 inline constexpr std::size_t kRequestKinds = 7;
 
-// How many samples of a duration there are, and what they add up to. Without samples, min is above max.
+// Durations, in samples: their number, extremes and sums. Without samples, min is above max.
 struct Samples {
   std::uint64_t n = 0;
   std::uint64_t min = std::numeric_limits<std::uint64_t>::max();
@@ -31,7 +31,7 @@ struct Samples {
   }
 };
 
-// What the server has done since it started; the metrics show it.
+// Counts of the server since it started; the metrics show them.
 struct Activity {
   struct Requests {
     std::uint64_t count = 0;

@@ -93,7 +93,7 @@ class DataAnswer final : public Answer {
   Series series_;
   std::shared_ptr<const StoredSeries> stored_;
   std::int64_t start_;
-  Series::Range ownRange_;  // what is still to be written
+  Series::Range ownRange_;  // not yet written
   StoredSeries::Range storedRange_{0, 0};
   Activity& activity_;
   bool opened_ = false;

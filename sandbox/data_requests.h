@@ -14,7 +14,7 @@
 
 namespace morvex::sandbox {
 
-// Serves what reads and writes series. Throws Refusal for what cannot be served.
+// Serves the requests that read and write series. Throws Refusal for those that it cannot serve.
 class DataRequests {
  public:
   // All must outlive it and its answers.

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "sandbox/selection.h"
+#include "sandbox/updates.h"
 
 namespace morvex::sandbox {
 
@@ -58,7 +59,8 @@ std::unique_ptr<Answer> Handler::serveAnew(protocol::Request& request, RequestKi
       return select(requestId, *request.req.as<protocol::SelectReq>());
     case RequestKind::update: {
       protocol::UpdateResp response;
-      response.version = updates_.apply(*request.req.as<protocol::UpdateReq>());
+      response.version =
+          applyUpdate(tree_, activity_, conflictsLeft_, *request.req.as<protocol::UpdateReq>());
       return makeAnswer(requestId, std::move(response));
     }
     case RequestKind::other:

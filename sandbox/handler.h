@@ -13,11 +13,10 @@
 #include "sandbox/metrics.h"
 #include "sandbox/options.h"
 #include "sandbox/tree.h"
-#include "sandbox/updates.h"
 
 namespace morvex::sandbox {
 
-// Serves the requests of all clients. What it cannot serve it refuses with an error code.
+// Serves the requests of all clients, and refuses those that it cannot serve with an error code.
 class Handler {
  public:
   // Tree, activity and options must outlive the handler and its answers.
@@ -25,7 +24,7 @@ class Handler {
       : tree_(tree),
         activity_(activity),
         data_(tree, activity, options),
-        updates_(tree, activity, options.conflicts),
+        conflictsLeft_(options.conflicts),
         metrics_(tree, activity, options.metrics),
         kept_(std::size_t{options.keep} << 20U) {}
 
@@ -42,10 +41,10 @@ class Handler {
   std::unique_ptr<Answer> serveAnew(protocol::Request& request, RequestKind kind);
   std::unique_ptr<Answer> select(std::int32_t requestId, protocol::SelectReq& request) const;
 
-  const Tree& tree_;
+  Tree& tree_;
   Activity& activity_;
   DataRequests data_;
-  Updates updates_;
+  std::uint32_t conflictsLeft_;
   Metrics metrics_;
   KeptAnswers kept_;
 };

@@ -7,7 +7,7 @@ namespace morvex::sandbox {
 
 constexpr std::size_t kPortion = 64 * 1024;
 
-// Collects what is written, and passes it on if there is a stream behind it.
+// Collects the bytes written, and passes them on if there is a stream behind it.
 class KeptAnswers::Collector final : public protocol::BasicIo {
  public:
   explicit Collector(Bytes& bytes, protocol::BasicIo* behind = nullptr) : bytes_(bytes), behind_(behind) {}

@@ -55,7 +55,7 @@ Pattern::Pattern(protocol::Owned<PathPattern> source, const Tree& tree) : source
   connect();
 }
 
-// Lists the steps without recursion, so that the depth of what a client sends does no harm.
+// Lists the steps without recursion: a client may nest them to any depth.
 void Pattern::collect() {
   steps_.emplace_back().source = source_.get();
   for (std::size_t at = 0; at < steps_.size(); ++at) {
@@ -101,7 +101,7 @@ void Pattern::compile(Step& step, const Tree& tree) {
   }
 }
 
-// From the last step to the first: what may be entered instead of a recursive step is then known.
+// Goes from the last step to the first: a step needs the results of those that follow it.
 void Pattern::connect() {
   std::vector<Steps> entry(steps_.size());        // the steps that may match where this one may
   std::vector<Steps> neededEntry(steps_.size());  // without those behind a colon

@@ -102,22 +102,6 @@ PropertyList named(const std::string& siblingName, const std::string& longLabel,
   return properties;
 }
 
-// Adds a LOB of so many bytes, and a list of each type with so many elements.
-void addLargeValues(PropertyList& properties, std::size_t lobBytes, std::size_t listLength) {
-  std::list<std::string> ids, texts;
-  std::vector<std::uint32_t> gids;
-  for (std::uint32_t number = 0; number < listLength; ++number) {
-    ids.push_back(hexToString(number, 8));
-    texts.push_back("No. " + hexToString(number, 8));
-    texts.back().resize(kLargeTextBytes, '.');
-    gids.push_back(number);
-  }
-  add(properties, "dependencies", tql::kIdSet, std::move(ids));
-  add(properties, "aliases", tql::kStringList, std::move(texts));
-  add(properties, "gidList", tql::kGidList, std::move(gids));
-  add(properties, "picture", tql::kLob, bytes(std::string(lobBytes, 'p')));
-}
-
 // Adds one property of every type, enumerations included, with all kinds of flags; and a null of every type.
 void addEveryType(PropertyList& properties) {
   addNumbers(properties);
@@ -161,9 +145,21 @@ void addGenerated(Tree& to, std::uint32_t count) {
   }
 }
 
+// A node with a LOB of so many bytes, and a list of each type with so many elements.
 void addLarge(Tree& to, std::size_t lobBytes, std::size_t listLength) {
   PropertyList properties = named("large", "Node with large properties");
-  addLargeValues(properties, lobBytes, listLength);
+  std::list<std::string> ids, texts;
+  std::vector<std::uint32_t> gids;
+  for (std::uint32_t number = 0; number < listLength; ++number) {
+    ids.push_back(hexToString(number, 8));
+    texts.push_back("No. " + hexToString(number, 8));
+    texts.back().resize(kLargeTextBytes, '.');
+    gids.push_back(number);
+  }
+  add(properties, "dependencies", tql::kIdSet, std::move(ids));
+  add(properties, "aliases", tql::kStringList, std::move(texts));
+  add(properties, "gidList", tql::kGidList, std::move(gids));
+  add(properties, "picture", tql::kLob, bytes(std::string(lobBytes, 'p')));
   to.add(Tree::kRoot, Class::node, std::move(properties), kIncidents);
 }
 
@@ -230,7 +226,7 @@ void addCustomers(Tree& to) {
   add(to, customers, Class::domainExport, "invoices", "Data for invoices", kDaily);
 }
 
-// A name for each choice of the characters that paths have to escape, and some that are nothing else.
+// A name for each combination of the characters that paths escape, names of these alone, and some others.
 std::vector<std::string> awkwardNames() {
   constexpr std::string_view kSpecial = ".,^\\";
   std::vector<std::string> names;

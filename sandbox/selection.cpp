@@ -42,7 +42,7 @@ class Walk {
     std::size_t match = 0;
     ObjectIndex nextChild = kNoObject;
     Pattern::Steps candidates = 0;  // for the children
-    Pattern::Steps below = 0;       // what the children were found for
+    Pattern::Steps below = 0;       // the steps that put children in the answer
     std::map<std::size_t, std::uint32_t> counts;
   };
 

@@ -120,7 +120,8 @@ Series::Series(const SeriesPlan& plan, std::uint32_t seed, std::int64_t now)
   firstSlot_ = std::max<std::int64_t>(behindLastSlot_ - plan.slots, 0);
 }
 
-// Entries of neighbouring slots are in order and do not overlap, so what a span cuts off lies at its ends.
+// Entries of neighbouring slots are in order and do not overlap, so only the first and the last of a range
+// can lie outside the span.
 Series::Range Series::within(std::int64_t start, std::int64_t end) const {
   Range range{std::clamp(floorDivided(start, plan_.slotSeconds), firstSlot_, behindLastSlot_),
               std::clamp(floorDivided(end, plan_.slotSeconds) + 1, firstSlot_, behindLastSlot_)};

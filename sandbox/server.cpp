@@ -18,10 +18,10 @@
 namespace morvex::sandbox {
 namespace {
 
-// As much is written ahead of what a client takes.
+// Bytes written ahead for a client that has not taken them yet.
 constexpr std::size_t kBufferTarget = 256 * 1024;
 
-// After so long, the rest of what a client has sent waits until the others have had their turn.
+// How long one client is served before the others have their turn.
 constexpr std::chrono::milliseconds kTurn{2};
 
 // "Morvex", above the number of the session.
@@ -60,13 +60,37 @@ class ClientStream final : public old_protocol::BasicIo {
   ClientStream(Peer peer, Activity& activity) : peer_(std::move(peer)), activity_(activity) {}
 
   // Returns 0 if nothing has come, or nothing ever will; the latter sets ended.
-  std::size_t read(std::uint8_t* bytes, std::size_t capacity) override;
-  void write(const std::uint8_t* bytes, std::size_t count) override;
+  std::size_t read(std::uint8_t* bytes, std::size_t capacity) override {
+    const auto received = peer_.receive({bytes, capacity});
+    ended_ = !received;
+    activity_.bytesReceived += received.value_or(0);
+    return received.value_or(0);
+  }
+  void write(const std::uint8_t* bytes, std::size_t count) override {
+    buffer_.insert(buffer_.end(), bytes, bytes + count);
+  }
   void flush() override {}
   bool hasData() override { return true; }
 
-  // Sends what the connection takes at the moment. False if it has failed.
-  bool drain();
+  // Sends as much as the connection takes at the moment. False if it has failed.
+  bool drain() {
+    while (buffered() > 0) {
+      const auto sent = peer_.send({buffer_.data() + sent_, buffered()});
+      if (!sent) {
+        return false;
+      }
+      if (*sent == 0) {
+        break;
+      }
+      sent_ += *sent;
+      activity_.bytesSent += *sent;
+    }
+    if (buffered() == 0 || sent_ >= kBufferTarget) {
+      buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(sent_));
+      sent_ = 0;
+    }
+    return true;
+  }
 
   std::size_t buffered() const { return buffer_.size() - sent_; }
   bool ended() const { return ended_; }
@@ -91,11 +115,46 @@ class Client {
   Client& operator=(const Client&) = delete;
   ~Client() { --service_.activity.connected; }
 
-  // Takes what has come, or goes on with a backlog. Broken or unexpected input ends the client.
-  void takeInput(Time now);
+  // Reads new input, or goes on with a backlog. Broken or unexpected input ends the client.
+  void takeInput(Time now) {
+    guard([&] {
+      if (!backlog_) {
+        reader_.read();
+        backlog_ = true;
+      }
+      const Time end = now + kTurn;
+      while (hasBacklog()) {
+        if (const std::unique_ptr<protocol::BerValue> message = reader_.nextMessage()) {
+          take(*message, now);
+        } else {
+          backlog_ = false;
+        }
+        if (std::chrono::steady_clock::now() >= end) {
+          break;
+        }
+      }
+    });
+    if (wantsInput() && !backlog_ && stream_->ended()) {
+      state_ = State::ending;
+    }
+  }
 
-  // Writes and sends what is due.
-  void giveOutput(Time now);
+  // Writes and sends the answers that are due.
+  void giveOutput(Time now) {
+    guard([&] {
+      while (stream_->buffered() < kBufferTarget && isDue(now)) {
+        if (queue_.front().answer->writePortion(*stream_, reader_.legacy())) {
+          finishAnswer();
+        }
+      }
+      if (!stream_->drain()) {
+        drop();
+      }
+    });
+    if (state_ == State::ending && queue_.empty() && stream_->buffered() == 0) {
+      drop();
+    }
+  }
 
   void drop() { state_ = State::gone; }
 
@@ -104,37 +163,133 @@ class Client {
   // Whether messages are left from an earlier turn.
   bool hasBacklog() const { return backlog_ && wantsInput(); }
   bool wantsOutput(Time now) const { return stream_->buffered() > 0 || isDue(now); }
-  // When the client needs a turn though nothing can be read or written before; empty if it doesn't.
-  std::optional<Time> nextTurn(Time now) const;
+  // When the client needs a turn even if its socket is not ready before; empty if it does not.
+  std::optional<Time> nextTurn(Time now) const {
+    if (hasBacklog()) {
+      return now;
+    }
+    return queue_.empty() || isDue(now) ? std::nullopt : std::optional(queue_.front().due);
+  }
   bool isGone() const { return state_ == State::gone; }
 
  private:
-  // ending: nothing more is read, and what is queued goes out.
+  // ending: nothing more is read, and the queue goes out.
   enum class State { negotiating, acknowledging, loggingIn, open, ending, gone };
 
   struct Queued {
     std::unique_ptr<Answer> answer;
     Time due;
     Time asked;                       // when its request came
-    std::optional<RequestKind> kind;  // of that request, if it is one that is counted
+    std::optional<RequestKind> kind;  // of that request, if requests of its kind are counted
   };
 
   Client(std::unique_ptr<ClientStream> stream, Service& service);
 
+  // A fault in the input, or refused memory, ends this client only.
   template <class Action>
-  void guard(Action&& action);
+  void guard(Action&& action) {
+    try {
+      action();
+    } catch (const error::Exception&) {
+      drop();
+    } catch (const std::exception&) {
+      drop();
+    }
+  }
   bool isDue(Time now) const { return !queue_.empty() && queue_.front().due <= now; }
-  void take(protocol::BerValue& message, Time now);
-  void negotiate(const protocol::ClientWants& wants, Time now);
-  void logIn(const protocol::BerValue& message, Time now);
-  void serve(protocol::BerValue& message, Time now);
+  void take(protocol::BerValue& message, Time now) {
+    switch (state_) {
+      case State::negotiating:
+        if (const auto* wants = dynamic_cast<const protocol::ClientWants*>(&message)) {
+          return negotiate(*wants, now);
+        }
+        break;
+      case State::acknowledging:
+        if (dynamic_cast<const protocol::NegotiateAck*>(&message) != nullptr) {
+          state_ = State::loggingIn;
+          return;
+        }
+        break;
+      case State::loggingIn:
+        return logIn(message, now);
+      default:
+        return serve(message, now);
+    }
+    drop();
+  }
+  void negotiate(const protocol::ClientWants& wants, Time now) {
+    const bool isOurVersion = protocol::isCompatible(wants.version);
+    if (!isOurVersion || wants.authentication.as<protocol::ClientNoAuth>() == nullptr) {
+      protocol::NegotiateNack nack;
+      nack.reason =
+          isOurVersion
+              ? "This server takes a login and a password only"
+              : "This server speaks version " + std::to_string(protocol::majorOf(protocol::kVersion)) +
+                    " of the protocol, not version " + std::to_string(protocol::majorOf(wants.version));
+      queueMessage(std::move(nack), now);
+      state_ = State::ending;
+      return;
+    }
+    protocol::ServerOffers offers;
+    offers.version = protocol::kVersion;
+    offers.authentication.emplace<protocol::ServerNoAuth>();
+    queueMessage(std::move(offers), now);
+    state_ = State::acknowledging;
+  }
+  // A refusal has no message: the connection ends.
+  void logIn(const protocol::BerValue& message, Time now) {
+    if (const auto* session = dynamic_cast<const protocol::NewSession*>(&message)) {
+      const Options& options = service_.options;
+      if (session->login == options.login && session->password == options.password &&
+          session->domain == options.domain) {
+        return openSession(service_.sessions.issue(), now);
+      }
+    } else if (const auto* reopen = dynamic_cast<const protocol::ReopenSession*>(&message)) {
+      if (service_.sessions.isIssued(reopen->sessionKey)) {
+        return openSession(reopen->sessionKey, now);
+      }
+    }
+    state_ = State::ending;
+  }
+  void serve(protocol::BerValue& message, Time now) {
+    if (auto* request = dynamic_cast<protocol::Request*>(&message)) {
+      const Time asked = std::chrono::steady_clock::now();
+      const RequestKind kind = Handler::kindOf(*request);
+      queue_.push_back(
+          {service_.handler.answer(*request, reader_.legacy()), now + service_.options.delay, asked, kind});
+    } else if (dynamic_cast<const protocol::ServerTimeReq*>(&message) != nullptr) {
+      const WallClock clock = wallClock(service_.options);
+      protocol::ServerTimeResp response;
+      response.seconds = clock.seconds;
+      response.microseconds = clock.microseconds;
+      queueMessage(std::move(response), now + service_.options.delay);
+    } else {
+      state_ = State::ending;  // EndSession, or a message that no open session expects
+    }
+  }
   template <class Message>
   void queueMessage(Message message, Time due) {
     queue_.push_back({std::make_unique<MessageAnswer>(std::make_unique<Message>(std::move(message))), due,
                       due, std::nullopt});
   }
-  void openSession(const BigNum& key, Time now);
-  void finishAnswer();
+  void openSession(const BigNum& key, Time now) {
+    protocol::NewSessionResp response;
+    response.sessionKey = key;
+    response.serverTime = wallClock(service_.options).seconds;
+    response.rootId = service_.handler.rootId();
+    response.text3 = "sandbox";
+    queueMessage(std::move(response), now);
+    ++service_.activity.sessions;
+    state_ = State::open;
+  }
+  void finishAnswer() {
+    if (const Queued& done = queue_.front(); done.kind) {
+      const auto time = std::chrono::steady_clock::now() - done.asked;
+      const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
+      service_.activity.of(*done.kind).time.add(static_cast<std::uint64_t>(microseconds));
+    }
+    queue_.pop_front();
+  }
 
   Service& service_;
   ClientStream* stream_;  // owned by the reader
@@ -148,36 +303,6 @@ BigNum Sessions::issue() { return keyOf(++count_); }
 
 bool Sessions::isIssued(const BigNum& key) const { return key > keyOf(0) && key <= keyOf(count_); }
 
-std::size_t ClientStream::read(std::uint8_t* bytes, std::size_t capacity) {
-  const auto received = peer_.receive({bytes, capacity});
-  ended_ = !received;
-  activity_.bytesReceived += received.value_or(0);
-  return received.value_or(0);
-}
-
-void ClientStream::write(const std::uint8_t* bytes, std::size_t count) {
-  buffer_.insert(buffer_.end(), bytes, bytes + count);
-}
-
-bool ClientStream::drain() {
-  while (buffered() > 0) {
-    const auto sent = peer_.send({buffer_.data() + sent_, buffered()});
-    if (!sent) {
-      return false;
-    }
-    if (*sent == 0) {
-      break;
-    }
-    sent_ += *sent;
-    activity_.bytesSent += *sent;
-  }
-  if (buffered() == 0 || sent_ >= kBufferTarget) {
-    buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(sent_));
-    sent_ = 0;
-  }
-  return true;
-}
-
 Client::Client(Peer peer, Service& service)
     : Client(std::make_unique<ClientStream>(std::move(peer), service.activity), service) {}
 
@@ -187,158 +312,6 @@ Client::Client(std::unique_ptr<ClientStream> stream, Service& service)
       reader_(protocol::guiProtocol::instance(), std::move(stream)) {
   ++service_.activity.accepted;
   ++service_.activity.connected;
-}
-
-std::optional<Time> Client::nextTurn(Time now) const {
-  if (hasBacklog()) {
-    return now;
-  }
-  return queue_.empty() || isDue(now) ? std::nullopt : std::optional(queue_.front().due);
-}
-
-// A fault in what a client sent, or more than there is memory for, ends that client alone.
-template <class Action>
-void Client::guard(Action&& action) {
-  try {
-    action();
-  } catch (const error::Exception&) {
-    drop();
-  } catch (const std::exception&) {
-    drop();
-  }
-}
-
-void Client::takeInput(Time now) {
-  guard([&] {
-    if (!backlog_) {
-      reader_.read();
-      backlog_ = true;
-    }
-    const Time end = now + kTurn;
-    while (hasBacklog()) {
-      if (const std::unique_ptr<protocol::BerValue> message = reader_.nextMessage()) {
-        take(*message, now);
-      } else {
-        backlog_ = false;
-      }
-      if (std::chrono::steady_clock::now() >= end) {
-        break;
-      }
-    }
-  });
-  if (wantsInput() && !backlog_ && stream_->ended()) {
-    state_ = State::ending;
-  }
-}
-
-void Client::giveOutput(Time now) {
-  guard([&] {
-    while (stream_->buffered() < kBufferTarget && isDue(now)) {
-      if (queue_.front().answer->writePortion(*stream_, reader_.legacy())) {
-        finishAnswer();
-      }
-    }
-    if (!stream_->drain()) {
-      drop();
-    }
-  });
-  if (state_ == State::ending && queue_.empty() && stream_->buffered() == 0) {
-    drop();
-  }
-}
-
-void Client::finishAnswer() {
-  if (const Queued& done = queue_.front(); done.kind) {
-    const auto time = std::chrono::steady_clock::now() - done.asked;
-    const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
-    service_.activity.of(*done.kind).time.add(static_cast<std::uint64_t>(microseconds));
-  }
-  queue_.pop_front();
-}
-
-void Client::take(protocol::BerValue& message, Time now) {
-  switch (state_) {
-    case State::negotiating:
-      if (const auto* wants = dynamic_cast<const protocol::ClientWants*>(&message)) {
-        return negotiate(*wants, now);
-      }
-      break;
-    case State::acknowledging:
-      if (dynamic_cast<const protocol::NegotiateAck*>(&message) != nullptr) {
-        state_ = State::loggingIn;
-        return;
-      }
-      break;
-    case State::loggingIn:
-      return logIn(message, now);
-    default:
-      return serve(message, now);
-  }
-  drop();
-}
-
-void Client::negotiate(const protocol::ClientWants& wants, Time now) {
-  const bool isOurVersion = protocol::isCompatible(wants.version);
-  if (!isOurVersion || wants.authentication.as<protocol::ClientNoAuth>() == nullptr) {
-    protocol::NegotiateNack nack;
-    nack.reason =
-        isOurVersion
-            ? "This server takes a login and a password only"
-            : "This server speaks version " + std::to_string(protocol::majorOf(protocol::kVersion)) +
-                  " of the protocol, not version " + std::to_string(protocol::majorOf(wants.version));
-    queueMessage(std::move(nack), now);
-    state_ = State::ending;
-    return;
-  }
-  protocol::ServerOffers offers;
-  offers.version = protocol::kVersion;
-  offers.authentication.emplace<protocol::ServerNoAuth>();
-  queueMessage(std::move(offers), now);
-  state_ = State::acknowledging;
-}
-
-// A refusal has no message: the connection ends.
-void Client::logIn(const protocol::BerValue& message, Time now) {
-  if (const auto* session = dynamic_cast<const protocol::NewSession*>(&message)) {
-    const Options& options = service_.options;
-    if (session->login == options.login && session->password == options.password &&
-        session->domain == options.domain) {
-      return openSession(service_.sessions.issue(), now);
-    }
-  } else if (const auto* reopen = dynamic_cast<const protocol::ReopenSession*>(&message)) {
-    if (service_.sessions.isIssued(reopen->sessionKey)) {
-      return openSession(reopen->sessionKey, now);
-    }
-  }
-  state_ = State::ending;
-}
-
-void Client::openSession(const BigNum& key, Time now) {
-  protocol::NewSessionResp response;
-  response.sessionKey = key;
-  response.serverTime = wallClock(service_.options).seconds;
-  response.rootId = service_.handler.rootId();
-  response.text3 = "sandbox";
-  queueMessage(std::move(response), now);
-  ++service_.activity.sessions;
-  state_ = State::open;
-}
-
-void Client::serve(protocol::BerValue& message, Time now) {
-  if (auto* request = dynamic_cast<protocol::Request*>(&message)) {
-    const Time asked = std::chrono::steady_clock::now();
-    const RequestKind kind = Handler::kindOf(*request);
-    queue_.push_back(
-        {service_.handler.answer(*request, reader_.legacy()), now + service_.options.delay, asked, kind});
-  } else if (dynamic_cast<const protocol::ServerTimeReq*>(&message) != nullptr) {
-    const WallClock clock = wallClock(service_.options);
-    protocol::ServerTimeResp response;
-    response.seconds = clock.seconds;
-    response.microseconds = clock.microseconds;
-    queueMessage(std::move(response), now + service_.options.delay);
-  } else {
-    state_ = State::ending;  // EndSession, or what no open session expects
-  }
 }
 
 Server::Server(Listener& listener, Service& service) : listener_(listener), service_(service) {}

@@ -151,15 +151,44 @@ std::optional<Fault> faultIn(const Tree& tree, ObjectIndex object, const Propert
   return std::nullopt;
 }
 
+void checkVersion(Tree& tree, Activity& activity, std::uint32_t& conflictsLeft, ObjectIndex object,
+                  const std::string& version) {
+  const bool stale = version != tree.version(object);
+  if (!stale && conflictsLeft == 0) {
+    return;
+  }
+  if (!stale) {
+    --conflictsLeft;
+    tree.touch(object);
+  }
+  ++activity.conflicts;
+  throw Refusal(ErrorCode::conflict);
+}
+
+// Of the flags, a client sets only whether a null is inherited.
+void make(Tree& tree, Activity& activity, ObjectIndex object, protocol::Property& change) {
+  if (tql::baseOf(change) == tql::kAction) {
+    ++activity.actions;
+    return;
+  }
+  protocol::Property& property = tree.edit(object, change.name);
+  property.typeWord &= ~tql::kInherited;
+  if (tql::isNull(change)) {
+    property.typeWord |= change.typeWord & tql::kInherited;
+  }
+  property.data = std::move(change.data);
+}
+
 }  // namespace
 
-std::string Updates::apply(protocol::UpdateReq& request) {
-  const ObjectIndex object = tree_.indexOf(request.id);
-  checkVersion(object, request.version);
+std::string applyUpdate(Tree& tree, Activity& activity, std::uint32_t& conflictsLeft,
+                        protocol::UpdateReq& request) {
+  const ObjectIndex object = tree.indexOf(request.id);
+  checkVersion(tree, activity, conflictsLeft, object, request.version);
   std::optional<ErrorCode> first;
   std::vector<std::string> texts;
   for (const auto& change : request.properties) {
-    if (std::optional<Fault> fault = faultIn(tree_, object, change)) {
+    if (std::optional<Fault> fault = faultIn(tree, object, change)) {
       first = first.value_or(fault->code);
       texts.push_back(std::move(fault->text));
     }
@@ -168,40 +197,13 @@ std::string Updates::apply(protocol::UpdateReq& request) {
     throw Refusal(*first, std::move(texts));
   }
   for (auto& property : request.properties) {
-    change(object, property);
+    make(tree, activity, object, property);
   }
   if (!request.properties.empty()) {
-    tree_.touch(object);
+    tree.touch(object);
   }
-  ++activity_.updates;
-  return tree_.version(object);
-}
-
-void Updates::checkVersion(ObjectIndex object, const std::string& version) {
-  const bool stale = version != tree_.version(object);
-  if (!stale && conflictsLeft_ == 0) {
-    return;
-  }
-  if (!stale) {
-    --conflictsLeft_;
-    tree_.touch(object);
-  }
-  ++activity_.conflicts;
-  throw Refusal(ErrorCode::conflict);
-}
-
-// Of the flags, a client sets only whether a null is inherited.
-void Updates::change(ObjectIndex object, protocol::Property& change) {
-  if (tql::baseOf(change) == tql::kAction) {
-    ++activity_.actions;
-    return;
-  }
-  protocol::Property& property = tree_.edit(object, change.name);
-  property.typeWord &= ~tql::kInherited;
-  if (tql::isNull(change)) {
-    property.typeWord |= change.typeWord & tql::kInherited;
-  }
-  property.data = std::move(change.data);
+  ++activity.updates;
+  return tree.version(object);
 }
 
 }  // namespace morvex::sandbox
