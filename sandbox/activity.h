@@ -22,12 +22,14 @@ struct Samples {
   std::uint64_t sum = 0;
   std::uint64_t sumSquares = 0;
 
-  void add(std::uint64_t sample) {
-    ++n;
-    min = std::min(min, sample);
-    max = std::max(max, sample);
-    sum += sample;
-    sumSquares += sample * sample;
+  void add(std::uint64_t sample, std::uint64_t times = 1) {
+    if (times > 0) {
+      n += times;
+      min = std::min(min, sample);
+      max = std::max(max, sample);
+      sum += times * sample;
+      sumSquares += times * sample * sample;
+    }
   }
 };
 

@@ -1,7 +1,5 @@
 #include "sandbox/answer.h"
 
-#include "protocol/encoding.h"
-
 namespace morvex::sandbox {
 namespace {
 
@@ -26,17 +24,9 @@ std::unique_ptr<Answer> makeRefusal(std::int32_t requestId, const Refusal& refus
   return makeAnswer(requestId, std::move(error));
 }
 
-void ItemWriter::open(const protocol::Tag& tag) { protocol::writeOpening(io_, tag.word(legacy_)); }
-
-void ItemWriter::close() { protocol::writeEndOfContents(io_); }
-
 void ItemWriter::text(const std::string& value) {
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(value.data());
   protocol::writePrimitive(io_, protocol::BE_STRING.word(legacy_), {bytes, value.size()});
-}
-
-void ItemWriter::number(std::uint32_t value) {
-  protocol::writeUnsigned(io_, protocol::BE_INTEGER.word(legacy_), value);
 }
 
 void ItemWriter::openResponse(std::int32_t requestId) {

@@ -10,6 +10,7 @@
 #include "foundation/errors.h"
 #include "protocol/basic_io.h"
 #include "protocol/ber_value.h"
+#include "protocol/encoding.h"
 #include "protocol/messages/envelope.h"
 #include "protocol/tag.h"
 
@@ -61,10 +62,12 @@ class ItemWriter {
  public:
   ItemWriter(protocol::BasicIo& io, bool legacy) : io_(io), legacy_(legacy) {}
 
-  void open(const protocol::Tag& tag);
-  void close();
+  void open(const protocol::Tag& tag) { protocol::writeOpening(io_, tag.word(legacy_)); }
+  void close() { protocol::writeEndOfContents(io_); }
   void text(const std::string& value);
-  void number(std::uint32_t value);
+  void number(std::uint32_t value) {
+    protocol::writeUnsigned(io_, protocol::BE_INTEGER.word(legacy_), value);
+  }
   void item(const protocol::BerValue& value) { value.write(io_, legacy_); }
 
   // A Response up to its payload.

@@ -21,24 +21,13 @@ double waveAt(const Reading& at) {
 
 // n samples of 10, 11, 12, 13, 14, 10, 11 and so on.
 Samples samplesOf(std::uint64_t n) {
-  constexpr std::uint64_t kBase = 10;
-  constexpr std::uint64_t kLength = 5;
-  Samples cycle;
-  Samples total;
-  for (std::uint64_t i = 0; i < kLength; ++i) {
-    cycle.add(kBase + i);
-    if (i < n % kLength) {
-      total.add(kBase + i);
-    }
+  constexpr std::uint64_t kLowest = 10;
+  constexpr std::uint64_t kCycle = 5;
+  Samples samples;
+  for (std::uint64_t i = 0; i < kCycle; ++i) {
+    samples.add(kLowest + i, n / kCycle + (i < n % kCycle ? 1 : 0));
   }
-  if (const std::uint64_t cycles = n / kLength; cycles > 0) {
-    total.n = n;
-    total.min = cycle.min;
-    total.max = cycle.max;
-    total.sum += cycles * cycle.sum;
-    total.sumSquares += cycles * cycle.sumSquares;
-  }
-  return total;
+  return samples;
 }
 
 double cpuSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }

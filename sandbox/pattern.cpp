@@ -59,23 +59,19 @@ Pattern::Pattern(protocol::Owned<PathPattern> source, const Tree& tree) : source
 void Pattern::collect() {
   steps_.emplace_back().source = source_.get();
   for (std::size_t at = 0; at < steps_.size(); ++at) {
-    const PathPattern& source = *steps_[at].source;
-    const auto append = [this](const PathPattern& step) {
-      if (steps_.size() == kMaxSteps) {
-        throw Refusal(ErrorCode::notImplemented,
-                      "A pattern may have " + std::to_string(kMaxSteps) + " steps at most");
+    const auto append = [&](const protocol::ListOfPathPattern& following,
+                            std::vector<std::size_t> Step::*list) {
+      for (const auto& step : following) {
+        if (steps_.size() == kMaxSteps) {
+          throw Refusal(ErrorCode::notImplemented,
+                        "A pattern may have " + std::to_string(kMaxSteps) + " steps at most");
+        }
+        (steps_[at].*list).push_back(steps_.size());
+        steps_.emplace_back().source = step.get();
       }
-      steps_.emplace_back().source = &step;
-      return steps_.size() - 1;
     };
-    for (const auto& following : source.children) {
-      const std::size_t index = append(*following);
-      steps_[at].required.push_back(index);
-    }
-    for (const auto& following : source.colonChildren) {
-      const std::size_t index = append(*following);
-      steps_[at].optional.push_back(index);
-    }
+    append(steps_[at].source->children, &Step::required);
+    append(steps_[at].source->colonChildren, &Step::optional);
   }
 }
 

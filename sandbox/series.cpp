@@ -58,22 +58,13 @@ Entry& entryOf(DataInterval& interval) {
 
 bool isBefore(const DataInterval& left, const DataInterval& right) { return order(left, right) < 0; }
 
-// The last of equal entries stays.
+// Of equal entries the last stays: going backwards, it is the first.
 void sort(std::vector<DataInterval>& entries) {
   if (!std::ranges::is_sorted(entries, isBefore)) {
     std::ranges::stable_sort(entries, isBefore);
   }
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    if (i + 1 < entries.size() && order(entries[i], entries[i + 1]) == 0) {
-      continue;
-    }
-    if (kept != i) {
-      entries[kept] = std::move(entries[i]);
-    }
-    ++kept;
-  }
-  entries.resize(kept);
+  const auto isEqual = [](const auto& left, const auto& right) { return order(left, right) == 0; };
+  entries.erase(entries.begin(), std::unique(entries.rbegin(), entries.rend(), isEqual).base());
 }
 
 // Both are sorted. Of equal entries the added one stays.

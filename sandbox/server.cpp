@@ -33,20 +33,11 @@ BigNum keyOf(std::uint32_t session) {
   return BigNum::add(prefix, session);
 }
 
-struct WallClock {
-  std::int32_t seconds;
-  std::int32_t microseconds;
-};
-
-WallClock wallClock(const Options& options) {
-  if (options.now) {
-    return {static_cast<std::int32_t>(*options.now), 0};
-  }
-  using std::chrono::microseconds;
-  const auto now =
-      std::chrono::duration_cast<microseconds>(std::chrono::system_clock::now().time_since_epoch());
-  return {static_cast<std::int32_t>(now.count() / 1'000'000),
-          static_cast<std::int32_t>(now.count() % 1'000'000)};
+// Since 1970.
+std::chrono::microseconds wallClock(const Options& options) {
+  return options.now ? std::chrono::seconds(*options.now)
+                     : std::chrono::duration_cast<std::chrono::microseconds>(
+                           std::chrono::system_clock::now().time_since_epoch());
 }
 
 std::chrono::milliseconds until(Time due, Time now) {
@@ -66,6 +57,7 @@ class ClientStream final : public old_protocol::BasicIo {
     activity_.bytesReceived += received.value_or(0);
     return received.value_or(0);
   }
+
   void write(const std::uint8_t* bytes, std::size_t count) override {
     buffer_.insert(buffer_.end(), bytes, bytes + count);
   }
@@ -170,6 +162,7 @@ class Client {
     }
     return queue_.empty() || isDue(now) ? std::nullopt : std::optional(queue_.front().due);
   }
+
   bool isGone() const { return state_ == State::gone; }
 
  private:
@@ -196,7 +189,9 @@ class Client {
       drop();
     }
   }
+
   bool isDue(Time now) const { return !queue_.empty() && queue_.front().due <= now; }
+
   void take(protocol::BerValue& message, Time now) {
     switch (state_) {
       case State::negotiating:
@@ -217,6 +212,7 @@ class Client {
     }
     drop();
   }
+
   void negotiate(const protocol::ClientWants& wants, Time now) {
     const bool isOurVersion = protocol::isCompatible(wants.version);
     if (!isOurVersion || wants.authentication.as<protocol::ClientNoAuth>() == nullptr) {
@@ -236,6 +232,7 @@ class Client {
     queueMessage(std::move(offers), now);
     state_ = State::acknowledging;
   }
+
   // A refusal has no message: the connection ends.
   void logIn(const protocol::BerValue& message, Time now) {
     if (const auto* session = dynamic_cast<const protocol::NewSession*>(&message)) {
@@ -251,6 +248,7 @@ class Client {
     }
     state_ = State::ending;
   }
+
   void serve(protocol::BerValue& message, Time now) {
     if (auto* request = dynamic_cast<protocol::Request*>(&message)) {
       const Time asked = std::chrono::steady_clock::now();
@@ -258,30 +256,33 @@ class Client {
       queue_.push_back(
           {service_.handler.answer(*request, reader_.legacy()), now + service_.options.delay, asked, kind});
     } else if (dynamic_cast<const protocol::ServerTimeReq*>(&message) != nullptr) {
-      const WallClock clock = wallClock(service_.options);
+      const std::int64_t clock = wallClock(service_.options).count();
       protocol::ServerTimeResp response;
-      response.seconds = clock.seconds;
-      response.microseconds = clock.microseconds;
+      response.seconds = static_cast<std::int32_t>(clock / 1'000'000);
+      response.microseconds = static_cast<std::int32_t>(clock % 1'000'000);
       queueMessage(std::move(response), now + service_.options.delay);
     } else {
       state_ = State::ending;  // EndSession, or a message that no open session expects
     }
   }
+
   template <class Message>
   void queueMessage(Message message, Time due) {
     queue_.push_back({std::make_unique<MessageAnswer>(std::make_unique<Message>(std::move(message))), due,
                       due, std::nullopt});
   }
+
   void openSession(const BigNum& key, Time now) {
     protocol::NewSessionResp response;
     response.sessionKey = key;
-    response.serverTime = wallClock(service_.options).seconds;
+    response.serverTime = static_cast<std::int32_t>(service_.options.present());
     response.rootId = service_.handler.rootId();
     response.text3 = "sandbox";
     queueMessage(std::move(response), now);
     ++service_.activity.sessions;
     state_ = State::open;
   }
+
   void finishAnswer() {
     if (const Queued& done = queue_.front(); done.kind) {
       const auto time = std::chrono::steady_clock::now() - done.asked;
