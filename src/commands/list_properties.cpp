@@ -36,7 +36,7 @@ void takeNames(Arguments& arguments, PropertiesOptions& options) {
         "Notice: Both -a and specific properties specified.\n"
         "-a includes all properties.\n");
   }
-  options.propertyList = "*";
+  options.propertyList.assign(1, '*');
 }
 
 PropertiesOptions takePropertiesOptions(Arguments& arguments) {

@@ -19,7 +19,6 @@ class GenericLayer {
   virtual void setLower(std::unique_ptr<BasicIo> stream) = 0;
   // One read of the stream, and all that follows from it. Blocks as long as the stream does.
   virtual void read() = 0;
-  virtual bool hasData() = 0;
 };
 
 // Turns the bytes of one connection into finished messages, wherever the input is cut:
@@ -35,7 +34,6 @@ class BerReader final : public GenericLayer {
 
   BasicIo& lower() override { return *stream_; }
   void setLower(std::unique_ptr<BasicIo> stream) override { stream_ = std::move(stream); }
-  bool hasData() override { return true; }
 
   // Throws protocol::EBer, and what the stream throws unless finished messages are waiting.
   void read() override;

@@ -13,7 +13,7 @@ namespace morvex::tqlquery {
 class Select : public comquery::Exchange<protocol::SelectReq, protocol::SelectResp> {
  public:
   // Parses the expression. Its first step is matched with the object startId, such as
-  // Connection::rootObjectId. Bit 0 of options asks to stay registered for further answers. Throws as
+  // Connection::rootObjectId. options may be protocol::kStayRegistered. Throws as
   // tql::parse does.
   Select(std::string startId, std::string expression, std::uint32_t options = 0);
 
