@@ -5,14 +5,13 @@
 #include <string_view>
 #include <utility>
 
+#include "protocol/facts.h"
 #include "query/tql/property_codec.h"
 #include "sandbox/object_nesting.h"
 #include "sandbox/refusal.h"
 
 namespace morvex::sandbox {
 namespace {
-
-enum Method : std::int32_t { kMetricTree = 1, kMetricValue = 2, kMetricDescription = 3 };
 
 constexpr std::size_t kObjectsPerPortion = 256;
 
@@ -87,16 +86,16 @@ const protocol::ListOfString1024& pathIn(const protocol::CallReq& request) {
 
 std::unique_ptr<Answer> Calls::serve(std::int32_t requestId, const protocol::CallReq& request) const {
   switch (request.method) {
-    case kMetricTree:
+    case protocol::method::kMetricTree:
       return std::make_unique<MetricAnswer>(requestId, metrics_, 0, metrics_.size());
-    case kMetricValue: {
+    case protocol::method::kMetricValue: {
       auto response = std::make_unique<protocol::Response>();
       response->requestId = requestId;
       auto& properties = response->resp.emplace<protocol::CallResp>().properties;
       metrics_.read(metrics_.find(pathIn(request)), properties);
       return std::make_unique<MessageAnswer>(std::move(response));
     }
-    case kMetricDescription: {
+    case protocol::method::kMetricDescription: {
       const std::size_t index = metrics_.find(pathIn(request)).index;
       return std::make_unique<MetricAnswer>(requestId, metrics_, index, index + 1);
     }

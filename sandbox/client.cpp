@@ -6,13 +6,10 @@
 
 #include "foundation/errors.h"
 #include "protocol/catalogue.h"
+#include "protocol/facts.h"
 
 namespace morvex::sandbox {
 namespace {
-
-// Major 2, minor 3. Versions go together if their major numbers are equal.
-constexpr std::int32_t kVersion = 0x0203;
-constexpr std::int32_t kMajorMask = 0xFF00;
 
 // As much is written ahead of what a client takes.
 constexpr std::size_t kBufferTarget = 256 * 1024;
@@ -181,18 +178,20 @@ void Client::take(protocol::BerValue& message, Time now) {
 }
 
 void Client::negotiate(const protocol::ClientWants& wants, Time now) {
-  const bool isOurVersion = ((wants.version ^ kVersion) & kMajorMask) == 0;
+  const bool isOurVersion = protocol::isCompatible(wants.version);
   if (!isOurVersion || wants.authentication.as<protocol::ClientNoAuth>() == nullptr) {
     protocol::NegotiateNack nack;
-    nack.reason = isOurVersion ? "This server takes a login and a password only"
-                               : "This server speaks version 2 of the protocol, not version " +
-                                     std::to_string(wants.version >> 8);
+    nack.reason =
+        isOurVersion
+            ? "This server takes a login and a password only"
+            : "This server speaks version " + std::to_string(protocol::majorOf(protocol::kVersion)) +
+                  " of the protocol, not version " + std::to_string(protocol::majorOf(wants.version));
     queueMessage(std::move(nack), now);
     state_ = State::ending;
     return;
   }
   protocol::ServerOffers offers;
-  offers.version = kVersion;
+  offers.version = protocol::kVersion;
   offers.authentication.emplace<protocol::ServerNoAuth>();
   queueMessage(std::move(offers), now);
   state_ = State::acknowledging;

@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "protocol/facts.h"
 #include "sandbox/data_answer.h"
 #include "sandbox/refusal.h"
 
@@ -95,8 +96,8 @@ std::unique_ptr<Answer> DataRequests::serve(std::int32_t requestId, protocol::Pu
 
 // Nodes keep incidents, other objects results. An object has no data in the other table.
 SeriesPlan DataRequests::planOf(ObjectIndex object, const std::string& tableName) const {
-  const bool isIncidents = tableName == "tsdbIncident";
-  if (!isIncidents && tableName != "tsdbIndex") {
+  const bool isIncidents = tableName == protocol::kIncidentTable;
+  if (!isIncidents && tableName != protocol::kResultTable) {
     throw Refusal(ErrorCode::backendError, "There is no table \"" + tableName + "\"");
   }
   const SeriesPlan& plan = tree_[object].series;

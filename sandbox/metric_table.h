@@ -7,14 +7,12 @@
 #include <string_view>
 #include <variant>
 
+#include "protocol/facts.h"
 #include "sandbox/activity.h"
 
 namespace morvex::sandbox {
 
-inline constexpr std::string_view kGroup = "Group";
-inline constexpr std::string_view kTable = "Table";
-inline constexpr std::string_view kInstance = "Instance";
-inline constexpr std::string_view kCounter = "CounterInt64";
+using namespace protocol::object_class;
 
 // So deep do tables stand within tables.
 inline constexpr std::size_t kMaxTables = 2;

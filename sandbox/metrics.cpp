@@ -55,7 +55,7 @@ MetricObject Metrics::operator[](std::size_t index) const {
   if (index == manyIndex()) {
     return {1, kGroup, std::string(kMany), false, {}, {}};
   }
-  return {2, kCounter, manyName(index - manyIndex() - 1), true, "", "One of many"};
+  return {2, kCounterInt64, manyName(index - manyIndex() - 1), true, "", "One of many"};
 }
 
 Metrics::Place Metrics::find(const protocol::ListOfString1024& path) const {

@@ -5,11 +5,13 @@
 #include <optional>
 #include <string>
 
+#include "protocol/facts.h"
+
 namespace morvex::sandbox {
 
 // What the command line asks for.
 struct Options {
-  std::uint16_t port = 3241;  // 0: any free one
+  std::uint16_t port = protocol::kDefaultPort;  // 0: any free one
   std::string login = "admin";
   std::string password = "secret";
   std::string domain = ".";

@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "protocol/facts.h"
 #include "query/tql/property_codec.h"
 #include "sandbox/comparison.h"
 #include "sandbox/refusal.h"
@@ -15,9 +16,7 @@ namespace {
 using protocol::PathPattern;
 using protocol::RelOperator;
 
-constexpr std::uint32_t kRecursive = 1;
-constexpr std::uint32_t kAllProperties = 2;
-constexpr std::uint32_t kKept = 4;
+using namespace protocol::pattern_flag;
 constexpr std::uint32_t kKnownFlags = kRecursive | kAllProperties | kKept;
 
 Pattern::Steps bit(std::size_t step) { return Pattern::Steps{1} << step; }

@@ -59,10 +59,10 @@ struct Enumeration {
 
 // Reports may combine any of four parts, so that each number up to 15 has a meaning.
 constexpr Enumeration kEnumerations[] = {
-    {tql::kEnumeration | 0x5, 13},
-    {tql::kEnumeration | 0x9, 15},
-    {tql::kEnumeration | 0xE, 2},
-    {tql::kEnumeration | 0x15, 4},
+    {tql::kStatusEnumeration, 13},
+    {tql::kReportEnumeration, 15},
+    {tql::kNotifyEnumeration, 2},
+    {tql::kNodeTypeEnumeration, 4},
 };
 
 bool isEnumerator(std::uint32_t type, std::uint32_t value) {

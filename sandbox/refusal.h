@@ -1,28 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
 
-namespace morvex::sandbox {
+#include "foundation/errors.h"
 
-// The codes of errorText that this server refuses requests with.
-enum class ErrorCode : std::int32_t {
-  unknownId = 1,
-  nothingMatched = 2,
-  conflict = 3,
-  duplicate = 4,
-  missingProperty = 6,
-  unknownProperty = 7,
-  constProperty = 8,
-  illegalType = 9,
-  illegalValue = 10,
-  incomparable = 11,
-  notImplemented = 12,
-  backendError = 14,
-  accessDenied = 15,
-};
+namespace morvex::sandbox {
 
 // A request that cannot be served, thrown from wherever that is found out. The texts, if any, go to the
 // client beside the code.

@@ -13,12 +13,6 @@
 namespace morvex::sandbox {
 namespace {
 
-// Enumerations that the query language has names for.
-constexpr std::uint32_t kStatusEnumeration = tql::kEnumeration | 0x5;
-constexpr std::uint32_t kReportEnumeration = tql::kEnumeration | 0x9;
-constexpr std::uint32_t kNotifyEnumeration = tql::kEnumeration | 0xE;
-constexpr std::uint32_t kNodeTypeEnumeration = tql::kEnumeration | 0x15;
-
 constexpr std::size_t kLargeTextBytes = 60;
 
 constexpr std::uint32_t kStatusWarning = 12;
@@ -58,10 +52,10 @@ void addNumbers(PropertyList& to) {
   add64<protocol::UnsignedInt64Prop>(to, "octets", tql::kUnsigned64 | tql::kComputed, ~std::uint64_t{0});
   add64<protocol::SignedInt64Prop>(to, "balance", tql::kSigned64, std::int64_t{-9007199254740993});
   add(to, "serialNumber", tql::kBigNum | tql::kConst | tql::kPrimaryKey, big);
-  add(to, "status", kStatusEnumeration | tql::kComputed, kStatusWarning);
-  add(to, "notify", kNotifyEnumeration, kNotifyAsAlert);
-  add(to, "reportFormat", kReportEnumeration | tql::kNullAllowed, kReportGraph);
-  add(to, "nodeReportType", kNodeTypeEnumeration | tql::kConst, kNodeTypeCheck);
+  add(to, "status", tql::kStatusEnumeration | tql::kComputed, kStatusWarning);
+  add(to, "notify", tql::kNotifyEnumeration, kNotifyAsAlert);
+  add(to, "reportFormat", tql::kReportEnumeration | tql::kNullAllowed, kReportGraph);
+  add(to, "nodeReportType", tql::kNodeTypeEnumeration | tql::kConst, kNodeTypeCheck);
 }
 
 void addTexts(PropertyList& to) {
@@ -112,7 +106,7 @@ void addEveryType(PropertyList& properties) {
   for (std::uint32_t type = tql::kBoolean; type <= tql::kLob; ++type) {
     addNull(properties, "null" + std::to_string(type), type | tql::kNullAllowed);
   }
-  addNull(properties, "nullStatus", kStatusEnumeration | tql::kNullAllowed);
+  addNull(properties, "nullStatus", tql::kStatusEnumeration | tql::kNullAllowed);
   addNull(properties, "inherited", tql::kString | tql::kNullAllowed | tql::kInherited);
 }
 

@@ -63,22 +63,6 @@ Series::Series(const SeriesPlan& plan, std::uint32_t seed, std::int64_t now)
   firstSlot_ = std::max<std::int64_t>(behindLastSlot_ - plan.slots, 0);
 }
 
-std::int32_t Series::dataType() const {
-  switch (plan_.kind) {
-    case SeriesKind::incidents:
-      return 1;
-    case SeriesKind::sawtooth:
-      return 3;
-    case SeriesKind::enumeration:
-      return 4;
-    case SeriesKind::continuous:
-      return 5;
-    case SeriesKind::none:
-      break;
-  }
-  return 0;
-}
-
 // Entries of neighbouring slots are in order and do not overlap, so what a span cuts off lies at its ends.
 Series::Range Series::within(std::int64_t start, std::int64_t end) const {
   Range range{std::clamp(floorDivided(start, plan_.slotSeconds), firstSlot_, behindLastSlot_),

@@ -7,7 +7,15 @@
 
 namespace morvex::sandbox {
 
-enum class SeriesKind : std::uint8_t { none, continuous, sawtooth, enumeration, incidents };
+// What the entries of a series are. The number is that of DataInterval's alternative, and describes the
+// series to a client.
+enum class SeriesKind : std::int32_t {
+  none = 0,
+  incidents = 1,
+  sawtooth = 3,
+  enumeration = 4,
+  continuous = 5
+};
 
 // How the data of an object comes about: one entry for each slot of time, as many slots as stated, the last
 // of them complete before now. An entry depends on the object and on its slot alone, so that it is the same
@@ -27,8 +35,7 @@ class Series {
 
   bool holdsData() const { return plan_.kind != SeriesKind::none; }
 
-  // What describes the series to a client.
-  std::int32_t dataType() const;
+  std::int32_t dataType() const { return static_cast<std::int32_t>(plan_.kind); }
 
   // The slots of the entries that overlap the span from start to end, both included.
   struct Range {

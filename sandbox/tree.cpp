@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "protocol/facts.h"
 #include "query/tql/property_codec.h"
 #include "sandbox/refusal.h"
 
@@ -52,8 +53,9 @@ const Property* generatedProperty(const Tree::Object& object, std::string_view n
 }  // namespace
 
 const std::string& classNameOf(ObjectClass objectClass) {
-  static const std::string kNames[] = {"Domain",      "Node", "CheckGroup", "Check", "CheckAccumulation",
-                                       "DomainExport"};
+  using namespace protocol::object_class;
+  static const std::string kNames[] = {kDomain,      kNode, kCheckGroup, kCheck, kCheckAccumulation,
+                                       kDomainExport};
   return kNames[static_cast<std::size_t>(objectClass)];
 }
 

@@ -8,11 +8,12 @@
 #include "foundation/errors.h"
 #include "foundation/text.h"
 #include "foundation/wipe.h"
+#include "protocol/facts.h"
 
 namespace morvex {
 
 std::string g_server = "localhost";
-int g_port = 3241;
+int g_port = protocol::kDefaultPort;
 std::string g_domain = ".";
 std::string g_login;
 std::string g_password;

@@ -13,6 +13,7 @@
 #include "commands/find_object.h"
 #include "foundation/assertion.h"
 #include "platform/traffic.h"
+#include "protocol/facts.h"
 
 // The listings of domains, nodes and checks: a line for each object of the wanted classes, with a column for
 // each letter of the -o option, separated by tabs.
@@ -20,6 +21,8 @@
 //   i  the id             n  the node's name
 //   p  the whole path     c  the check part of the path, with its leading caret
 namespace morvex {
+
+namespace object_class = protocol::object_class;
 
 namespace {
 
@@ -168,7 +171,7 @@ void list(Arguments& arguments, const Listing& listing) {
   FoundObject base = findObject(options.object, listing.baseClasses);
   const std::string star = options.recursive ? "*" : "";
   g_progress.enter(Way::received, "objects", &protocol::Object::kSchema);
-  auto query = ask<tqlquery::Select>(base.object->id, base.object->className == "Node"
+  auto query = ask<tqlquery::Select>(base.object->id, base.object->className == object_class::kNode
                                                           ? listing.fromNode
                                                           : listing.head + star + listing.tail);
   const tqlquery::Result* result = query->find_result_opt(base.object->id);
@@ -184,8 +187,8 @@ void list(Arguments& arguments, const Listing& listing) {
 
 void listDomains(Arguments& arguments) {
   list(arguments, {.columns = "Nipd",
-                   .baseClasses = {"Domain"},
-                   .wantedClasses = {"Domain"},
+                   .baseClasses = {object_class::kDomain},
+                   .wantedClasses = {object_class::kDomain},
                    .head = ". > Domain",
                    .tail = "[siblingName, longLabel]",
                    .fromNode = {}});
@@ -193,9 +196,9 @@ void listDomains(Arguments& arguments) {
 
 void listNodes(Arguments& arguments) {
   list(arguments, {.columns = "Nipdn",
-                   .baseClasses = {"Domain"},
-                   .wantedClasses = {"Node"},
-                   .head = "Domain",
+                   .baseClasses = {object_class::kDomain},
+                   .wantedClasses = {object_class::kNode},
+                   .head = object_class::kDomain,
                    .tail = "[siblingName] > Node[siblingName, longLabel]",
                    .fromNode = {}});
 }
@@ -206,9 +209,9 @@ void listChecks(Arguments& arguments) {
       "Node[siblingName] > CheckGroup*[siblingName]> Check$[siblingName,longLabel] { active = true } > "
       "CheckAccumulation[siblingName,longLabel]";
   list(arguments, {.columns = "Nipdnc",
-                   .baseClasses = {"Domain", "Node"},
-                   .wantedClasses = {"Check", "CheckAccumulation"},
-                   .head = "Domain",
+                   .baseClasses = {object_class::kDomain, object_class::kNode},
+                   .wantedClasses = {object_class::kCheck, object_class::kCheckAccumulation},
+                   .head = object_class::kDomain,
                    .tail = "[siblingName] > " + checks,
                    .fromNode = checks});
 }

@@ -7,9 +7,12 @@
 #include "commands/commands.h"
 #include "foundation/errors.h"
 #include "platform/output.h"
+#include "protocol/facts.h"
 #include "query/call.h"
 
 namespace morvex {
+
+namespace object_class = protocol::object_class;
 
 namespace {
 
@@ -19,7 +22,7 @@ using tqlquery::Result;
 std::string closingOf(const Result& table) {
   std::string text;
   for (const protocol::Owned<Result>& child : table.children) {
-    if (child->className == "Instance") {
+    if (child->className == object_class::kInstance) {
       text += text.empty() ? "Where * in {" : ",";
       text += tqlquery::getStringProperty(*child, "name");
     }
@@ -77,9 +80,9 @@ void MetricPrinter::print(Result& root) {
 // The instances of a table have no lines of their own.
 void MetricPrinter::printChild(Result& child) {
   const bool inTable = !levels_.back().closing.empty();
-  if (child.className == "Group" || child.className == "Table") {
+  if (child.className == object_class::kGroup || child.className == object_class::kTable) {
     enter(child, extendPrefix(child));
-  } else if (!inTable || child.className != "Instance") {
+  } else if (!inTable || child.className != object_class::kInstance) {
     printMetric(child);
   }
 }
@@ -87,7 +90,7 @@ void MetricPrinter::printChild(Result& child) {
 void MetricPrinter::enter(Result& branch, std::size_t outerPrefix) {
   tqlquery::sortChildren(branch, {"name", true});
   std::string closing;
-  if (branch.className == "Table") {
+  if (branch.className == object_class::kTable) {
     closing = closingOf(branch);
     if (closing.empty()) {  // a table without instances stands for no metrics
       prefix_.resize(outerPrefix);
@@ -128,13 +131,14 @@ void MetricPrinter::printMetric(const Result& metric) {
 
 void listMetrics(Arguments&) {
   login();
-  auto call = ask<tqlquery::Call>(tqlquery::kMetricTree);
+  auto call = ask<tqlquery::Call>(protocol::method::kMetricTree);
   if (call->resultObjects.size() != 1) {  // none after a refusal
     printError("Error getting Morvex server metrics\n");
     return;
   }
   Result& root = *call->resultObjects.front();
-  if (root.className != "Group") {  // no assertion: a server must not be able to abort the program
+  // No assertion: a server must not be able to abort the program.
+  if (root.className != object_class::kGroup) {
     throw error::EFatal("Invalid argument");
   }
   MetricPrinter(standardOutput()).print(root);

@@ -11,9 +11,12 @@
 #include "foundation/text.h"
 #include "platform/clock.h"
 #include "platform/output.h"
+#include "protocol/facts.h"
 #include "query/tql/property_codec.h"
 
 namespace morvex {
+
+namespace object_class = protocol::object_class;
 
 namespace {
 
@@ -213,16 +216,16 @@ void TimedCall::onError(std::uint32_t, const protocol::ListOfString1024& message
 MetricColumn makeColumn(const MetricOptions& options, const tqlquery::Result& description) {
   const std::string_view unit = tqlquery::getStringProperty(description, "unit");  // wanted of every class
   const std::string& className = description.className;
-  if (className == "CounterInt64" && options.differences) {
+  if (className == object_class::kCounterInt64 && options.differences) {
     return CounterDifference();
   }
-  if (className == "CounterInt64" || className == "GaugeInt64") {
+  if (className == object_class::kCounterInt64 || className == object_class::kGaugeInt64) {
     return counterText;
   }
-  if (className == "GaugeDouble") {
+  if (className == object_class::kGaugeDouble) {
     return realText;
   }
-  if (className != "Timing") {
+  if (className != object_class::kTiming) {
     return nullptr;
   }
   if (options.differences) {

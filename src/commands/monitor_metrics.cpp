@@ -11,6 +11,7 @@
 #include "foundation/text.h"
 #include "platform/clock.h"
 #include "platform/output.h"
+#include "protocol/facts.h"
 #include "query/tql/property_codec.h"
 
 namespace morvex {
@@ -49,7 +50,7 @@ protocol::ListOfProperty nameParameter(const std::list<std::string>& path) {
 
 MetricColumn findColumn(const MetricOptions& options, const std::string& name,
                         const std::list<std::string>& path) {
-  const auto call = ask<tqlquery::Call>(tqlquery::kMetricDescription, nameParameter(path));
+  const auto call = ask<tqlquery::Call>(protocol::method::kMetricDescription, nameParameter(path));
   if (call->resultObjects.size() != 1) {  // none after a refusal
     endRun("Could not monitor: " + name);
   }
@@ -78,7 +79,7 @@ std::vector<Monitor> takeMonitors(Arguments& arguments) {
 // All polls are out before the first answer is awaited, so a cycle waits about once for the network.
 void printCycle(Output& output, std::vector<Monitor>& monitors) {
   for (Monitor& monitor : monitors) {
-    monitor.poll = comquery::make<TimedCall>(tqlquery::kMetricValue, nameParameter(monitor.path));
+    monitor.poll = comquery::make<TimedCall>(protocol::method::kMetricValue, nameParameter(monitor.path));
     g_connection->post(*monitor.poll);
   }
   for (Monitor& monitor : monitors) {

@@ -5,8 +5,11 @@
 
 #include "cli/login.h"
 #include "cli/progress.h"
+#include "protocol/facts.h"
 
 namespace morvex {
+
+namespace object_class = protocol::object_class;
 
 namespace {
 
@@ -20,11 +23,12 @@ std::int32_t requestTime(std::int64_t time) {
 }  // namespace
 
 std::string dataTableName(const tqlquery::Result& object) {
-  return object.className == "Node" ? "tsdbIncident" : "tsdbIndex";
+  return object.className == object_class::kNode ? protocol::kIncidentTable : protocol::kResultTable;
 }
 
 FoundObject findObjectWithData(const ObjectName& name) {
-  return findObject(name, {"Check", "Node", "DomainExport", "CheckAccumulation"});
+  return findObject(name, {object_class::kCheck, object_class::kNode, object_class::kDomainExport,
+                           object_class::kCheckAccumulation});
 }
 
 comquery::Held<dataquery::GetData> getData(const tqlquery::Result& object, std::int64_t startTime,

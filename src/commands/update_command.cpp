@@ -61,7 +61,7 @@ void printLine(const std::string& text) {
 }
 
 // The server's code for an object that has changed since it was read.
-constexpr std::uint32_t kChangedMeanwhile = 3;
+constexpr auto kChangedMeanwhile = static_cast<std::uint32_t>(ErrorCode::conflict);
 
 // Prints a refusal, except kChangedMeanwhile: the command tries again then.
 class ConsoleUpdate final : public tqlquery::Update {

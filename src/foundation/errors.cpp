@@ -9,7 +9,7 @@
 namespace morvex {
 namespace {
 
-// Indexed by code.
+// Indexed by ErrorCode.
 constexpr std::array<const char*, 16> kErrorTexts = {
     "No error",
     "Specified ID not found in database",
@@ -31,7 +31,9 @@ constexpr std::array<const char*, 16> kErrorTexts = {
 
 }  // namespace
 
-std::string errors::tql::description() const { return message.empty() ? errorText(code) : message; }
+std::string errors::tql::description() const {
+  return message.empty() ? errorText(static_cast<std::uint32_t>(code)) : message;
+}
 
 void throwSystemError(std::string message) { throw error::ESystemError(std::move(message)); }
 

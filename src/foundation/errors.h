@@ -6,6 +6,25 @@
 
 namespace morvex {
 
+// The codes with which the server refuses a request; errorText words them.
+enum class ErrorCode : std::uint32_t {
+  none = 0,
+  unknownId = 1,
+  nothingMatched = 2,
+  conflict = 3,
+  duplicate = 4,
+  illegalChild = 5,
+  missingProperty = 6,
+  unknownProperty = 7,
+  constProperty = 8,
+  illegalType = 9,
+  illegalValue = 10,
+  incomparable = 11,
+  notImplemented = 12,
+  backendError = 14,
+  accessDenied = 15,
+};
+
 // The failures of the whole program. All derive from error::Exception, which is no std::exception on purpose:
 // main reports exceptions of the standard library as unknown. They are thrown by value, caught by reference,
 // and reported by main alone. protocol::EBer derives from error::EParseError.
@@ -83,17 +102,17 @@ class selecterror : public error::MessageException {
 // A property's value has another type than the wanted one. Without a message, the code describes it.
 class tql : public error::Exception {
  public:
-  tql(std::string text, std::uint32_t errorCode) : message(std::move(text)), code(errorCode) {}
+  tql(std::string text, ErrorCode errorCode) : message(std::move(text)), code(errorCode) {}
   std::string description() const override;
 
   std::string message;
-  std::uint32_t code;
+  ErrorCode code;
 };
 
 // Two property values cannot be compared.
 class tql_incomparable : public tql {
  public:
-  explicit tql_incomparable(std::string text) : tql(std::move(text), 11) {}
+  explicit tql_incomparable(std::string text) : tql(std::move(text), ErrorCode::incomparable) {}
 };
 
 }  // namespace errors

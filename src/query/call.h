@@ -12,12 +12,6 @@
 
 namespace morvex::tqlquery {
 
-// The methods of the server that this client calls. The last two take the property "name", a String List: the
-// metric's path.
-inline constexpr std::int32_t kMetricTree = 1;         // answers with one object, the root of the tree
-inline constexpr std::int32_t kMetricValue = 2;        // answers with properties
-inline constexpr std::int32_t kMetricDescription = 3;  // answers with one object
-
 // Invokes a numbered method of the server, with properties and objects going either way. Used once.
 class Call : public comquery::Exchange<protocol::CallReq, protocol::CallResp> {
  public:

@@ -6,8 +6,8 @@
 #include "protocol/messages/time_series.h"
 #include "query/query.h"
 
-// Requests on the time series of an object, addressed by the object's id and a table name: "tsdbIndex" for
-// the results of checks, "tsdbIncident" for the incident log of a node. Each is one request and one answer,
+// Requests on the time series of an object, addressed by the object's id and the name of a table
+// (protocol/facts.h). Each is one request and one answer,
 // and is used once. A refusal is an error code, as for all requests. The contents of an entry stand in
 // protocol/messages/time_series.h.
 namespace morvex::dataquery {

@@ -4,8 +4,11 @@
 #include <iterator>
 
 #include "foundation/errors.h"
+#include "protocol/facts.h"
 
 namespace morvex {
+
+namespace object_class = protocol::object_class;
 
 namespace {
 
@@ -52,11 +55,11 @@ PathPart pathPartOf(std::string_view className) {
     PathPart part;
   };
   static constexpr Row kRows[] = {
-      {"Domain", PathPart::domain},
-      {"Node", PathPart::node},
-      {"Check", PathPart::check},
-      {"CheckGroup", PathPart::check},
-      {"CheckAccumulation", PathPart::check},
+      {object_class::kDomain, PathPart::domain},
+      {object_class::kNode, PathPart::node},
+      {object_class::kCheck, PathPart::check},
+      {object_class::kCheckGroup, PathPart::check},
+      {object_class::kCheckAccumulation, PathPart::check},
   };
   const Row* found = std::ranges::find(kRows, className, &Row::className);
   return found == std::end(kRows) ? PathPart::none : found->part;
@@ -126,15 +129,15 @@ std::string pathExpression(const std::string& path, bool byId, const std::string
   const auto projectionOf = [&](std::size_t part) {
     return part + 1 == parts.size() ? std::string_view(wanted) : kNamesOnly;
   };
-  std::string expression = "Domain";
+  std::string expression = object_class::kDomain;
   if (parts[0] == ".") {
     expression += wanted;  // also when the root is not the object itself
   } else {
     expression += kNamesOnly;
-    appendSteps(expression, "Domain", splitPart(parts[0], '.'), projectionOf(0));
+    appendSteps(expression, object_class::kDomain, splitPart(parts[0], '.'), projectionOf(0));
   }
   if (parts.size() > 1) {
-    appendSteps(expression, "Node", {parts[1]}, projectionOf(1));
+    appendSteps(expression, object_class::kNode, {parts[1]}, projectionOf(1));
   }
   if (parts.size() > 2) {
     appendSteps(expression, ".", splitPart(parts[2], '^'), projectionOf(2));

@@ -3,16 +3,11 @@
 #include <utility>
 
 #include "foundation/errors.h"
+#include "protocol/facts.h"
 #include "query/tql/parser.h"
 #include "session/connection.h"
 
 namespace morvex::tqlquery {
-namespace {
-
-constexpr std::uint32_t kStayRegistered = 1;
-
-}  // namespace
-
 Select::Select(std::string startId, std::string expression, std::uint32_t options)
     : Exchange("Wrong type in Select::decode."),
       startId_(std::move(startId)),
@@ -41,7 +36,7 @@ std::string Select::describe() const { return "[\"" + startId_ + "\"] " + expres
 void Select::take(protocol::SelectResp& answer) { results_ = std::exchange(answer.objects, {}); }
 
 void Select::finished(Connection& connection) {
-  if ((options_ & kStayRegistered) == 0) {
+  if ((options_ & protocol::kStayRegistered) == 0) {
     Query::finished(connection);
   }
 }

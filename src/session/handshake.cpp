@@ -4,6 +4,7 @@
 
 #include "foundation/errors.h"
 #include "protocol/catalogue.h"
+#include "protocol/facts.h"
 
 namespace morvex {
 namespace {
@@ -11,15 +12,12 @@ namespace {
 using errors::connect_error;
 using Reader = std::unique_ptr<old_protocol::BerReader>;
 
-// Minor versions get along with each other.
-bool isCompatible(std::int32_t version) { return ((version ^ kProtocolVersion) & 0xFF00) == 0; }
-
 // Opens the stream and agrees on version and authentication.
 Reader negotiate(IoFactory factory, const std::string& server, std::uint32_t port) {
   auto reader = std::make_unique<old_protocol::BerReader>(protocol::guiProtocol::instance(),
                                                           factory.open(server, port));
   protocol::ClientWants wants;
-  wants.version = kProtocolVersion;
+  wants.version = protocol::kVersion;
   wants.authentication.emplace<protocol::ClientNoAuth>();
   reader->send(wants);
 
@@ -31,7 +29,8 @@ Reader negotiate(IoFactory factory, const std::string& server, std::uint32_t por
   if (offer == nullptr) {
     throw connect_error("Protocol error: Wrong type");
   }
-  if (offer->authentication.as<protocol::ServerNoAuth>() == nullptr || !isCompatible(offer->version)) {
+  if (offer->authentication.as<protocol::ServerNoAuth>() == nullptr ||
+      !protocol::isCompatible(offer->version)) {
     throw connect_error("Server does not support our version of the protocol");
   }
   reader->send(protocol::NegotiateAck());

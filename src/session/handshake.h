@@ -19,9 +19,6 @@ struct IoFactory {
 // The usual one: TCP.
 inline constexpr IoFactory kSocketIo{&old_protocol::connectSocketIo};
 
-// Major 2, minor 3.
-inline constexpr std::int32_t kProtocolVersion = 0x0203;
-
 // A session that the server has opened, and the reader of its stream.
 struct OpenSession {
   std::unique_ptr<old_protocol::BerReader> reader;

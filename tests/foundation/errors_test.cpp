@@ -16,7 +16,7 @@ struct Framed : Shape {};
 }  // namespace shapes
 
 TEST(Errors, TextIsDescriptionAndSuffix) {
-  errors::tql fault("", 3);
+  errors::tql fault("", ErrorCode::conflict);
   fault.suffix = ": parsing x";
   EXPECT_EQ(errors::tql(fault).text(), "Someone else has updated the object: parsing x");
   EXPECT_EQ(errors::tql_incomparable("apples").text() + errors::tql_incomparable("").text(),

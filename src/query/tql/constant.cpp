@@ -20,10 +20,10 @@ struct Enumeration {
 };
 
 constexpr Enumeration kEnumerations[] = {
-    {"ES_", kEnumeration | 5, " (ES_unknown)"},
-    {"NOTIFY_", kEnumeration | 14, " (NOTIFY_unknown"},
-    {"RIF_", kEnumeration | 9, " (RIF_unknown)"},
-    {"NRT_", kEnumeration | 21, " (NRT_unknown)"},
+    {"ES_", kStatusEnumeration, " (ES_unknown)"},
+    {"NOTIFY_", kNotifyEnumeration, " (NOTIFY_unknown"},
+    {"RIF_", kReportEnumeration, " (RIF_unknown)"},
+    {"NRT_", kNodeTypeEnumeration, " (NRT_unknown)"},
 };
 
 struct Enumerator {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/errors.h"
+#include "protocol/facts.h"
 #include "query/tql/constant.h"
 #include "query/tql/lexer.h"
 #include "query/tql/property_codec.h"
@@ -22,8 +23,10 @@ struct Modifier {
   std::uint32_t flag;
 };
 
-// "*" lets a step run through any depth of the tree and "!" wants all properties; the server knows the rest.
-constexpr Modifier kModifiers[] = {{"*", 1}, {"!", 2}, {"$", 4}, {"#", 8}, {"-", 16}};
+using namespace protocol::pattern_flag;
+
+constexpr Modifier kModifiers[] = {
+    {"*", kRecursive}, {"!", kAllProperties}, {"$", kKept}, {"#", kNumberSign}, {"-", kMinus}};
 
 struct Operator {
   std::string_view token;

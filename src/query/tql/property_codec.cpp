@@ -11,9 +11,6 @@
 namespace morvex::tql {
 namespace {
 
-// The server's "Property updated with illegal type".
-constexpr std::uint32_t kIllegalType = 9;
-
 // Whether a type word is of one of these base types. kEnumeration stands for all enumerations.
 template <std::uint32_t... kTypes>
 constexpr bool isOf(std::uint32_t typeWord) {
@@ -68,11 +65,12 @@ void get(const Property& property, std::uint32_t wanted, const char* kind, Resul
     if (wantedBase != kBoolean) {
       text += ", wanted " + uintToString(wantedBase) + " got " + uintToString(base);
     }
-    throw errors::tql(std::move(text), kIllegalType);
+    throw errors::tql(std::move(text), ErrorCode::illegalType);
   }
   const Prop* held = property.data.as<Prop>();
   if (held == nullptr) {
-    throw errors::tql(std::string("Null given for ") + kind + " property: " + property.name, kIllegalType);
+    throw errors::tql(std::string("Null given for ") + kind + " property: " + property.name,
+                      ErrorCode::illegalType);
   }
   store(result, held->value);
 }

@@ -15,6 +15,11 @@ namespace morvex::tql {
 // The type word of a property: the base type, or the number of an enumeration, and flags above it.
 inline constexpr std::uint32_t kBaseMask = 0x1FFFF;
 inline constexpr std::uint32_t kEnumeration = 0x10000;
+// The enumerations whose values TQL has names for, with the start of these names.
+inline constexpr std::uint32_t kStatusEnumeration = kEnumeration | 5;     // ES_
+inline constexpr std::uint32_t kNotifyEnumeration = kEnumeration | 14;    // NOTIFY_
+inline constexpr std::uint32_t kReportEnumeration = kEnumeration | 9;     // RIF_
+inline constexpr std::uint32_t kNodeTypeEnumeration = kEnumeration | 21;  // NRT_
 inline constexpr std::uint32_t kConst = 0x20000;
 inline constexpr std::uint32_t kNullAllowed = 0x40000;
 inline constexpr std::uint32_t kComputed = 0x80000;
@@ -65,9 +70,9 @@ void encode(Property& property, const std::string& name, std::uint32_t typeWord,
 // A literal would become a bool.
 void encode(Property& property, const std::string& name, std::uint32_t typeWord, const char* value) = delete;
 
-// Read the value of a property of the wanted type. Throw errors::tql, code 9, for another type and for null;
-// result is then unchanged. A wanted type that the overload does not serve is a defect of the caller. Views
-// are valid until the property changes.
+// Read the value of a property of the wanted type. Throw errors::tql, illegalType, for another type and for
+// null; result is then unchanged. A wanted type that the overload does not serve is a defect of the caller.
+// Views are valid until the property changes.
 void decode(const Property& property, std::uint32_t wanted, bool& result);
 void decode(const Property& property, std::uint32_t wanted, double& result);
 void decode(const Property& property, std::uint32_t wanted, std::int32_t& result);

@@ -47,7 +47,7 @@ std::string refusalOf(const Property& property, std::uint32_t wanted, const Valu
   try {
     tql::decode(property, wanted, result);
   } catch (const errors::tql& fault) {
-    EXPECT_TRUE(fault.code == 9 && result == untouched);
+    EXPECT_TRUE(fault.code == ErrorCode::illegalType && result == untouched);
     return fault.text();
   }
   return "nothing thrown";
