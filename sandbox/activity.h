@@ -7,8 +7,6 @@
 #include <cstdint>
 #include <limits>
 
-#include "protocol/messages/envelope.h"
-
 namespace morvex::sandbox {
 
 using Time = std::chrono::steady_clock::time_point;
@@ -16,31 +14,31 @@ using Time = std::chrono::steady_clock::time_point;
 enum class RequestKind : std::uint8_t { call, getData, getLastData, putData, select, update, other };
 inline constexpr std::size_t kRequestKinds = 7;
 
-RequestKind kindOf(const protocol::Request& request);
-
-// Samples of how long something took. min is above max as long as there is none.
-struct Timing {
+// Durations, in samples: their number, extremes and sums. Without samples, min is above max.
+struct Samples {
   std::uint64_t n = 0;
   std::uint64_t min = std::numeric_limits<std::uint64_t>::max();
   std::uint64_t max = 0;
   std::uint64_t sum = 0;
   std::uint64_t sumSquares = 0;
 
-  void add(std::uint64_t sample) {
-    ++n;
-    min = std::min(min, sample);
-    max = std::max(max, sample);
-    sum += sample;
-    sumSquares += sample * sample;
+  void add(std::uint64_t sample, std::uint64_t times = 1) {
+    if (times > 0) {
+      n += times;
+      min = std::min(min, sample);
+      max = std::max(max, sample);
+      sum += times * sample;
+      sumSquares += times * sample * sample;
+    }
   }
 };
 
-// What the server has done since it started; the metrics show it.
+// Counts of the server since it started; the metrics show them.
 struct Activity {
   struct Requests {
     std::uint64_t count = 0;
     std::uint64_t errors = 0;
-    Timing time;  // from the request's arrival to the end of its answer, in microseconds
+    Samples time;  // from the request's arrival to the end of its answer, in microseconds
   };
 
   Requests& of(RequestKind kind) { return requests[static_cast<std::size_t>(kind)]; }

@@ -1,14 +1,12 @@
 #include "sandbox/answer.h"
 
-#include <cstddef>
-
-#include "protocol/messages/envelope.h"
-
 namespace morvex::sandbox {
 namespace {
 
-// What one text of an ErrorResp holds.
+// Bytes that one text of an ErrorResp holds.
 constexpr std::size_t kMaxText = 1024;
+
+constexpr std::size_t kObjectsPerPortion = 256;
 
 }  // namespace
 
@@ -18,31 +16,68 @@ bool MessageAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
 }
 
 std::unique_ptr<Answer> makeRefusal(std::int32_t requestId, const Refusal& refusal) {
-  auto response = std::make_unique<protocol::Response>();
-  response->requestId = requestId;
-  auto& error = response->resp.emplace<protocol::ErrorResp>();
+  protocol::ErrorResp error;
   error.code = static_cast<std::int32_t>(refusal.code);
   for (const std::string& text : refusal.texts) {
     error.args.push_back(text.substr(0, kMaxText));
   }
-  return std::make_unique<MessageAnswer>(std::move(response));
+  return makeAnswer(requestId, std::move(error));
 }
 
 void ItemWriter::text(const std::string& value) {
   primitive(protocol::BE_STRING, {reinterpret_cast<const std::uint8_t*>(value.data()), value.size()});
 }
 
-void ItemWriter::number(std::uint32_t value) { unsignedInteger(value); }
-
-void ItemWriter::openResponse(std::int32_t requestId, const protocol::Tag& payload) {
+void ItemWriter::openResponse(std::int32_t requestId) {
   open(protocol::Response::kSchema.tag);
-  number(static_cast<std::uint32_t>(requestId));
-  open(payload);
+  unsignedInteger(static_cast<std::uint32_t>(requestId));
 }
 
-void ItemWriter::closeResponse() {
-  close();
-  close();
+bool ObjectsAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
+  ItemWriter to(io, legacy);
+  if (next_ == first_) {
+    to.openResponse(requestId_);
+    open(to);
+    to.open(protocol::BE_SEQ);
+  }
+  for (std::size_t count = 0; count < kObjectsPerPortion && next_ < behindLast_; ++count) {
+    writeObject(to, next_++);
+  }
+  const bool last = next_ == behindLast_;
+  if (last) {
+    closeDownTo(to, 0);
+    to.close();  // the list of objects
+    to.close();  // the payload
+    to.close();
+  }
+  to.flush();
+  return last;
+}
+
+void ObjectsAnswer::begin(ItemWriter& to, std::uint32_t depth, const std::string& className,
+                          std::uint32_t number, const std::string& id, const std::string& version) {
+  closeDownTo(to, depth);
+  to.open(protocol::Object::kSchema.tag);
+  to.text(className);
+  to.unsignedInteger(number);
+  to.text(id);
+  to.text(version);
+  to.open(protocol::BE_SEQ);
+}
+
+void ObjectsAnswer::endProperties(ItemWriter& to) {
+  to.close();
+  to.open(protocol::BE_SEQ);
+  ++open_;
+}
+
+void ObjectsAnswer::closeDownTo(ItemWriter& to, std::uint32_t depth) {
+  for (; open_ > depth; --open_) {
+    to.close();  // its children
+    to.open(protocol::BE_SET);
+    to.close();
+    to.close();
+  }
 }
 
 }  // namespace morvex::sandbox

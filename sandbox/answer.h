@@ -1,23 +1,38 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "foundation/errors.h"
 #include "protocol/basic_io.h"
+#include "protocol/messages/envelope.h"
 #include "protocol/record.h"
 #include "protocol/writer.h"
-#include "sandbox/refusal.h"
 
 namespace morvex::sandbox {
 
-// Something on its way to a client. It is written in portions, as fast as the client takes them, so that a
-// large answer neither takes memory nor keeps other clients waiting.
+// A request that cannot be served, thrown wherever that turns out. The texts, if any, go to the client with
+// the code.
+struct Refusal {
+  explicit Refusal(ErrorCode reason) : code(reason) {}
+  Refusal(ErrorCode reason, std::string text) : code(reason), texts{std::move(text)} {}
+  Refusal(ErrorCode reason, std::vector<std::string> several) : code(reason), texts(std::move(several)) {}
+
+  ErrorCode code;
+  std::vector<std::string> texts;
+};
+
+// Something on its way to a client. It is written in portions, as fast as the client takes them, so a large
+// answer neither fills the memory nor keeps other clients waiting.
 class Answer {
  public:
   virtual ~Answer() = default;
 
-  // Writes the next portion, some tens of KiB as a rule. Returns whether that was the last.
+  // Writes the next portion, usually some tens of KiB. Returns whether it was the last.
   virtual bool writePortion(protocol::BasicIo& io, bool legacy) = 0;
 };
 
@@ -31,7 +46,14 @@ class MessageAnswer final : public Answer {
   std::unique_ptr<protocol::BerValue> message_;
 };
 
-// The refusal of a request.
+// A response with this payload, written whole.
+template <class Payload>
+std::unique_ptr<Answer> makeAnswer(std::int32_t requestId, Payload payload) {
+  auto response = std::make_unique<protocol::Response>();
+  response->requestId = requestId;
+  response->resp.emplace<Payload>() = std::move(payload);
+  return std::make_unique<MessageAnswer>(std::move(response));
+}
 std::unique_ptr<Answer> makeRefusal(std::int32_t requestId, const Refusal& refusal);
 
 // Writes items that are not held in memory as one message.
@@ -40,11 +62,38 @@ class ItemWriter : public protocol::Writer {
   using Writer::Writer;
 
   void text(const std::string& value);
-  void number(std::uint32_t value);
 
-  // A Response around a payload with this tag, up to the payload's first field; and its end.
-  void openResponse(std::int32_t requestId, const protocol::Tag& payload);
-  void closeResponse();
+  // A Response up to its payload.
+  void openResponse(std::int32_t requestId);
+};
+
+// A response with a tree of objects, each written when its turn comes, parents ahead of their children.
+class ObjectsAnswer : public Answer {
+ public:
+  bool writePortion(protocol::BasicIo& io, bool legacy) final;
+
+ protected:
+  // Writes the objects with the numbers from first up to behindLast; there is at least one.
+  ObjectsAnswer(std::int32_t requestId, std::size_t first, std::size_t behindLast)
+      : requestId_(requestId), first_(first), next_(first), behindLast_(behindLast) {}
+
+  // Opens the payload, up to the list of objects.
+  virtual void open(ItemWriter& to) const = 0;
+  // Writes an object: begin, its properties, endProperties.
+  virtual void writeObject(ItemWriter& to, std::size_t number) = 0;
+
+  // Closes the objects that are not above this one, and opens it, up to its first property. depth is 0 for an
+  // object at the top.
+  void begin(ItemWriter& to, std::uint32_t depth, const std::string& className, std::uint32_t number,
+             const std::string& id, const std::string& version);
+  void endProperties(ItemWriter& to);
+
+ private:
+  void closeDownTo(ItemWriter& to, std::uint32_t depth);
+
+  std::int32_t requestId_;
+  std::size_t first_, next_, behindLast_;
+  std::uint32_t open_ = 0;  // objects that are open, one in the other
 };
 
 }  // namespace morvex::sandbox

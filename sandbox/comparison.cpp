@@ -2,14 +2,16 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "foundation/text.h"
+#include "query/tql/comparison.h"
 #include "query/tql/property_codec.h"
-#include "sandbox/refusal.h"
+#include "sandbox/answer.h"
 
 namespace morvex::sandbox {
 namespace {
@@ -17,28 +19,15 @@ namespace {
 using protocol::Property;
 using protocol::RelOperator;
 
-std::uint32_t typeOf(const Property& property) { return property.typeWord & tql::kBaseMask; }
-bool isNull(const Property& property) { return property.data.as<protocol::NullProp>() != nullptr; }
-
 [[noreturn]] void refuse(const Property& property, std::string_view why) {
   throw Refusal(ErrorCode::incomparable, "Property \"" + property.name + "\" " + std::string(why));
 }
 
 bool isNumber(std::uint32_t type) {
-  switch (type) {
-    case tql::kUnsignedInteger:
-    case tql::kSignedInteger:
-    case tql::kReal:
-    case tql::kDate:
-    case tql::kIndex:
-    case tql::kGid:
-    case tql::kUnsigned64:
-    case tql::kSigned64:
-    case tql::kBigNum:
-      return true;
-    default:
-      return false;
-  }
+  static constexpr std::uint32_t kNumbers[] = {
+      tql::kUnsignedInteger, tql::kSignedInteger, tql::kReal,  tql::kDate, tql::kIndex, tql::kGid,
+      tql::kUnsigned64,      tql::kSigned64,      tql::kBigNum};
+  return std::ranges::find(kNumbers, type) != std::end(kNumbers);
 }
 
 long double approximate(const BigNum& number) {
@@ -72,20 +61,21 @@ long double numberOf(const Property& property) {
   refuse(property, "does not hold a number");
 }
 
-const std::string& textOf(const Property& property) {
-  const auto* text = property.data.as<protocol::StringProp>();
-  if (text == nullptr) {
-    refuse(property, "does not hold a text");
+template <class Prop>
+const auto& valueOf(const Property& property, std::string_view kind) {
+  const auto* held = property.data.as<Prop>();
+  if (held == nullptr) {
+    refuse(property, "does not hold a " + std::string(kind));
   }
-  return text->value;
+  return held->value;
+}
+
+const std::string& textOf(const Property& property) {
+  return valueOf<protocol::StringProp>(property, "text");
 }
 
 const protocol::ListOfString1024& listOf(const Property& property) {
-  const auto* list = property.data.as<protocol::StringListProp>();
-  if (list == nullptr) {
-    refuse(property, "does not hold a list");
-  }
-  return list->value;
+  return valueOf<protocol::StringListProp>(property, "list");
 }
 
 int compareNumbers(const Property& left, const Property& right) {
@@ -99,22 +89,14 @@ int compareNumbers(const Property& left, const Property& right) {
   return a < b ? -1 : b < a ? 1 : 0;
 }
 
-int compareTexts(const std::string& left, const std::string& right) {
-  if (left == right) {
-    return 0;
-  }
-  const int blind = naturalCompare(toLower(left), toLower(right));
-  return blind != 0 ? blind : naturalCompare(left, right);
-}
-
 // Three-way; for types without an order, 0 for equal values and 1 for others.
 int compareValues(const Property& value, const Property& constant) {
-  const std::uint32_t type = typeOf(value);
+  const std::uint32_t type = tql::baseOf(value);
   if (isNumber(type)) {
     return compareNumbers(value, constant);
   }
   if (type == tql::kString || type == tql::kSnmpOid) {
-    return compareTexts(textOf(value), textOf(constant));
+    return tql::compareTexts(textOf(value), textOf(constant));
   }
   if (type == tql::kId) {
     return textOf(value) == textOf(constant) ? 0 : 1;
@@ -126,33 +108,20 @@ int compareValues(const Property& value, const Property& constant) {
 }
 
 bool holdsOrdered(const Property& value, RelOperator op, const Property& constant) {
-  const std::uint32_t type = typeOf(value);
-  if (type != typeOf(constant) && !(isNumber(type) && isNumber(typeOf(constant)))) {
+  const std::uint32_t type = tql::baseOf(value);
+  if (type != tql::baseOf(constant) && !(isNumber(type) && isNumber(tql::baseOf(constant)))) {
     refuse(value, "is of another type than the constant");
   }
   const bool isEquality = op == RelOperator::equal || op == RelOperator::notEqual;
   if ((type == tql::kBoolean || type == tql::kId) && !isEquality) {
     refuse(value, "is not ordered");
   }
-  const int order =
-      isNull(value) || isNull(constant) ? isNull(constant) - isNull(value) : compareValues(value, constant);
-  switch (op) {
-    case RelOperator::equal:
-      return order == 0;
-    case RelOperator::greater:
-      return order > 0;
-    case RelOperator::less:
-      return order < 0;
-    case RelOperator::greaterOrEqual:
-      return order >= 0;
-    case RelOperator::lessOrEqual:
-      return order <= 0;
-    default:
-      return order != 0;
-  }
+  const int order = tql::isNull(value) || tql::isNull(constant) ? tql::isNull(constant) - tql::isNull(value)
+                                                                : compareValues(value, constant);
+  return tql::holds(op, order);
 }
 
-// On a mismatch behind a star, the star takes one more byte. Only the last star ever needs that.
+// On a mismatch behind a star, the star takes one more byte. Only the last star has to.
 bool matchesPattern(std::string_view text, std::string_view pattern) {
   std::size_t at = 0;
   std::size_t in = 0;
@@ -175,14 +144,9 @@ bool matchesPattern(std::string_view text, std::string_view pattern) {
   return pattern.find_first_not_of('*', in) == std::string_view::npos;
 }
 
-template <class List>
-bool includes(const List& list, const std::string& element) {
-  return std::find(list.begin(), list.end(), element) != list.end();
-}
-
-template <class List>
-bool includesAll(const List& list, const List& elements) {
-  return std::all_of(elements.begin(), elements.end(), [&](const auto& one) { return includes(list, one); });
+// A predicate: whether the list has an element.
+auto isIn(const protocol::ListOfString1024& list) {
+  return [&list](const std::string& element) { return std::ranges::find(list, element) != list.end(); };
 }
 
 }  // namespace
@@ -191,7 +155,7 @@ bool holds(const Property& value, RelOperator op, const Property& constant) {
   if (op >= RelOperator::equal && op <= RelOperator::notEqual) {
     return holdsOrdered(value, op, constant);
   }
-  if (isNull(value) || isNull(constant)) {
+  if (tql::isNull(value) || tql::isNull(constant)) {
     return op == RelOperator::matchesNot;
   }
   switch (op) {
@@ -199,17 +163,16 @@ bool holds(const Property& value, RelOperator op, const Property& constant) {
       return matchesPattern(toLower(textOf(value)), toLower(textOf(constant)));
     case RelOperator::matchesNot:
       return !matchesPattern(toLower(textOf(value)), toLower(textOf(constant)));
-    case RelOperator::in:
-      return includes(listOf(constant), textOf(value));
-    case RelOperator::intersects: {
-      const auto& set = listOf(constant);
-      const auto& list = listOf(value);
-      return std::any_of(list.begin(), list.end(), [&](const auto& one) { return includes(set, one); });
+    case RelOperator::in: {
+      const std::string& text = textOf(value);
+      return isIn(listOf(constant))(text);
     }
+    case RelOperator::intersects:
+      return std::ranges::any_of(listOf(value), isIn(listOf(constant)));
     case RelOperator::subsetOf:
-      return includesAll(listOf(constant), listOf(value));
+      return std::ranges::all_of(listOf(value), isIn(listOf(constant)));
     case RelOperator::supersetOf:
-      return includesAll(listOf(value), listOf(constant));
+      return std::ranges::all_of(listOf(constant), isIn(listOf(value)));
     case RelOperator::isSubstring:
       return toLower(textOf(value)).find(toLower(textOf(constant))) != std::string::npos;
     default:

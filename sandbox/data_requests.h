@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -8,12 +9,12 @@
 #include "sandbox/activity.h"
 #include "sandbox/answer.h"
 #include "sandbox/options.h"
-#include "sandbox/stored_series.h"
+#include "sandbox/series.h"
 #include "sandbox/tree.h"
 
 namespace morvex::sandbox {
 
-// Serves what reads and writes series. Throws Refusal for what cannot be served.
+// Serves the requests that read and write series. Throws Refusal for those that it cannot serve.
 class DataRequests {
  public:
   // All must outlive it and its answers.
@@ -26,12 +27,14 @@ class DataRequests {
   std::unique_ptr<Answer> serve(std::int32_t requestId, protocol::PutDataReq& request);
 
  private:
+  // Null if nothing is stored. Later requests leave it as it is.
+  std::shared_ptr<const StoredSeries> storedOf(ObjectIndex object) const;
   SeriesPlan planOf(ObjectIndex object, const std::string& tableName) const;
 
   const Tree& tree_;
   Activity& activity_;
   const Options& options_;
-  StoredData stored_;
+  std::map<ObjectIndex, std::shared_ptr<StoredSeries>> stored_;
 };
 
 }  // namespace morvex::sandbox

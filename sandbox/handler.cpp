@@ -4,10 +4,21 @@
 #include <utility>
 #include <vector>
 
-#include "sandbox/refusal.h"
-#include "sandbox/select_answer.h"
+#include "sandbox/selection.h"
+#include "sandbox/updates.h"
 
 namespace morvex::sandbox {
+
+RequestKind Handler::kindOf(const protocol::Request& request) {
+  const auto& req = request.req;
+  return req.as<protocol::CallReq>() != nullptr          ? RequestKind::call
+         : req.as<protocol::GetDataReq>() != nullptr     ? RequestKind::getData
+         : req.as<protocol::GetLastDataReq>() != nullptr ? RequestKind::getLastData
+         : req.as<protocol::PutDataReq>() != nullptr     ? RequestKind::putData
+         : req.as<protocol::SelectReq>() != nullptr      ? RequestKind::select
+         : req.as<protocol::UpdateReq>() != nullptr      ? RequestKind::update
+                                                         : RequestKind::other;
+}
 
 std::unique_ptr<Answer> Handler::answer(protocol::Request& request, bool legacy) {
   const RequestKind kind = kindOf(request);
@@ -21,19 +32,14 @@ std::unique_ptr<Answer> Handler::answer(protocol::Request& request, bool legacy)
   }
 }
 
-// What stands in the tree and in the series changes with a request alone, the clock aside: an export that was
-// kept shows the entries of its day.
+// Apart from the clock, only requests change the tree and the series: an export that was kept shows the
+// entries of its day.
 std::unique_ptr<Answer> Handler::serve(protocol::Request& request, RequestKind kind, bool legacy) {
-  switch (kind) {
-    case RequestKind::getData:
-    case RequestKind::select:
-      return kept_.answer(request, legacy, [&] { return serveAnew(request, kind); });
-    case RequestKind::putData:
-    case RequestKind::update:
-      kept_.forget();
-      break;
-    default:
-      break;
+  if (kind == RequestKind::getData || kind == RequestKind::select) {
+    return kept_.answer(request, legacy, [&] { return serveAnew(request, kind); });
+  }
+  if (kind == RequestKind::putData || kind == RequestKind::update) {
+    kept_.forget();
   }
   return serveAnew(request, kind);
 }
@@ -42,7 +48,7 @@ std::unique_ptr<Answer> Handler::serveAnew(protocol::Request& request, RequestKi
   const std::int32_t requestId = request.requestId;
   switch (kind) {
     case RequestKind::call:
-      return calls_.serve(requestId, *request.req.as<protocol::CallReq>());
+      return metrics_.serve(requestId, *request.req.as<protocol::CallReq>());
     case RequestKind::getData:
       return data_.serve(requestId, *request.req.as<protocol::GetDataReq>());
     case RequestKind::getLastData:
@@ -51,8 +57,12 @@ std::unique_ptr<Answer> Handler::serveAnew(protocol::Request& request, RequestKi
       return data_.serve(requestId, *request.req.as<protocol::PutDataReq>());
     case RequestKind::select:
       return select(requestId, *request.req.as<protocol::SelectReq>());
-    case RequestKind::update:
-      return update(requestId, *request.req.as<protocol::UpdateReq>());
+    case RequestKind::update: {
+      protocol::UpdateResp response;
+      response.version =
+          applyUpdate(tree_, activity_, conflictsLeft_, *request.req.as<protocol::UpdateReq>());
+      return makeAnswer(requestId, std::move(response));
+    }
     case RequestKind::other:
       break;
   }
@@ -71,16 +81,7 @@ std::unique_ptr<Answer> Handler::select(std::int32_t requestId, protocol::Select
       start.push_back(index);
     }
   }
-  Pattern pattern(std::move(request.pattern), tree_);
-  std::vector<Match> matches = sandbox::select(tree_, pattern, start);
-  return std::make_unique<SelectAnswer>(requestId, tree_, std::move(pattern), std::move(matches));
-}
-
-std::unique_ptr<Answer> Handler::update(std::int32_t requestId, protocol::UpdateReq& request) {
-  auto response = std::make_unique<protocol::Response>();
-  response->requestId = requestId;
-  response->resp.emplace<protocol::UpdateResp>().version = updates_.apply(request);
-  return std::make_unique<MessageAnswer>(std::move(response));
+  return sandbox::select(requestId, tree_, Pattern(std::move(request.pattern), tree_), start);
 }
 
 }  // namespace morvex::sandbox

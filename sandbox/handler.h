@@ -8,16 +8,15 @@
 #include "protocol/messages/envelope.h"
 #include "sandbox/activity.h"
 #include "sandbox/answer.h"
-#include "sandbox/calls.h"
 #include "sandbox/data_requests.h"
 #include "sandbox/kept_answers.h"
+#include "sandbox/metrics.h"
 #include "sandbox/options.h"
 #include "sandbox/tree.h"
-#include "sandbox/updates.h"
 
 namespace morvex::sandbox {
 
-// Serves the requests of all clients. What it cannot serve it refuses with an error code.
+// Serves the requests of all clients, and refuses those that it cannot serve with an error code.
 class Handler {
  public:
   // Tree, activity and options must outlive the handler and its answers.
@@ -25,11 +24,13 @@ class Handler {
       : tree_(tree),
         activity_(activity),
         data_(tree, activity, options),
-        updates_(tree, activity, options.conflicts),
-        calls_(tree, activity, options.metrics),
+        conflictsLeft_(options.conflicts),
+        metrics_(tree, activity, options.metrics),
         kept_(std::size_t{options.keep} << 20U) {}
 
-  // The answer, for a client with that tag set. Takes from the request what it has to keep.
+  static RequestKind kindOf(const protocol::Request& request);
+
+  // The answer, for a client with that tag set. Moves from the request what it keeps.
   std::unique_ptr<Answer> answer(protocol::Request& request, bool legacy);
 
   // The object from which clients start.
@@ -39,13 +40,12 @@ class Handler {
   std::unique_ptr<Answer> serve(protocol::Request& request, RequestKind kind, bool legacy);
   std::unique_ptr<Answer> serveAnew(protocol::Request& request, RequestKind kind);
   std::unique_ptr<Answer> select(std::int32_t requestId, protocol::SelectReq& request) const;
-  std::unique_ptr<Answer> update(std::int32_t requestId, protocol::UpdateReq& request);
 
-  const Tree& tree_;
+  Tree& tree_;
   Activity& activity_;
   DataRequests data_;
-  Updates updates_;
-  Calls calls_;
+  std::uint32_t conflictsLeft_;
+  Metrics metrics_;
   KeptAnswers kept_;
 };
 

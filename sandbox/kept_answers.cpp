@@ -1,17 +1,27 @@
 #include "sandbox/kept_answers.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace morvex::sandbox {
+
 namespace {
 
 constexpr std::size_t kPortion = 64 * 1024;
 
-// Collects what is written, and passes it on if there is a stream behind it.
-class Collector final : public protocol::BasicIo {
+// The part of an answer that differs from another answer to the same question: the number of the request.
+void writeHead(protocol::BasicIo& io, bool legacy, std::int32_t requestId) {
+  ItemWriter to(io, legacy);
+  to.openResponse(requestId);
+  to.flush();
+}
+
+}  // namespace
+
+// Collects the bytes written, and passes them on if there is a stream behind it.
+class KeptAnswers::Collector final : public protocol::BasicIo {
  public:
-  explicit Collector(KeptAnswers::Bytes& bytes, protocol::BasicIo* behind = nullptr)
-      : bytes_(bytes), behind_(behind) {}
+  explicit Collector(Bytes& bytes, protocol::BasicIo* behind = nullptr) : bytes_(bytes), behind_(behind) {}
 
   void write(const std::uint8_t* bytes, std::size_t count) override {
     bytes_.insert(bytes_.end(), bytes, bytes + count);
@@ -22,21 +32,13 @@ class Collector final : public protocol::BasicIo {
   void flush() override {}
 
  private:
-  KeptAnswers::Bytes& bytes_;
+  Bytes& bytes_;
   protocol::BasicIo* behind_;
 };
 
-// What differs between two answers to the same question: the number of the request.
-void writeHead(protocol::BasicIo& io, bool legacy, std::int32_t requestId) {
-  ItemWriter to(io, legacy);
-  to.open(protocol::Response::kSchema.tag);
-  to.number(static_cast<std::uint32_t>(requestId));
-  to.flush();
-}
-
-class KnownAnswer final : public Answer {
+class KeptAnswers::KnownAnswer final : public Answer {
  public:
-  KnownAnswer(std::int32_t requestId, std::shared_ptr<const KeptAnswers::Bytes> bytes)
+  KnownAnswer(std::int32_t requestId, std::shared_ptr<const Bytes> bytes)
       : requestId_(requestId), bytes_(std::move(bytes)) {}
 
   bool writePortion(protocol::BasicIo& io, bool legacy) override {
@@ -51,14 +53,12 @@ class KnownAnswer final : public Answer {
 
  private:
   std::int32_t requestId_;
-  std::shared_ptr<const KeptAnswers::Bytes> bytes_;
+  std::shared_ptr<const Bytes> bytes_;
   std::size_t written_ = 0;
 };
 
-}  // namespace
-
 // An answer on its way, of which a copy is made.
-class RecordedAnswer final : public Answer {
+class KeptAnswers::RecordedAnswer final : public Answer {
  public:
   RecordedAnswer(KeptAnswers& keeper, std::string question, std::int32_t requestId,
                  std::unique_ptr<Answer> answer)
@@ -74,21 +74,25 @@ class RecordedAnswer final : public Answer {
     }
     Collector collector(bytes_, &io);
     const bool last = answer_->writePortion(collector, legacy);
-    wanted_ = epoch_ == keeper_.epoch_ && keeper_.hasRoomFor(bytes_.size());
+    wanted_ = epoch_ == keeper_.epoch_ && bytes_.size() <= keeper_.limit_ - keeper_.held_;
     if (!wanted_) {
-      KeptAnswers::Bytes().swap(bytes_);
+      Bytes().swap(bytes_);
     } else if (last) {
-      keeper_.keep(question_, withoutHead(legacy));
+      keep(legacy);
     }
     return last;
   }
 
  private:
-  KeptAnswers::Bytes withoutHead(bool legacy) const {
-    KeptAnswers::Bytes head;
+  void keep(bool legacy) {
+    Bytes head;
     Collector collector(head);
     writeHead(collector, legacy, requestId_);
-    return {bytes_.begin() + static_cast<std::ptrdiff_t>(head.size()), bytes_.end()};
+    bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(head.size()));
+    const std::size_t size = bytes_.size();
+    if (keeper_.answers_.emplace(question_, std::make_shared<const Bytes>(std::move(bytes_))).second) {
+      keeper_.held_ += size;
+    }
   }
 
   KeptAnswers& keeper_;
@@ -96,39 +100,29 @@ class RecordedAnswer final : public Answer {
   std::string question_;
   std::int32_t requestId_;
   std::unique_ptr<Answer> answer_;
-  KeptAnswers::Bytes bytes_;
+  Bytes bytes_;
   bool wanted_ = true;
 };
+
+std::unique_ptr<Answer> KeptAnswers::answer(const protocol::Request& request, bool legacy,
+                                            const std::function<std::unique_ptr<Answer>()>& make) {
+  if (limit_ == 0) {
+    return make();
+  }
+  Bytes bytes;
+  Collector collector(bytes);
+  request.req->write(collector, legacy);
+  std::string question(bytes.begin(), bytes.end());
+  if (const auto found = answers_.find(question); found != answers_.end()) {
+    return std::make_unique<KnownAnswer>(request.requestId, found->second);
+  }
+  return std::make_unique<RecordedAnswer>(*this, std::move(question), request.requestId, make());
+}
 
 void KeptAnswers::forget() {
   answers_.clear();
   held_ = 0;
   ++epoch_;
-}
-
-// The answer is of the same tag set as the request, so the tag set belongs to the question.
-std::string KeptAnswers::questionOf(const protocol::Request& request, bool legacy) {
-  Bytes bytes;
-  Collector collector(bytes);
-  request.req->write(collector, legacy);
-  return {bytes.begin(), bytes.end()};
-}
-
-std::unique_ptr<Answer> KeptAnswers::find(const std::string& question, std::int32_t requestId) const {
-  const auto found = answers_.find(question);
-  return found == answers_.end() ? nullptr : std::make_unique<KnownAnswer>(requestId, found->second);
-}
-
-std::unique_ptr<Answer> KeptAnswers::record(std::string question, std::int32_t requestId,
-                                            std::unique_ptr<Answer> answer) {
-  return std::make_unique<RecordedAnswer>(*this, std::move(question), requestId, std::move(answer));
-}
-
-void KeptAnswers::keep(const std::string& question, Bytes bytes) {
-  const std::size_t size = bytes.size();
-  if (answers_.emplace(question, std::make_shared<const Bytes>(std::move(bytes))).second) {
-    held_ += size;
-  }
 }
 
 }  // namespace morvex::sandbox

@@ -4,8 +4,8 @@
 #include <chrono>
 #include <utility>
 
+#include "protocol/facts.h"
 #include "query/tql/property_codec.h"
-#include "sandbox/refusal.h"
 
 namespace morvex::sandbox {
 namespace {
@@ -26,7 +26,7 @@ void addValue(protocol::ListOfProperty& to, double value) {
 void addValue(protocol::ListOfProperty& to, std::string_view value) {
   tql::encode(to.emplace_back(), "value", tql::kString, std::string(value));
 }
-void addValue(protocol::ListOfProperty& to, const Timing& value) {
+void addValue(protocol::ListOfProperty& to, const Samples& value) {
   add(to, "n", value.n);
   add(to, "min", value.min);
   add(to, "max", value.max);
@@ -45,12 +45,76 @@ std::string quotedPath(const protocol::ListOfString1024& path) {
 // The name of one of the counters of --metrics.
 std::string manyName(std::size_t number) { return std::string("m").append(std::to_string(number)); }
 
+// A CallResp with metric objects: one, or all of them.
+class MetricAnswer final : public ObjectsAnswer {
+ public:
+  MetricAnswer(std::int32_t requestId, const Metrics& metrics, std::size_t first, std::size_t behindLast)
+      : ObjectsAnswer(requestId, first, behindLast), metrics_(metrics), topDepth_(metrics[first].depth) {}
+
+ private:
+  void open(ItemWriter& to) const override {
+    to.open(protocol::CallResp::kSchema.tag);
+    to.open(protocol::BE_SEQ);  // no properties
+    to.close();
+  }
+
+  void writeObject(ItemWriter& to, std::size_t number) override {
+    const MetricObject object = metrics_[number];
+    begin(to, object.depth - topDepth_, object.className, static_cast<std::uint32_t>(number),
+          std::to_string(number + 1), "1");
+    writeText(to, "name", object.name);
+    if (object.isMetric) {
+      writeText(to, "unit", object.unit);
+      writeText(to, "description", object.description);
+    }
+    endProperties(to);
+  }
+
+  void writeText(ItemWriter& to, const std::string& name, std::string_view text) {
+    tql::encode(scratch_, name, tql::kString | tql::kReadOnly, std::string(text));
+    scratch_.write(to);
+  }
+
+  const Metrics& metrics_;
+  std::uint32_t topDepth_;
+  protocol::Property scratch_;
+};
+
+const protocol::ListOfString1024& pathIn(const protocol::CallReq& request) {
+  for (const auto& parameter : request.parameters) {
+    if (parameter.name == "name") {
+      const auto* const path = parameter.data.as<protocol::StringListProp>();
+      if (path == nullptr || tql::baseOf(parameter) != tql::kStringList) {
+        throw Refusal(ErrorCode::illegalType, "Parameter \"name\" takes a list of strings");
+      }
+      return path->value;
+    }
+  }
+  throw Refusal(ErrorCode::missingProperty, "Parameter \"name\" is missing");
+}
+
 }  // namespace
+
+std::unique_ptr<Answer> Metrics::serve(std::int32_t requestId, const protocol::CallReq& request) const {
+  switch (request.method) {
+    case protocol::method::kMetricTree:
+      return std::make_unique<MetricAnswer>(requestId, *this, 0, size());
+    case protocol::method::kMetricValue:
+      return makeAnswer(requestId, read(find(pathIn(request))));
+    case protocol::method::kMetricDescription: {
+      const std::size_t index = find(pathIn(request)).index;
+      return std::make_unique<MetricAnswer>(requestId, *this, index, index + 1);
+    }
+    default:
+      throw Refusal(ErrorCode::notImplemented, "There is no method " + std::to_string(request.method));
+  }
+}
 
 MetricObject Metrics::operator[](std::size_t index) const {
   if (index < manyIndex()) {
     const MetricRow& row = metricTable()[index];
-    return {row.depth, row.className, std::string(row.name), row.read != nullptr, row.unit, row.description};
+    return {row.depth,      std::string(row.className), std::string(row.name), row.read != nullptr, row.unit,
+            row.description};
   }
   if (index == manyIndex()) {
     return {1, kGroup, std::string(kMany), false, {}, {}};
@@ -108,23 +172,27 @@ std::optional<std::size_t> Metrics::childNamed(std::size_t parent, std::string_v
 
 std::optional<std::size_t> Metrics::manyNamed(std::string_view name) const {
   std::uint32_t number = 0;
-  const char* const end = name.data() + name.size();
-  if (name.size() < 2 || std::from_chars(name.data() + 1, end, number).ec != std::errc() || number >= many_ ||
-      name != manyName(number)) {
+  if (!name.empty()) {
+    std::from_chars(name.data() + 1, name.data() + name.size(), number);
+  }
+  if (number >= many_ || name != manyName(number)) {
     return std::nullopt;
   }
   return manyIndex() + 1 + number;
 }
 
-void Metrics::read(const Place& place, protocol::ListOfProperty& to) const {
+protocol::CallResp Metrics::read(const Place& place) const {
   const auto running = std::chrono::steady_clock::now() - activity_.start;
   const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(running).count();
-  const Moment now{activity_, tree_.size(), static_cast<std::uint64_t>(microseconds), place.instances};
+  const MetricInput now{activity_, tree_.size(), static_cast<std::uint64_t>(microseconds), place.instances};
+  protocol::CallResp answer;
   if (place.index > manyIndex()) {
-    addValue(to, ticksAt(now) + (place.index - manyIndex() - 1));
-    return;
+    addValue(answer.properties, ticksAt(now) + (place.index - manyIndex() - 1));
+  } else {
+    std::visit([&](const auto& value) { addValue(answer.properties, value); },
+               metricTable()[place.index].read(now));
   }
-  std::visit([&](const auto& value) { addValue(to, value); }, metricTable()[place.index].read(now));
+  return answer;
 }
 
 }  // namespace morvex::sandbox

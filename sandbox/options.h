@@ -9,7 +9,7 @@
 
 namespace morvex::sandbox {
 
-// What the command line asks for.
+// The options of the command line.
 struct Options {
   std::uint16_t port = protocol::kDefaultPort;  // 0: any free one
   std::string login = "admin";
@@ -27,7 +27,7 @@ struct Options {
   std::optional<std::uint32_t> now;  // seconds since 1970; none: the clock
   bool help = false;
 
-  // What is to be taken for the present, in seconds since 1970.
+  // The present for all sample data, in seconds since 1970.
   std::int64_t present() const;
 };
 

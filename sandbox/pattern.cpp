@@ -7,8 +7,8 @@
 
 #include "protocol/facts.h"
 #include "query/tql/property_codec.h"
+#include "sandbox/answer.h"
 #include "sandbox/comparison.h"
-#include "sandbox/refusal.h"
 
 namespace morvex::sandbox {
 namespace {
@@ -40,7 +40,7 @@ std::optional<ObjectClass> classNamed(const std::string& name) {
 }
 
 bool isIdentity(const protocol::RelativeExpr& term) {
-  return term.prop->name == "id" && (term.prop->typeWord & tql::kBaseMask) == tql::kId &&
+  return term.prop->name == "id" && tql::baseOf(*term.prop) == tql::kId &&
          term.prop->data.as<protocol::StringProp>() != nullptr &&
          (term.op == RelOperator::equal || term.op == RelOperator::notEqual);
 }
@@ -55,27 +55,23 @@ Pattern::Pattern(protocol::Owned<PathPattern> source, const Tree& tree) : source
   connect();
 }
 
-// Lists the steps without recursion, so that the depth of what a client sends does no harm.
+// Lists the steps without recursion: a client may nest them to any depth.
 void Pattern::collect() {
   steps_.emplace_back().source = source_.get();
   for (std::size_t at = 0; at < steps_.size(); ++at) {
-    const PathPattern& source = *steps_[at].source;
-    const auto append = [this](const PathPattern& step) {
-      if (steps_.size() == kMaxSteps) {
-        throw Refusal(ErrorCode::notImplemented,
-                      "A pattern may have " + std::to_string(kMaxSteps) + " steps at most");
+    const auto append = [&](const protocol::ListOfPathPattern& following,
+                            std::vector<std::size_t> Step::*list) {
+      for (const auto& step : following) {
+        if (steps_.size() == kMaxSteps) {
+          throw Refusal(ErrorCode::notImplemented,
+                        "A pattern may have " + std::to_string(kMaxSteps) + " steps at most");
+        }
+        (steps_[at].*list).push_back(steps_.size());
+        steps_.emplace_back().source = step.get();
       }
-      steps_.emplace_back().source = &step;
-      return steps_.size() - 1;
     };
-    for (const auto& following : source.children) {
-      const std::size_t index = append(*following);
-      steps_[at].required.push_back(index);
-    }
-    for (const auto& following : source.colonChildren) {
-      const std::size_t index = append(*following);
-      steps_[at].optional.push_back(index);
-    }
+    append(steps_[at].source->children, &Step::required);
+    append(steps_[at].source->colonChildren, &Step::optional);
   }
 }
 
@@ -101,7 +97,7 @@ void Pattern::compile(Step& step, const Tree& tree) {
   }
 }
 
-// From the last step to the first: what may be entered instead of a recursive step is then known.
+// Goes from the last step to the first: a step needs the results of those that follow it.
 void Pattern::connect() {
   std::vector<Steps> entry(steps_.size());        // the steps that may match where this one may
   std::vector<Steps> neededEntry(steps_.size());  // without those behind a colon
@@ -167,8 +163,7 @@ Pattern::Steps Pattern::fulfilled(Steps matched, Steps below) const {
 }
 
 const std::vector<std::string_view>& Pattern::wanted(Steps steps, bool& all) {
-  auto found =
-      std::find_if(wanted_.begin(), wanted_.end(), [&](const Wanted& one) { return one.steps == steps; });
+  auto found = std::ranges::find(wanted_, steps, &Wanted::steps);
   if (found == wanted_.end()) {
     Wanted entry{steps, false, {}};
     std::set<std::string_view> taken{"id"};

@@ -11,27 +11,27 @@
 
 namespace morvex::sandbox {
 
-// A pattern made ready to be matched. This server's reading of the query language:
+// A pattern made ready to be matched. This is how the server reads the query language:
 //
-// A step applies to the children of the objects that the step in front of it matched, the first step to the
-// start objects. An object matches a step if its class does ("." is any) and all terms of the filter hold; a
-// term on a property that the object lacks doesn't.
-//   >  An object that matched a step is in the answer only if something below it matched one of the steps
-//   that
-//      follow. Of a group ( a | b : c ), a or b has to be found; c may be there as well, and need not.
-//   *  The step also applies to the children of the objects that it matched, so that these nest. Where steps
-//      follow it, it may just as well match no object at all: they then apply where it would have.
+// The first step applies to the start objects, every other step to the children of the objects that the step
+// in front of it matched. An object matches a step if it is of the step's class ("." is any class) and every
+// term of the filter holds. A term does not hold for an object without the property.
+//   >  An object is in the answer only if an object below it matched one of the steps that follow. Of a group
+//      ( a | b : c ), a or b must match; c is optional.
+//   *  The step also applies to the children of the objects that it matched. If steps follow, it may match no
+//      object at all: the steps behind it then apply in its place.
 //   $  The objects of the step are in the answer even if nothing below them matched.
-//   =n Below one object, or among the start objects, only the first n objects that the step finds count.
-//   !  All properties are wanted. "id" can be filtered on but isn't sent, since every object bears its id.
-// "#" and "-" are not implemented.
+//   =n Of the objects that the step matches below one object, or among the start objects, the first n count.
+//   !  All properties are wanted.
+// "#" and "-" are not implemented. Filters may use "id"; it is never sent as a property, since every object
+// carries its id anyway.
 class Pattern {
  public:
   // One bit for each step of the pattern.
   using Steps = std::uint64_t;
   static constexpr std::size_t kMaxSteps = 64;
 
-  // Throws Refusal for a pattern that is too large or holds what is not implemented.
+  // Throws Refusal for a pattern with too many steps or with a modifier that is not implemented.
   Pattern(protocol::Owned<protocol::PathPattern> source, const Tree& tree);
 
   // The steps that may match a start object.
@@ -43,7 +43,8 @@ class Pattern {
   // The steps that may match the children of an object that matched any of these.
   Steps behind(Steps steps) const;
 
-  // Which of the steps that an object matched put it in the answer, when its children are there for these.
+  // Of the steps that an object matched, those that put it in the answer. below: the steps for which its
+  // children are in the answer.
   Steps fulfilled(Steps matched, Steps below) const;
 
   // How many objects below one a step may find; empty without such a limit.
@@ -70,7 +71,7 @@ class Pattern {
     const protocol::PathPattern* source = nullptr;
     std::vector<std::size_t> required, optional;  // the steps that follow
     Steps behind = 0;                             // that may match children
-    Steps needed = 0;                             // of which one has to; none for a step that stands alone
+    Steps needed = 0;                             // one of these must match a child, unless empty
   };
   struct Wanted {
     Steps steps;

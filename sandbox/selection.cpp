@@ -2,15 +2,21 @@
 
 #include <bit>
 #include <map>
+#include <string_view>
 #include <utility>
-
-#include "sandbox/refusal.h"
 
 namespace morvex::sandbox {
 namespace {
 
-// Walks down the tree and collects what may be in the answer: each object whose steps are fulfilled by what
-// was collected below it. An object is entered ahead of its children, and taken back if it comes to nothing.
+// One object of an answer. Those below it follow, one deeper.
+struct Match {
+  ObjectIndex object;
+  std::uint32_t depth;
+  Pattern::Steps steps;  // that put it in the answer
+};
+
+// Walks down the tree and collects each object whose steps are fulfilled by the objects collected below it.
+// An object is entered ahead of its children, and taken back if its steps are not fulfilled.
 class Walk {
  public:
   Walk(const Tree& tree, Pattern& pattern) : tree_(tree), pattern_(pattern) { frames_.emplace_back(); }
@@ -36,7 +42,7 @@ class Walk {
     std::size_t match = 0;
     ObjectIndex nextChild = kNoObject;
     Pattern::Steps candidates = 0;  // for the children
-    Pattern::Steps below = 0;       // what the children were found for
+    Pattern::Steps below = 0;       // the steps that put children in the answer
     std::map<std::size_t, std::uint32_t> counts;
   };
 
@@ -84,7 +90,7 @@ class Walk {
   std::vector<Frame> frames_;  // the first one is above the start objects
 };
 
-// What fulfilled a step is in the answer only if the object above it is, for the step in front of it.
+// Keeps an object for a step only if the object above it is kept for the step in front.
 void keepReachable(const Pattern& pattern, std::vector<Match>& matches) {
   std::vector<Pattern::Steps> allowed{pattern.first()};  // by depth
   std::size_t kept = 0;
@@ -99,9 +105,41 @@ void keepReachable(const Pattern& pattern, std::vector<Match>& matches) {
   matches.resize(kept);
 }
 
+class SelectAnswer final : public ObjectsAnswer {
+ public:
+  SelectAnswer(std::int32_t requestId, const Tree& tree, Pattern pattern, std::vector<Match> matches)
+      : ObjectsAnswer(requestId, 0, matches.size()),
+        tree_(tree),
+        pattern_(std::move(pattern)),
+        matches_(std::move(matches)) {}
+
+ private:
+  void open(ItemWriter& to) const override { to.open(protocol::SelectResp::kSchema.tag); }
+
+  void writeObject(ItemWriter& to, std::size_t number) override {
+    const Match& match = matches_[number];
+    begin(to, match.depth, classNameOf(tree_[match.object].objectClass), match.object, tree_.id(match.object),
+          tree_.version(match.object));
+    bool all = false;
+    const std::vector<std::string_view>& wanted = pattern_.wanted(match.steps, all);
+    for (const std::string_view name : all ? tree_.propertyNames(match.object) : wanted) {
+      if (const protocol::Property* property = tree_.property(match.object, name, scratch_)) {
+        property->write(to);
+      }
+    }
+    endProperties(to);
+  }
+
+  const Tree& tree_;
+  Pattern pattern_;
+  std::vector<Match> matches_;
+  protocol::Property scratch_;
+};
+
 }  // namespace
 
-std::vector<Match> select(const Tree& tree, Pattern& pattern, const std::vector<ObjectIndex>& start) {
+std::unique_ptr<Answer> select(std::int32_t requestId, const Tree& tree, Pattern pattern,
+                               const std::vector<ObjectIndex>& start) {
   Walk walk(tree, pattern);
   for (const ObjectIndex index : start) {
     walk.from(index);
@@ -111,7 +149,7 @@ std::vector<Match> select(const Tree& tree, Pattern& pattern, const std::vector<
   if (matches.empty()) {
     throw Refusal(ErrorCode::nothingMatched);
   }
-  return matches;
+  return std::make_unique<SelectAnswer>(requestId, tree, std::move(pattern), std::move(matches));
 }
 
 }  // namespace morvex::sandbox

@@ -1,23 +1,20 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
+#include "sandbox/answer.h"
 #include "sandbox/pattern.h"
 #include "sandbox/tree.h"
 
 namespace morvex::sandbox {
 
-// One object of an answer. Those below it follow, one deeper.
-struct Match {
-  ObjectIndex object;
-  std::uint32_t depth;
-  Pattern::Steps steps;  // that put it in the answer
-};
-
-// Matches a pattern from the start objects down and returns what is in the answer, parents ahead of their
-// children. The answer is one tree however many ways lead to an object: each stands in it once. Throws
-// Refusal if nothing matched.
-std::vector<Match> select(const Tree& tree, Pattern& pattern, const std::vector<ObjectIndex>& start);
+// Matches a pattern from the start objects down and returns a SelectResp with what matched, parents ahead of
+// their children. The answer is one tree however many ways lead to an object: each stands in it once. Objects
+// are written as they are when their turn comes; the tree must outlive the answer. Throws Refusal if nothing
+// matched.
+std::unique_ptr<Answer> select(std::int32_t requestId, const Tree& tree, Pattern pattern,
+                               const std::vector<ObjectIndex>& start);
 
 }  // namespace morvex::sandbox

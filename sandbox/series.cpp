@@ -56,14 +56,63 @@ Entry& entryOf(DataInterval& interval) {
   return held != nullptr ? *held : interval.data.emplace<Entry>();
 }
 
+bool isBefore(const DataInterval& left, const DataInterval& right) { return order(left, right) < 0; }
+
+// Of equal entries the last stays: going backwards, it is the first.
+void sort(std::vector<DataInterval>& entries) {
+  if (!std::ranges::is_sorted(entries, isBefore)) {
+    std::ranges::stable_sort(entries, isBefore);
+  }
+  const auto isEqual = [](const auto& left, const auto& right) { return order(left, right) == 0; };
+  entries.erase(entries.begin(), std::unique(entries.rbegin(), entries.rend(), isEqual).base());
+}
+
+// Both are sorted. Of equal entries the added one stays.
+void merge(std::vector<DataInterval>& rows, std::vector<DataInterval>& added) {
+  const auto moved = [](auto at) { return std::make_move_iterator(at); };
+  if (added.empty() || rows.empty() || order(rows.back(), added.front()) < 0) {
+    rows.insert(rows.end(), moved(added.begin()), moved(added.end()));
+    return;
+  }
+  std::vector<DataInterval> merged;
+  merged.reserve(rows.size() + added.size());
+  std::set_union(moved(added.begin()), moved(added.end()), moved(rows.begin()), moved(rows.end()),
+                 std::back_inserter(merged), isBefore);
+  rows = std::move(merged);
+}
+
 }  // namespace
+
+Extent extentOf(const DataInterval& entry) {
+  if (const auto* continuous = entry.data.as<protocol::DataIntervalContinuous>()) {
+    return {SeriesKind::continuous, continuous->begin, continuous->end};
+  }
+  if (const auto* sawtooth = entry.data.as<protocol::DataIntervalSawtooth>()) {
+    return {SeriesKind::sawtooth, sawtooth->begin, sawtooth->end};
+  }
+  if (const auto* states = entry.data.as<protocol::DataIntervalEnum>()) {
+    return {SeriesKind::enumeration, states->begin, states->end};
+  }
+  if (const auto* incident = entry.data.as<protocol::DataIntervalIncident>()) {
+    return {SeriesKind::incidents, incident->time, incident->time};
+  }
+  return {SeriesKind::none, 0, 0};
+}
+
+std::strong_ordering order(const DataInterval& left, const DataInterval& right) {
+  const auto* l = left.data.as<protocol::DataIntervalIncident>();
+  const auto* r = right.data.as<protocol::DataIntervalIncident>();
+  return l != nullptr && r != nullptr && l->time == r->time ? l->text.compare(r->text) <=> 0
+                                                            : extentOf(left).begin <=> extentOf(right).begin;
+}
 
 Series::Series(const SeriesPlan& plan, std::uint32_t seed, std::int64_t now)
     : plan_(plan), seed_(mix(seed)), behindLastSlot_(now / plan.slotSeconds) {
   firstSlot_ = std::max<std::int64_t>(behindLastSlot_ - plan.slots, 0);
 }
 
-// Entries of neighbouring slots are in order and do not overlap, so what a span cuts off lies at its ends.
+// Entries of neighbouring slots are in order and do not overlap, so only the first and the last of a range
+// can lie outside the span.
 Series::Range Series::within(std::int64_t start, std::int64_t end) const {
   Range range{std::clamp(floorDivided(start, plan_.slotSeconds), firstSlot_, behindLastSlot_),
               std::clamp(floorDivided(end, plan_.slotSeconds) + 1, firstSlot_, behindLastSlot_)};
@@ -136,6 +185,31 @@ void Series::fill(std::int64_t slot, DataInterval& interval) const {
     case SeriesKind::none:
       break;
   }
+}
+
+void StoredSeries::put(protocol::ListOfDataInterval& entries) {
+  std::vector<DataInterval> added(std::make_move_iterator(entries.begin()),
+                                  std::make_move_iterator(entries.end()));
+  for (const DataInterval& entry : added) {
+    const Extent extent = extentOf(entry);
+    longest_ = std::max(longest_, extent.end - extent.begin);
+  }
+  sort(added);
+  merge(rows_, added);
+}
+
+StoredSeries::Range StoredSeries::within(std::int64_t start, std::int64_t end) const {
+  const auto beginsFrom = [&](std::int64_t time) {
+    const auto found = std::ranges::partition_point(
+        rows_, [&](const DataInterval& row) { return extentOf(row).begin < time; });
+    return static_cast<std::size_t>(found - rows_.begin());
+  };
+  return start > end ? Range{0, 0} : Range{beginsFrom(start - longest_), beginsFrom(end + 1)};
+}
+
+bool StoredSeries::overlaps(std::size_t index, std::int64_t start) const {
+  const Extent extent = extentOf(rows_[index]);
+  return extent.begin >= start || extent.end > start;
 }
 
 }  // namespace morvex::sandbox

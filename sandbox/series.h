@@ -1,7 +1,9 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "protocol/messages/time_series.h"
 
@@ -17,24 +19,34 @@ enum class SeriesKind : std::int32_t {
   continuous = 5
 };
 
-// How the data of an object comes about: one entry for each slot of time, as many slots as stated, the last
-// of them complete before now. An entry depends on the object and on its slot alone, so that it is the same
-// whenever it is asked for, and nothing has to be kept.
+// How the data of an object is made up: one entry for each slot of time. The last slot ends before now. An
+// entry depends on the object and on its slot alone, so it is the same whenever it is asked for, and nothing
+// has to be kept.
 struct SeriesPlan {
   SeriesKind kind = SeriesKind::none;
   std::int32_t slotSeconds = 1;
   std::int32_t slots = 0;
-  std::size_t textBytes = 0;  // of an incident, if its own text is shorter
+  std::size_t textBytes = 0;  // incidents with a shorter text are filled up to this length
 };
 
-// The data of one object, as it stands at one moment.
+// What an entry is, and the time that it covers, in seconds since 1970. An incident ends when it begins.
+struct Extent {
+  SeriesKind kind;  // none for an entry that no series here holds
+  std::int64_t begin;
+  std::int64_t end;
+};
+Extent extentOf(const protocol::DataInterval& entry);
+
+// Measured entries are ordered by their begin, incidents by time and text.
+std::strong_ordering order(const protocol::DataInterval& left, const protocol::DataInterval& right);
+
+// The data that one object has by itself.
 class Series {
  public:
   // seed tells the object from others. Times are in seconds since 1970.
   Series(const SeriesPlan& plan, std::uint32_t seed, std::int64_t now);
 
   bool holdsData() const { return plan_.kind != SeriesKind::none; }
-
   std::int32_t dataType() const { return static_cast<std::int32_t>(plan_.kind); }
 
   // The slots of the entries that overlap the span from start to end, both included.
@@ -57,6 +69,31 @@ class Series {
   std::uint64_t seed_;
   std::int64_t firstSlot_ = 0;
   std::int64_t behindLastSlot_ = 0;
+};
+
+// The entries that clients have put into one series, in their order.
+class StoredSeries {
+ public:
+  explicit StoredSeries(const SeriesPlan& plan) : longest_(plan.slotSeconds) {}
+
+  // Moves the entries in; all must be of the series' kind. Of equal entries the last one put stays.
+  void put(protocol::ListOfDataInterval& entries);
+
+  std::size_t size() const { return rows_.size(); }
+  const protocol::DataInterval& operator[](std::size_t index) const { return rows_[index]; }
+
+  // The entries that overlap the span from start to end, both included, or replace one of the series' own
+  // that does. The range may hold others too: check overlaps.
+  struct Range {
+    std::size_t first;
+    std::size_t behindLast;
+  };
+  Range within(std::int64_t start, std::int64_t end) const;
+  bool overlaps(std::size_t index, std::int64_t start) const;
+
+ private:
+  std::vector<protocol::DataInterval> rows_;
+  std::int64_t longest_;  // seconds of any entry of the series, stored or not
 };
 
 }  // namespace morvex::sandbox

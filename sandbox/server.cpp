@@ -1,16 +1,322 @@
 #include "sandbox/server.h"
 
 #include <algorithm>
+#include <chrono>
+#include <deque>
+#include <exception>
 #include <optional>
+#include <string>
+#include <utility>
+
+#include "foundation/errors.h"
+#include "protocol/ber_reader.h"
+#include "protocol/catalogue.h"
+#include "protocol/facts.h"
+#include "protocol/messages/handshake.h"
+#include "sandbox/answer.h"
 
 namespace morvex::sandbox {
 namespace {
+
+// Bytes written ahead for a client that has not taken them yet.
+constexpr std::size_t kBufferTarget = 256 * 1024;
+
+// How long one client is served before the others have their turn.
+constexpr std::chrono::milliseconds kTurn{2};
+
+// "Morvex", above the number of the session.
+constexpr const char* kKeyPrefix = "4d6f7276657800000000";
+
+BigNum keyOf(std::uint32_t session) {
+  BigNum prefix;
+  prefix.fromHex(kKeyPrefix);
+  return BigNum::add(prefix, session);
+}
+
+// Since 1970.
+std::chrono::microseconds wallClock(const Options& options) {
+  return options.now ? std::chrono::seconds(*options.now)
+                     : std::chrono::duration_cast<std::chrono::microseconds>(
+                           std::chrono::system_clock::now().time_since_epoch());
+}
 
 std::chrono::milliseconds until(Time due, Time now) {
   return std::max(std::chrono::ceil<std::chrono::milliseconds>(due - now), std::chrono::milliseconds(0));
 }
 
+// The stream under a client's reader: input straight from the connection, output into a buffer.
+class ClientStream final : public old_protocol::BasicIo {
+ public:
+  // activity must outlive the stream.
+  ClientStream(Peer peer, Activity& activity) : peer_(std::move(peer)), activity_(activity) {}
+
+  // Returns 0 if nothing has come, or nothing ever will; the latter sets ended.
+  std::size_t read(std::uint8_t* bytes, std::size_t capacity) override {
+    const auto received = peer_.receive({bytes, capacity});
+    ended_ = !received;
+    activity_.bytesReceived += received.value_or(0);
+    return received.value_or(0);
+  }
+
+  void write(const std::uint8_t* bytes, std::size_t count) override {
+    buffer_.insert(buffer_.end(), bytes, bytes + count);
+  }
+  void flush() override {}
+
+  // Sends as much as the connection takes at the moment. False if it has failed.
+  bool drain() {
+    while (buffered() > 0) {
+      const auto sent = peer_.send({buffer_.data() + sent_, buffered()});
+      if (!sent) {
+        return false;
+      }
+      if (*sent == 0) {
+        break;
+      }
+      sent_ += *sent;
+      activity_.bytesSent += *sent;
+    }
+    if (buffered() == 0 || sent_ >= kBufferTarget) {
+      buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(sent_));
+      sent_ = 0;
+    }
+    return true;
+  }
+
+  std::size_t buffered() const { return buffer_.size() - sent_; }
+  bool ended() const { return ended_; }
+  SocketHandle handle() const { return peer_.handle(); }
+
+ private:
+  Peer peer_;
+  Activity& activity_;
+  std::vector<std::uint8_t> buffer_;
+  std::size_t sent_ = 0;
+  bool ended_ = false;
+};
+
 }  // namespace
+
+// One client: the handshake, then its requests, answered in their order.
+class Client {
+ public:
+  // service must outlive the client.
+  Client(Peer peer, Service& service);
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+  ~Client() { --service_.activity.connected; }
+
+  // Reads new input, or goes on with a backlog. Broken or unexpected input ends the client.
+  void takeInput(Time now) {
+    guard([&] {
+      if (!backlog_) {
+        reader_.read();
+        backlog_ = true;
+      }
+      const Time end = now + kTurn;
+      while (hasBacklog()) {
+        if (const std::unique_ptr<protocol::BerValue> message = reader_.nextMessage()) {
+          take(*message, now);
+        } else {
+          backlog_ = false;
+        }
+        if (std::chrono::steady_clock::now() >= end) {
+          break;
+        }
+      }
+    });
+    if (wantsInput() && !backlog_ && stream_->ended()) {
+      state_ = State::ending;
+    }
+  }
+
+  // Writes and sends the answers that are due.
+  void giveOutput(Time now) {
+    guard([&] {
+      while (stream_->buffered() < kBufferTarget && isDue(now)) {
+        if (queue_.front().answer->writePortion(*stream_, reader_.legacy())) {
+          finishAnswer();
+        }
+      }
+      if (!stream_->drain()) {
+        drop();
+      }
+    });
+    if (state_ == State::ending && queue_.empty() && stream_->buffered() == 0) {
+      drop();
+    }
+  }
+
+  void drop() { state_ = State::gone; }
+
+  SocketHandle handle() const { return stream_->handle(); }
+  bool wantsInput() const { return state_ < State::ending; }
+  // Whether messages are left from an earlier turn.
+  bool hasBacklog() const { return backlog_ && wantsInput(); }
+  bool wantsOutput(Time now) const { return stream_->buffered() > 0 || isDue(now); }
+  // When the client needs a turn even if its socket is not ready before; empty if it does not.
+  std::optional<Time> nextTurn(Time now) const {
+    if (hasBacklog()) {
+      return now;
+    }
+    return queue_.empty() || isDue(now) ? std::nullopt : std::optional(queue_.front().due);
+  }
+
+  bool isGone() const { return state_ == State::gone; }
+
+ private:
+  // ending: nothing more is read, and the queue goes out.
+  enum class State { negotiating, acknowledging, loggingIn, open, ending, gone };
+
+  struct Queued {
+    std::unique_ptr<Answer> answer;
+    Time due;
+    Time asked;                       // when its request came
+    std::optional<RequestKind> kind;  // of that request, if requests of its kind are counted
+  };
+
+  Client(std::unique_ptr<ClientStream> stream, Service& service);
+
+  // A fault in the input, or refused memory, ends this client only.
+  template <class Action>
+  void guard(Action&& action) {
+    try {
+      action();
+    } catch (const error::Exception&) {
+      drop();
+    } catch (const std::exception&) {
+      drop();
+    }
+  }
+
+  bool isDue(Time now) const { return !queue_.empty() && queue_.front().due <= now; }
+
+  void take(protocol::BerValue& message, Time now) {
+    switch (state_) {
+      case State::negotiating:
+        if (const auto* wants = dynamic_cast<const protocol::ClientWants*>(&message)) {
+          return negotiate(*wants, now);
+        }
+        break;
+      case State::acknowledging:
+        if (dynamic_cast<const protocol::NegotiateAck*>(&message) != nullptr) {
+          state_ = State::loggingIn;
+          return;
+        }
+        break;
+      case State::loggingIn:
+        return logIn(message, now);
+      default:
+        return serve(message, now);
+    }
+    drop();
+  }
+
+  void negotiate(const protocol::ClientWants& wants, Time now) {
+    const bool isOurVersion = protocol::isCompatible(wants.version);
+    if (!isOurVersion || wants.authentication.as<protocol::ClientNoAuth>() == nullptr) {
+      protocol::NegotiateNack nack;
+      nack.reason =
+          isOurVersion
+              ? "This server takes a login and a password only"
+              : "This server speaks version " + std::to_string(protocol::majorOf(protocol::kVersion)) +
+                    " of the protocol, not version " + std::to_string(protocol::majorOf(wants.version));
+      queueMessage(std::move(nack), now);
+      state_ = State::ending;
+      return;
+    }
+    protocol::ServerOffers offers;
+    offers.version = protocol::kVersion;
+    offers.authentication.emplace<protocol::ServerNoAuth>();
+    queueMessage(std::move(offers), now);
+    state_ = State::acknowledging;
+  }
+
+  // A refusal has no message: the connection ends.
+  void logIn(const protocol::BerValue& message, Time now) {
+    if (const auto* session = dynamic_cast<const protocol::NewSession*>(&message)) {
+      const Options& options = service_.options;
+      if (session->login == options.login && session->password == options.password &&
+          session->domain == options.domain) {
+        return openSession(service_.sessions.issue(), now);
+      }
+    } else if (const auto* reopen = dynamic_cast<const protocol::ReopenSession*>(&message)) {
+      if (service_.sessions.isIssued(reopen->sessionKey)) {
+        return openSession(reopen->sessionKey, now);
+      }
+    }
+    state_ = State::ending;
+  }
+
+  void serve(protocol::BerValue& message, Time now) {
+    if (auto* request = dynamic_cast<protocol::Request*>(&message)) {
+      const Time asked = std::chrono::steady_clock::now();
+      const RequestKind kind = Handler::kindOf(*request);
+      queue_.push_back(
+          {service_.handler.answer(*request, reader_.legacy()), now + service_.options.delay, asked, kind});
+    } else if (dynamic_cast<const protocol::ServerTimeReq*>(&message) != nullptr) {
+      const std::int64_t clock = wallClock(service_.options).count();
+      protocol::ServerTimeResp response;
+      response.seconds = static_cast<std::int32_t>(clock / 1'000'000);
+      response.microseconds = static_cast<std::int32_t>(clock % 1'000'000);
+      queueMessage(std::move(response), now + service_.options.delay);
+    } else {
+      state_ = State::ending;  // EndSession, or a message that no open session expects
+    }
+  }
+
+  template <class Message>
+  void queueMessage(Message message, Time due) {
+    queue_.push_back({std::make_unique<MessageAnswer>(std::make_unique<Message>(std::move(message))), due,
+                      due, std::nullopt});
+  }
+
+  void openSession(const BigNum& key, Time now) {
+    protocol::NewSessionResp response;
+    response.sessionKey = key;
+    response.serverTime = static_cast<std::int32_t>(service_.options.present());
+    response.rootId = service_.handler.rootId();
+    response.text3 = "sandbox";
+    queueMessage(std::move(response), now);
+    ++service_.activity.sessions;
+    state_ = State::open;
+  }
+
+  void finishAnswer() {
+    if (const Queued& done = queue_.front(); done.kind) {
+      const auto time = std::chrono::steady_clock::now() - done.asked;
+      const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
+      service_.activity.of(*done.kind).time.add(static_cast<std::uint64_t>(microseconds));
+    }
+    queue_.pop_front();
+  }
+
+  Service& service_;
+  ClientStream* stream_;  // owned by the reader
+  old_protocol::BerReader reader_;
+  State state_ = State::negotiating;
+  bool backlog_ = false;
+  std::deque<Queued> queue_;
+};
+
+BigNum Sessions::issue() { return keyOf(++count_); }
+
+bool Sessions::isIssued(const BigNum& key) const { return key > keyOf(0) && key <= keyOf(count_); }
+
+Client::Client(Peer peer, Service& service)
+    : Client(std::make_unique<ClientStream>(std::move(peer), service.activity), service) {}
+
+Client::Client(std::unique_ptr<ClientStream> stream, Service& service)
+    : service_(service),
+      stream_(stream.get()),
+      reader_(protocol::guiProtocol::instance(), std::move(stream)) {
+  ++service_.activity.accepted;
+  ++service_.activity.connected;
+}
+
+Server::Server(Listener& listener, Service& service) : listener_(listener), service_(service) {}
+
+Server::~Server() = default;
 
 void Server::run() {
   while (!stopRequested()) {

@@ -1,18 +1,44 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
+#include "foundation/big_num.h"
 #include "platform/listener.h"
-#include "sandbox/client.h"
+#include "sandbox/activity.h"
+#include "sandbox/handler.h"
+#include "sandbox/options.h"
 
 namespace morvex::sandbox {
 
-// Serves all clients in one thread. None of them waits for another: input is taken as it comes, and an answer
+// The sessions of this run, which can be reopened as long as it lasts.
+class Sessions {
+ public:
+  BigNum issue();
+  bool isIssued(const BigNum& key) const;
+
+ private:
+  std::uint32_t count_ = 0;
+};
+
+// What the clients share.
+struct Service {
+  const Options& options;
+  Handler& handler;
+  Activity& activity;
+  Sessions sessions;
+};
+
+class Client;
+
+// Serves all clients in one thread. No client waits for another: input is taken as it comes, and an answer
 // goes out in portions as its client takes them.
 class Server {
  public:
-  Server(Listener& listener, Service& service) : listener_(listener), service_(service) {}
+  // Both must outlive the server.
+  Server(Listener& listener, Service& service);
+  ~Server();
 
   // Returns once a stop was requested. Throws error::ESystemError.
   void run();

@@ -5,9 +5,10 @@
 #include <iterator>
 #include <utility>
 
+#include "foundation/text.h"
 #include "protocol/facts.h"
 #include "query/tql/property_codec.h"
-#include "sandbox/refusal.h"
+#include "sandbox/answer.h"
 
 namespace morvex::sandbox {
 namespace {
@@ -17,21 +18,18 @@ using protocol::Property;
 constexpr std::string_view kGeneratedNames[] = {"siblingName", "longLabel", "active", "number"};
 
 std::string upperHex(std::uint32_t value) {
-  char digits[8];
-  const auto [end, fault] = std::to_chars(digits, digits + sizeof digits, value, 16);
-  std::transform(digits, end, digits, [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
-  return {digits, end};
+  std::string digits = hexToString(value, 1);
+  std::ranges::transform(digits, digits.begin(),
+                         [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
+  return digits;
 }
 
 // "node000042", "block000042"
 std::string generatedName(const Tree::Object& object) {
-  std::string name = object.objectClass == ObjectClass::node ? "node000000" : "block000000";
+  constexpr std::size_t kDigits = 6;
   const std::string digits = std::to_string(object.number);
-  if (digits.size() > 6) {
-    name.resize(name.size() - 6);
-    return name + digits;
-  }
-  return name.replace(name.size() - digits.size(), digits.size(), digits);
+  return (object.objectClass == ObjectClass::node ? "node" : "block") +
+         std::string(kDigits - std::min(kDigits, digits.size()), '0') + digits;
 }
 
 const Property* generatedProperty(const Tree::Object& object, std::string_view name, Property& scratch) {
@@ -84,13 +82,11 @@ ObjectIndex Tree::link(ObjectIndex parent, Object object) {
   return index;
 }
 
+// Only the text that id() gives names an object.
 std::optional<ObjectIndex> Tree::find(std::string_view id) const {
   std::uint32_t number = 0;
-  const char* const end = id.data() + id.size();
-  const auto [stopped, fault] = std::from_chars(id.data(), end, number, 16);
-  // Only the very text that id() gives names an object.
-  if (fault != std::errc() || stopped != end || number == 0 || number > objects_.size() ||
-      upperHex(number) != id) {
+  std::from_chars(id.data(), id.data() + id.size(), number, 16);
+  if (number == 0 || number > objects_.size() || upperHex(number) != id) {
     return std::nullopt;
   }
   return number - 1;
@@ -119,8 +115,7 @@ const Property* Tree::property(ObjectIndex index, std::string_view name, Propert
     return generatedProperty(objects_[index], name, scratch);
   }
   const PropertyList& list = stored_.find(index)->second;
-  const auto found =
-      std::find_if(list.begin(), list.end(), [&](const Property& one) { return one.name == name; });
+  const auto found = std::ranges::find(list, name, &Property::name);
   return found == list.end() ? nullptr : &*found;
 }
 
@@ -159,7 +154,7 @@ Property& Tree::edit(ObjectIndex index, std::string_view name) {
     }
     object.generated = false;
   }
-  return *std::find_if(list.begin(), list.end(), [&](const Property& one) { return one.name == name; });
+  return *std::ranges::find(list, name, &Property::name);
 }
 
 }  // namespace morvex::sandbox

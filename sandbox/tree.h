@@ -56,12 +56,12 @@ class Tree {
   std::string id(ObjectIndex index) const;
   std::string version(ObjectIndex index) const;
 
-  // The value of a property, null if the object lacks it. "id" is one that every object has. scratch takes
-  // values that are not stored; the result is good until it changes.
+  // A property of an object, null if it has none of this name. Every object has "id". scratch holds a value
+  // that is not stored; the result is valid until scratch changes.
   const protocol::Property* property(ObjectIndex index, std::string_view name,
                                      protocol::Property& scratch) const;
 
-  // The names of an object's properties but for the id, in a fixed order.
+  // The names of an object's properties except the id, in a fixed order.
   std::vector<std::string_view> propertyNames(ObjectIndex index) const;
 
   // Whether another child of the same object has this name.
@@ -70,7 +70,7 @@ class Tree {
   // A property that the object has, other than the id, to be changed in place.
   protocol::Property& edit(ObjectIndex index, std::string_view name);
 
-  // From here on the object has another version.
+  // Gives the object a new version.
   void touch(ObjectIndex index) { ++objects_[index].changes; }
 
  private:

@@ -9,24 +9,11 @@
 
 namespace morvex::sandbox {
 
-// Changes the properties of objects, for clients that know the current version.
-class Updates {
- public:
-  // So many updates are refused as if somebody else had just been faster. Both references must outlive it.
-  Updates(Tree& tree, Activity& activity, std::uint32_t conflicts)
-      : tree_(tree), activity_(activity), conflictsLeft_(conflicts) {}
-
-  // Moves the new values in, all of them or none, and returns the object's new version. An Action is counted
-  // and does nothing else. Throws Refusal, with a text for each property that cannot be changed so.
-  std::string apply(protocol::UpdateReq& request);
-
- private:
-  void checkVersion(ObjectIndex object, const std::string& version);
-  void change(ObjectIndex object, protocol::Property& change);
-
-  Tree& tree_;
-  Activity& activity_;
-  std::uint32_t conflictsLeft_;
-};
+// Changes the properties of an object for a client that knows its current version, and returns the new
+// version. The new values are moved in, all of them or none. An Action is counted and does nothing else.
+// While conflictsLeft is above 0, counts it down and refuses the update as if somebody else had just been
+// faster. Throws Refusal, with a text for each property that cannot be changed so.
+std::string applyUpdate(Tree& tree, Activity& activity, std::uint32_t& conflictsLeft,
+                        protocol::UpdateReq& request);
 
 }  // namespace morvex::sandbox

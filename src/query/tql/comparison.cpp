@@ -18,8 +18,8 @@ constexpr const char* kOrdComparable = "ord_comparable";
 constexpr const char* kStringOrdComparable = "string ord_comparable";
 
 [[noreturn]] void refuse(const Property& property, const char* wanted) {
-  throw errors::tql_incomparable("Property \"" + property.name + "\" (" +
-                                 uintToString(property.typeWord & kBaseMask) + ") is not " + wanted);
+  throw errors::tql_incomparable("Property \"" + property.name + "\" (" + uintToString(baseOf(property)) +
+                                 ") is not " + wanted);
 }
 
 // The function of both values, which must be of the class Prop.
@@ -45,17 +45,12 @@ int byEquality(const Property& left, const Property& right) {
   return apply<Prop>(left, right, kComparable, [](const auto& l, const auto& r) { return l == r ? 0 : 1; });
 }
 
-// Case counts only between strings that are otherwise the same.
 int byString(const Property& left, const Property& right) {
-  return apply<protocol::StringProp>(left, right, kStringOrdComparable,
-                                     [](const std::string& l, const std::string& r) {
-                                       const int caseBlind = naturalCompare(toLower(l), toLower(r));
-                                       return caseBlind != 0 ? caseBlind : naturalCompare(l, r);
-                                     });
+  return apply<protocol::StringProp>(left, right, kStringOrdComparable, compareTexts);
 }
 
 int threeWay(const Property& left, const Property& right) {
-  const std::uint32_t type = left.typeWord & kBaseMask;
+  const std::uint32_t type = baseOf(left);
   if ((type & kEnumeration) != 0) {
     return byEquality<protocol::UnsignedIntProp>(left, right);
   }
@@ -83,6 +78,13 @@ int threeWay(const Property& left, const Property& right) {
   }
 }
 
+bool listsDiffer(const Property& left, const Property& right) {
+  return apply<protocol::StringListProp>(
+      left, right, kComparable, [](const auto& l, const auto& r) { return !std::ranges::equal(l, r); });
+}
+
+}  // namespace
+
 bool holds(RelOperator op, int order) {
   switch (op) {
     case RelOperator::equal:
@@ -102,18 +104,14 @@ bool holds(RelOperator op, int order) {
   }
 }
 
-bool listsDiffer(const Property& left, const Property& right) {
-  return apply<protocol::StringListProp>(
-      left, right, kComparable, [](const auto& l, const auto& r) { return !std::ranges::equal(l, r); });
+int compareTexts(const std::string& left, const std::string& right) {
+  const int caseBlind = naturalCompare(toLower(left), toLower(right));
+  return caseBlind != 0 ? caseBlind : naturalCompare(left, right);
 }
 
-bool isNull(const Property& property) { return property.data.as<protocol::NullProp>() != nullptr; }
-
-}  // namespace
-
 bool compare(const Property& left, RelOperator op, const Property& right) {
-  const std::uint32_t type = left.typeWord & kBaseMask;
-  if (type != (right.typeWord & kBaseMask)) {
+  const std::uint32_t type = baseOf(left);
+  if (type != baseOf(right)) {
     throw errors::tql_incomparable("Type mismatch");
   }
   if (isNull(left) || isNull(right)) {

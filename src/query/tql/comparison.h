@@ -1,6 +1,7 @@
 #pragma once
 
 #include <list>
+#include <string>
 
 #include "protocol/messages/object_tree.h"
 #include "query/result.h"
@@ -11,6 +12,12 @@ namespace morvex::tql {
 // value, strings case-blind with runs of digits as numbers, Boolean and Id by equality alone. A null comes
 // before every value. Throws errors::tql_incomparable.
 bool compare(const protocol::Property& left, protocol::RelOperator op, const protocol::Property& right);
+
+// Whether one of the first six operators holds for a comparison's outcome: negative, 0 or positive.
+bool holds(protocol::RelOperator op, int order);
+
+// Negative, 0 or positive. Case counts only between texts that are otherwise the same.
+int compareTexts(const std::string& left, const std::string& right);
 
 // Whether left goes before right. The first key in which they differ decides; an object without the property
 // goes first in ascending order, last in descending. Throws errors::tql_incomparable.

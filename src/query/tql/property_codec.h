@@ -52,6 +52,9 @@ enum BaseType : std::uint32_t {
 
 using protocol::Property;
 
+inline std::uint32_t baseOf(const Property& property) { return property.typeWord & kBaseMask; }
+inline bool isNull(const Property& property) { return property.data.as<protocol::NullProp>() != nullptr; }
+
 // Replace name, type word and value of a property together. The type word must fit the overload; another one
 // is a defect of the caller.
 void encodeNull(Property& property, const std::string& name, std::uint32_t typeWord);
