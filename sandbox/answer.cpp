@@ -43,15 +43,15 @@ bool ObjectsAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
   for (std::size_t count = 0; count < kObjectsPerPortion && next_ < behindLast_; ++count) {
     writeObject(to, next_++);
   }
-  const bool isLast = next_ == behindLast_;
-  if (isLast) {
+  const bool last = next_ == behindLast_;
+  if (last) {
     closeDownTo(to, 0);
     to.close();  // the list of objects
     to.close();  // the payload
     to.close();
   }
   to.flush();
-  return isLast;
+  return last;
 }
 
 void ObjectsAnswer::begin(ItemWriter& to, std::uint32_t depth, const std::string& className,

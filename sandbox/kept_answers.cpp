@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kPortion = 64 * 1024;
 
-// Two answers to the same question differ in this alone: the number of the request.
+// The part of an answer that differs from another answer to the same question: the number of the request.
 void writeHead(protocol::BasicIo& io, bool legacy, std::int32_t requestId) {
   ItemWriter to(io, legacy);
   to.openResponse(requestId);

@@ -11,9 +11,9 @@ constexpr std::uint64_t kSecond = 1'000'000;
 constexpr std::uint64_t kCountdownFrom = 1'000'000'000;
 constexpr std::uint64_t kQueueLimit = 100;
 
-std::uint64_t secondsAt(const Reading& at) { return at.microseconds / kSecond; }
+std::uint64_t secondsAt(const MetricInput& at) { return at.microseconds / kSecond; }
 
-double waveAt(const Reading& at) {
+double waveAt(const MetricInput& at) {
   constexpr double kFullTurn = 6.283185307179586;
   const double minutes = static_cast<double>(at.microseconds) / (60.0 * kSecond);
   return 50 + 50 * std::sin(kFullTurn * minutes);
@@ -33,7 +33,7 @@ Samples samplesOf(std::uint64_t n) {
 double cpuSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
 
 using Value = MetricValue;
-using At = const Reading&;
+using At = const MetricInput&;
 
 Value versionText(At) {
   static const std::string kText =
@@ -125,6 +125,6 @@ constexpr MetricRow kRows[] = {
 
 std::span<const MetricRow> metricTable() { return kRows; }
 
-std::uint64_t ticksAt(const Reading& at) { return at.microseconds / (kSecond / 10); }
+std::uint64_t ticksAt(const MetricInput& at) { return at.microseconds / (kSecond / 10); }
 
 }  // namespace morvex::sandbox

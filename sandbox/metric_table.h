@@ -21,7 +21,7 @@ inline constexpr std::size_t kMaxTables = 2;
 using Instances = std::array<std::size_t, kMaxTables>;
 
 // The state of the server that metrics are read from.
-struct Reading {
+struct MetricInput {
   const Activity& activity;
   std::uint64_t objects;       // in the tree
   std::uint64_t microseconds;  // since the server started
@@ -38,12 +38,12 @@ struct MetricRow {
   std::string_view name;
   std::string_view unit = {};
   std::string_view description = {};
-  MetricValue (*read)(const Reading& at) = nullptr;  // of a metric
+  MetricValue (*read)(const MetricInput& at) = nullptr;  // of a metric
 };
 
 std::span<const MetricRow> metricTable();
 
 // Ten for every second since the start.
-std::uint64_t ticksAt(const Reading& at);
+std::uint64_t ticksAt(const MetricInput& at);
 
 }  // namespace morvex::sandbox

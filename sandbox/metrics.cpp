@@ -184,7 +184,7 @@ std::optional<std::size_t> Metrics::manyNamed(std::string_view name) const {
 protocol::CallResp Metrics::read(const Place& place) const {
   const auto running = std::chrono::steady_clock::now() - activity_.start;
   const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(running).count();
-  const Reading now{activity_, tree_.size(), static_cast<std::uint64_t>(microseconds), place.instances};
+  const MetricInput now{activity_, tree_.size(), static_cast<std::uint64_t>(microseconds), place.instances};
   protocol::CallResp answer;
   if (place.index > manyIndex()) {
     addValue(answer.properties, ticksAt(now) + (place.index - manyIndex() - 1));

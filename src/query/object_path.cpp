@@ -129,7 +129,7 @@ std::string pathExpression(const std::string& path, bool byId, const std::string
   const auto projectionOf = [&](std::size_t part) {
     return part + 1 == parts.size() ? std::string_view(wanted) : kNamesOnly;
   };
-  std::string expression = "Domain";
+  std::string expression = object_class::kDomain;
   if (parts[0] == ".") {
     expression += wanted;  // also when the root is not the object itself
   } else {

@@ -8,8 +8,8 @@ import zoneinfo
 from concurrent.futures import ThreadPoolExecutor
 
 import pytest
-from ber import integer, item
-from server import ACK, BOTH, CLIENT_WANTS, LOGIN, NEW_SESSION, caught, misused, select, step
+from ber import integer, item, wire
+from server import ACK, BOTH, CLIENT_WANTS, LOGIN, NEW_SESSION, OFFERS, caught, misused, select, step
 from tool import WINDOWS, Run, run, sandbox
 
 HALF_HOURS = [] if WINDOWS else ["Australia/Lord_Howe"]  # by which clocks are changed; there it is always one hour
@@ -116,17 +116,35 @@ def test_node_has_an_incident_log(ask, tree):
     assert heads - {()} == {("Time,Severity,Text",)}
 
 
+def exchange(server, *messages):
+    """All that the server answers to these messages, sent at once."""
+    with socket.create_connection((server[1], int(server[3]))) as client:
+        client.sendall(b"".join(messages))
+        client.shutdown(socket.SHUT_WR)
+        return b"".join(iter(lambda: client.recv(1 << 20), b""))
+
+
 def speak(server, *requests):
     """The items of the answers to these requests, all sent at once behind a log-in."""
-    with socket.create_connection((server[1], int(server[3]))) as client:
-        client.sendall(b"".join([CLIENT_WANTS, ACK, NEW_SESSION, *requests]))
-        client.shutdown(socket.SHUT_WR)
-        stream = b"".join(iter(lambda: client.recv(1 << 20), b""))
+    stream = exchange(server, CLIENT_WANTS, ACK, NEW_SESSION, *requests)
     at, items = 0, []
     while at < len(stream):
         taken, at = item(stream, at)
         items.append(taken[1])
     return items[2:]
+
+
+def test_handshake_and_clock():
+    with sandbox("--now", "1761955200") as server:
+        for messages, answer in [
+            ([wire("60( 020202FF A0( ) )")], OFFERS),
+            ([wire("60( 02020300 A0( ) )")], wire("63( 'This server speaks version 2 of the protocol, not version 3' )")),
+            ([wire("60( 02020203 A2( ) )")], wire("63( 'This server takes a login and a password only' )")),
+            ([ACK], b""), ([CLIENT_WANTS, NEW_SESSION], b""), ([CLIENT_WANTS], OFFERS),
+        ]:
+            assert exchange(server, *messages) == answer, messages
+        ask_time, end = wire("77( 020100 020100 )"), wire("73( 020100 )")
+        assert speak(server, ask_time, end, ask_time) == [[(2, (1761955200).to_bytes(4, "big")), (2, b"\0")]]
 
 
 @pytest.mark.parametrize("keep", ["0", "1", "64"])  # all rows take more than 1 MiB, the other answers less

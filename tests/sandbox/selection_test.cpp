@@ -9,18 +9,10 @@
 #include "query/tql/parser.h"
 #include "query/tql/property_codec.h"
 #include "support/reading.h"
+#include "support/wire.h"
 
 namespace morvex::sandbox {
 namespace {
-
-class Memory final : public protocol::BasicIo {
- public:
-  void write(const std::uint8_t* written, std::size_t count) override {
-    bytes.insert(bytes.end(), written, written + count);
-  }
-  void flush() override {}
-  std::vector<std::uint8_t> bytes;
-};
 
 // Domains a and b; in each the nodes m and n; in each node the checks x and y, y inactive.
 Tree smallTree() {
@@ -58,7 +50,7 @@ std::string namesOf(const protocol::ListOfObject& objects) {
 std::string selected(const std::string& expression) try {
   const Tree tree = smallTree();
   const auto answer = select(1, tree, Pattern(tql::parse(expression), tree), {Tree::kRoot});
-  Memory memory;
+  MemoryIo memory;
   while (!answer->writePortion(memory, false)) {
   }
   const auto messages = Reading({memory.bytes}).messages();
