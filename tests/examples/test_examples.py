@@ -59,7 +59,7 @@ def test_export(port, login, args, result):
 
 
 @pytest.mark.parametrize("script, result", [
-    ([closes], failed(4, LOST + END_OF_STREAM)),
+    ([OPENING[0], closes], failed(4, LOST + END_OF_STREAM)),
     ([*OPENING, expects(LOOKUP_ROOT), closes], failed(4, LOST + END_OF_STREAM)),
     ([*LOOKED_UP, closes], failed(4, LOST + END_OF_STREAM)),
     ([*OPENING, expects(LOOKUP_ROOT), sends(refusal(0, 15))], failed(5, "No check with the path .")),
