@@ -98,6 +98,7 @@ class Shell:
                 '(exit $status); eval "$command"; status=$?; printf "\\036"; done')
         env = {"PATH": f"{folder}/bin:{os.environ['MORVEX_EXAMPLES']}:{os.environ['PATH']}", "HOME": str(folder / "work"), "LC_ALL": "C.UTF-8",
                "TZ": "Asia/Kolkata"}  # a document that needs another zone sets it
+        env |= {name: os.environ[name] for name in {*os.environ} & {"LLVM_PROFILE_FILE"}}  # else coverage goes to the folder
         self.process = subprocess.Popen(["bash", "-c", loop], cwd=folder / "work", env=env, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, pass_fds=[source],
                                         start_new_session=True)
