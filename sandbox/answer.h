@@ -39,11 +39,11 @@ class Answer {
 // A message that is written whole.
 class MessageAnswer final : public Answer {
  public:
-  explicit MessageAnswer(std::unique_ptr<protocol::BerValue> message) : message_(std::move(message)) {}
+  explicit MessageAnswer(std::unique_ptr<protocol::Record> message) : message_(std::move(message)) {}
   bool writePortion(protocol::BasicIo& io, bool legacy) override;
 
  private:
-  std::unique_ptr<protocol::BerValue> message_;
+  std::unique_ptr<protocol::Record> message_;
 };
 
 // A response with this payload, written whole.

@@ -115,7 +115,7 @@ class Client {
       }
       const Time end = now + kTurn;
       while (hasBacklog()) {
-        if (const std::unique_ptr<protocol::BerValue> message = reader_.nextMessage()) {
+        if (const std::unique_ptr<protocol::Record> message = reader_.nextMessage()) {
           take(*message, now);
         } else {
           backlog_ = false;
@@ -191,7 +191,7 @@ class Client {
 
   bool isDue(Time now) const { return !queue_.empty() && queue_.front().due <= now; }
 
-  void take(protocol::BerValue& message, Time now) {
+  void take(protocol::Record& message, Time now) {
     switch (state_) {
       case State::negotiating:
         if (const auto* wants = dynamic_cast<const protocol::ClientWants*>(&message)) {
@@ -233,7 +233,7 @@ class Client {
   }
 
   // A refusal has no message: the connection ends.
-  void logIn(const protocol::BerValue& message, Time now) {
+  void logIn(const protocol::Record& message, Time now) {
     if (const auto* session = dynamic_cast<const protocol::NewSession*>(&message)) {
       const Options& options = service_.options;
       if (session->login == options.login && session->password == options.password &&
@@ -248,7 +248,7 @@ class Client {
     state_ = State::ending;
   }
 
-  void serve(protocol::BerValue& message, Time now) {
+  void serve(protocol::Record& message, Time now) {
     if (auto* request = dynamic_cast<protocol::Request*>(&message)) {
       const Time asked = std::chrono::steady_clock::now();
       const RequestKind kind = Handler::kindOf(*request);

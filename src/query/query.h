@@ -36,10 +36,10 @@ class Query : public Request {
 template <class Asked, class Answered>
 class Exchange : public Query {
  public:
-  std::unique_ptr<protocol::BerValue> encode() override { return std::move(request_); }
+  std::unique_ptr<protocol::Record> encode() override { return std::move(request_); }
 
   // A refusal sets the error code.
-  void decode(protocol::BerValue& payload) override {
+  void decode(protocol::Record& payload) override {
     if (typeid(payload) == typeid(Answered)) {
       take(static_cast<Answered&>(payload));
       setErrorCode(0);

@@ -37,7 +37,7 @@ Reader negotiate(IoFactory factory, const std::string& server, std::uint32_t por
   return reader;
 }
 
-OpenSession ask(Reader reader, const protocol::BerValue& wanted, const char* refusal) {
+OpenSession ask(Reader reader, const protocol::Record& wanted, const char* refusal) {
   try {
     reader->send(wanted);
     const auto answer = waitForMessage(*reader);
@@ -62,7 +62,7 @@ OpenSession reopen(IoFactory factory, const std::string& server, std::uint32_t p
   return ask(negotiate(factory, server, port), wanted, "Session expired");
 }
 
-std::unique_ptr<protocol::BerValue> waitForMessage(old_protocol::BerReader& reader) {
+std::unique_ptr<protocol::Record> waitForMessage(old_protocol::BerReader& reader) {
   while (true) {
     if (auto message = reader.nextMessage()) {
       return message;

@@ -36,6 +36,6 @@ OpenSession logIn(IoFactory factory, const std::string& server, std::uint32_t po
 OpenSession reopen(IoFactory factory, const std::string& server, std::uint32_t port, const BigNum& key);
 
 // Reads until a message is complete. Blocks as long as the stream does.
-std::unique_ptr<protocol::BerValue> waitForMessage(old_protocol::BerReader& reader);
+std::unique_ptr<protocol::Record> waitForMessage(old_protocol::BerReader& reader);
 
 }  // namespace morvex

@@ -27,11 +27,11 @@ class Request {
   virtual std::string describe() const { return "Unknown request"; }
 
   // The payload: one of the alternatives of protocol::Request. Called once.
-  virtual std::unique_ptr<protocol::BerValue> encode() = 0;
+  virtual std::unique_ptr<protocol::Record> encode() = 0;
 
   // Moves what it needs out of the payload of the response. A refusal by the server sets the error code.
   // Throws errors::bererror for a payload of another class.
-  virtual void decode(protocol::BerValue& response) = 0;
+  virtual void decode(protocol::Record& response) = 0;
 
   // Called right after decode. The usual body is connection.forget(*this).
   virtual void finished(Connection& connection) = 0;

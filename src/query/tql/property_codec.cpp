@@ -35,7 +35,7 @@ void replace(Property& property, const std::string& name, std::uint32_t typeWord
   (store(made->value, std::forward<Value>(value)), ...);
   property.name = name;
   property.typeWord = typeWord;
-  property.data = std::unique_ptr<protocol::BerValue>(std::move(made));
+  property.data = std::unique_ptr<protocol::Record>(std::move(made));
 }
 
 // Stores a value as a Prop. type names the overload in the report of a type word that it does not serve.
