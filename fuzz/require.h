@@ -7,9 +7,9 @@
 
 #include "foundation/errors.h"
 
-namespace morvex {
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace morvex {
 
 // Stops the fuzzer at a broken promise, saying which.
 inline void require(bool holds, const std::string& promise) {

@@ -12,7 +12,7 @@ namespace {
 // The pattern alone, behind what a legacy peer opens with.
 struct Patterns final : protocol::BerProtocol {
   std::unique_ptr<protocol::BerValue> makeMessage(std::uint32_t tag, bool legacy) const override {
-    return protocol::OneOf<protocol::ClientWants, protocol::PathPattern>::make(tag, legacy);
+    return protocol::makeOneOf<protocol::ClientWants, protocol::PathPattern>(tag, legacy);
   }
 };
 

@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "protocol/ber_error.h"
 #include "protocol/ber_reader.h"
 #include "support/scripted_io.h"
 
@@ -43,10 +42,7 @@ struct Reading {
 template <class... Classes>
 struct Only final : protocol::BerProtocol {
   std::unique_ptr<protocol::BerValue> makeMessage(std::uint32_t tag, bool legacy) const override {
-    std::unique_ptr<protocol::Record> made;
-    const bool known =
-        ((Classes::kSchema.tag.word(legacy) == tag && (made = std::make_unique<Classes>())) || ...);
-    return known ? std::move(made) : throw protocol::EBer("Unknown tag");
+    return protocol::makeOneOf<Classes...>(tag, legacy);
   }
 };
 
