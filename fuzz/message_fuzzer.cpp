@@ -1,11 +1,13 @@
 // Any bytes through the reader, cut anywhere; and back, of what it understood.
 
-#include "protocol/record.h"
+#include "protocol/field.h"
 #include "wire.h"
 
 using namespace morvex;
 
 namespace {
+
+using protocol::PlainValue;
 
 const protocol::BerProtocol& catalogue() { return protocol::guiProtocol::instance(); }
 
@@ -17,7 +19,9 @@ bool isWritable(const protocol::BerValue& message) {
     open.pop_back();
     for (const protocol::Field& row : record->schema().fields) {
       const std::size_t count = row.ops->nest ? row.ops->nest->count(row.in(*record)) : 0;
-      if (row.ops->nest && !row.ops->nest->listTag && count == 0) {
+      const bool isPlain = row.ops == &protocol::Wire<PlainValue>::kOps;
+      if ((row.ops->nest && !row.ops->nest->listTag && count == 0) ||
+          (isPlain && static_cast<const PlainValue*>(row.in(*record))->index() == 0)) {
         return false;
       }
       for (std::size_t i = 0; i < count; ++i) {
