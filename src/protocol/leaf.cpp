@@ -80,21 +80,26 @@ double realFrom(Content content) {
 }
 
 void putReal(Writer& writer, double value) {
-  std::array<std::uint8_t, kLongestReal> content;
-  std::size_t length = 1;
-  if (std::isnan(value)) {
-    content[0] = static_cast<std::uint8_t>(RealForm::notANumber);
-  } else if (std::isinf(value)) {
-    content[0] = static_cast<std::uint8_t>(value > 0 ? RealForm::plusInfinity : RealForm::minusInfinity);
-  } else if (value == 0) {
-    length = 0;
-  } else {
-    content[0] = static_cast<std::uint8_t>(RealForm::text);
-    char* text = reinterpret_cast<char*>(content.data()) + 1;
-    length += static_cast<std::size_t>(putScientific(text, value) - text);
-    assertThat(length <= content.size(), "String representation of double larger than buffer");
-  }
-  writer.primitive(BE_REAL, {content.data(), length});
+  writer.shortPrimitive(BE_REAL, [value](std::uint8_t* content) {
+    const auto special = [&](RealForm form) {
+      *content = static_cast<std::uint8_t>(form);
+      return content + 1;
+    };
+    if (std::isnan(value)) {
+      return special(RealForm::notANumber);
+    }
+    if (std::isinf(value)) {
+      return special(value > 0 ? RealForm::plusInfinity : RealForm::minusInfinity);
+    }
+    if (value == 0) {
+      return content;
+    }
+    char* text = reinterpret_cast<char*>(special(RealForm::text));
+    auto* const end = reinterpret_cast<std::uint8_t*>(putScientific(text, value));
+    assertThat(static_cast<std::size_t>(end - content) <= kLongestReal,
+               "String representation of double larger than buffer");
+    return end;
+  });
 }
 
 void Leaf<BigNum>::put(const BigNum& value, const Bounds&, Writer& writer) {

@@ -32,7 +32,7 @@ void Writer::close() {
 
 void Writer::primitive(const Tag& tag, std::span<const std::uint8_t> content) {
   const bool copied = content.size() <= kLongestCopied;
-  reserve(kHeader + (copied ? content.size() : 0));
+  reserve(kHeader + sizeof(std::uint64_t) + (copied ? content.size() : 0));
   putTag(tag);
   putLength(content.size());
   if (copied) {
@@ -56,7 +56,7 @@ void Writer::enumerated(std::int32_t value) {
 }
 
 void Writer::integer(const Tag& tag, std::uint64_t bits, int count) {
-  reserve(kHeader + sizeof bits + 1);
+  reserve(kHeader + 1 + 2 * sizeof bits);
   putTag(tag);
   *end_++ = static_cast<std::uint8_t>(count);
   putBytes(bits, count);
@@ -91,11 +91,20 @@ void Writer::putLength(std::size_t length) {
   putBytes(length, count);
 }
 
-// The lowest bytes of a number, most significant first. A ninth byte is the zero above 64 bits.
+// The lowest bytes of a number, most significant first. A ninth byte is the zero above 64 bits. Eight bytes
+// are stored at once, some of them behind the end.
 void Writer::putBytes(std::uint64_t bits, int count) {
-  for (int i = count - 1; i >= 0; --i) {
-    *end_++ = i < 8 ? static_cast<std::uint8_t>(bits >> (8 * i)) : std::uint8_t{0};
+  if (count > 8) {
+    *end_++ = 0;
+    count = 8;
   }
+  if (count > 0) {
+    bits <<= 8 * (8 - count);
+  }
+  for (int i = 0; i < 8; ++i) {
+    end_[i] = static_cast<std::uint8_t>(bits >> (56 - 8 * i));
+  }
+  end_ += count;
 }
 
 }  // namespace morvex::protocol

@@ -26,6 +26,18 @@ class Writer {
 
   void primitive(const Tag& tag, std::span<const std::uint8_t> content);
 
+  // The same for content of at most kShort bytes that is made in place: put gets the room and returns its
+  // end.
+  static constexpr std::size_t kShort = 0x7F;
+  template <class Put>
+  void shortPrimitive(const Tag& tag, Put put) {
+    reserve(kHeader + kShort);
+    putTag(tag);
+    std::uint8_t* content = end_ + 1;
+    end_ = put(content);
+    content[-1] = static_cast<std::uint8_t>(end_ - content);
+  }
+
   // The content is the shortest two's complement; an unsigned value with its top bit set has a zero byte
   // ahead.
   void signedInteger(std::int64_t value);
