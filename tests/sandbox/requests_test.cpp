@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,168 +10,265 @@
 #include "sandbox/handler.h"
 #include "sandbox/sample_tree.h"
 #include "support/reading.h"
-#include "support/wire.h"
 
 namespace morvex::sandbox {
 namespace {
 
-// A sandbox with the sample tree, two generated nodes and three counters beside the metrics, in 2023.
-class Requests : public testing::Test {
- protected:
-  // The answer, as the sandbox sends it.
-  protocol::Response ask(protocol::Request request) {
-    const auto answer = handler_.answer(request, false);
-    MemoryIo memory;
-    while (!answer->writePortion(memory, false)) {
-    }
-    const auto messages = Reading({memory.bytes}).messages();
-    return dynamic_cast<const protocol::Response&>(*messages.at(0));
+// "root(a b(m))": objects by their first property, and those below each in parentheses.
+std::string namesOf(const protocol::ListOfObject& objects) {
+  std::string text;
+  for (const auto& object : objects) {
+    const auto* name = object->properties.at(0).data.as<protocol::StringProp>();
+    text += (text.empty() ? "" : " ") + name->value;
+    text += object->children.empty() ? "" : "(" + namesOf(object->children) + ")";
   }
+  return text;
+}
 
-  // The texts of a refusal, or the text of its code; "done" for any other answer.
+// A sandbox with this tree, in 2023.
+struct Server {
+  explicit Server(Tree (*makeTree)(const Options&)) : tree(makeTree(options)) {}
+
+  // The texts of a refusal, or the text of its code; the names of objects; "done" for any other answer.
   template <class Payload>
   std::string outcome(Payload payload) {
     protocol::Request request;
     request.req.emplace<Payload>() = std::move(payload);
-    response_ = ask(std::move(request));
-    const auto* error = response_.resp.as<protocol::ErrorResp>();
-    if (error == nullptr) {
-      return "done";
+    const auto answer = handler.answer(request, false);
+    MemoryIo memory;
+    while (!answer->writePortion(memory, false)) {
     }
+    const auto messages = Reading({memory.bytes}).messages();
+    const auto& response = dynamic_cast<const protocol::Response&>(*messages.at(0)).resp;
+    if (const auto* selected = response.as<protocol::SelectResp>()) {
+      return namesOf(selected->objects);
+    }
+    if (const auto* data = response.as<protocol::GetDataResp>()) {
+      return std::to_string(data->intervals.size()) + " entries";
+    }
+    const auto* error = response.as<protocol::ErrorResp>();
     std::string text;
-    for (const std::string& one : error->args) {
+    for (const std::string& one : error == nullptr ? protocol::ListOfString1024{"done"} : error->args) {
       text += (text.empty() ? "" : "; ") + one;
     }
     return text.empty() ? errorText(static_cast<std::uint32_t>(error->code)) : text;
   }
 
-  Options options_ = [] {
-    Options options;
-    options.now = 1700000000;
-    options.nodes = 2;
-    options.metrics = 3;
-    return options;
-  }();
-  Tree tree_ = makeSampleTree(options_);
-  Activity activity_;
-  Handler handler_{tree_, activity_, options_};
-  protocol::Response response_;
+  // The query from the root down.
+  protocol::SelectReq query(const std::string& expression) const {
+    protocol::SelectReq request;
+    request.startIds.push_back(tree.id(Tree::kRoot));
+    request.pattern = tql::parse(expression);
+    return request;
+  }
+
+  Options options{.nodes = 2, .metrics = 3, .now = 1700000000};
+  Tree tree;
+  Activity activity;
+  Handler handler{tree, activity, options};
+  const ObjectIndex last = static_cast<ObjectIndex>(tree.size() - 1);  // of the sample tree: a generated node
 };
 
-TEST_F(Requests, UpdateTakesLegalValuesAlone) {
-  const std::string siblings = "Property \"siblingName\": another child of the same object has this name";
-  const ObjectIndex generated = static_cast<ObjectIndex>(tree_.size() - 1);
+// Domains a and b; in each the nodes m and n; in each node the checks x and y, y inactive.
+Tree smallTree(const Options&) {
+  Tree tree;
+  const auto add = [&](ObjectIndex parent, ObjectClass objectClass, const std::string& name) {
+    PropertyList properties(2);
+    tql::encode(properties[0], "siblingName", tql::kString, name);
+    tql::encode(properties[1], "active", tql::kBoolean, name != "y");
+    return tree.add(parent, objectClass, std::move(properties));
+  };
+  const ObjectIndex root = add(kNoObject, ObjectClass::domain, "root");
+  for (const std::string domainName : {"a", "b"}) {
+    const ObjectIndex domain = add(root, ObjectClass::domain, domainName);
+    for (const std::string nodeName : {"m", "n"}) {
+      const ObjectIndex node = add(domain, ObjectClass::node, nodeName);
+      add(node, ObjectClass::check, "x");
+      add(node, ObjectClass::check, "y");
+    }
+  }
+  return tree;
+}
+
+const char* const kNothing = "Pattern matched nothing";
+using Rows = std::vector<std::pair<std::string, std::string>>;
+
+TEST(Selection, GivesTheTreeThatMatched) {
+  Server server(smallTree);
+  const char* const all = "root(a(m(x y) n(x y)) b(m(x y) n(x y)))";
+  for (auto [expression, expected] : Rows{
+           {"Domain@", "root"},
+           {"Node@", kNothing},
+           {"Nothing@", kNothing},
+           {". @ > .@", "root(a b)"},
+           {"Domain*@", "root(a b)"},
+           {".*@", all},
+           {"Domain*@ > Node@ { siblingName = \"m\" }", "root(a(m) b(m))"},
+           {"Domain*@ > Node@ > Check@ { active = true }", "root(a(m(x) n(x)) b(m(x) n(x)))"},
+           {"Domain*@ > Node@ > Check@ { siblingName = \"z\" }", kNothing},
+           {"Domain*@ > Node$@ > Check@ { siblingName = \"z\" }", "root(a(m n) b(m n))"},
+           {"Domain@ > Domain@ > Node=1@", "root(a(m) b(m))"},
+           {"Domain@ > Domain=1@ > Node=1@ > Check@", "root(a(m(x y)))"},
+           {"Domain@ > Domain=0@", kNothing},
+           {"Domain*@ > ( Node@ { siblingName = \"m\" } : Node@ { siblingName = \"n\" } )",
+            "root(a(m n) b(m n))"},
+           {"Domain*@ > ( Node@ { siblingName = \"z\" } : Node@ { siblingName = \"n\" } )", kNothing},
+           {"Domain*@ > ( Node@ { siblingName = \"z\" } | Node@ { siblingName = \"n\" } )",
+            "root(a(n) b(n))"},
+           {"Domain@ > Domain@ { id = \"2\" }", "root(a)"},
+           {"Domain@ > Domain@ { id != \"2\" }", "root(b)"},
+           {"Domain@ > Domain@ { id = \"2F\" }", kNothing},
+           {"Domain@ > Domain@ { id = \"2\"S }", "Property \"id\" is of another type than the constant"},
+           {"Domain@ > Domain@ { nothing = 1 }", kNothing},
+           {"Domain#@", "The modifiers # and - are not implemented"},
+       }) {
+    for (std::size_t at = 0; (at = expression.find('@', at)) != std::string::npos;) {
+      expression.replace(at, 1, "[siblingName]");
+    }
+    EXPECT_EQ(server.outcome(server.query(expression)), expected) << expression;
+  }
+  std::string steps = ".*$[siblingName]";
+  for (int step = 1; step < 64; ++step) {
+    steps += "> .*$[siblingName]";
+  }
+  EXPECT_EQ(server.outcome(server.query(steps)), all);
+  EXPECT_EQ(server.outcome(server.query(steps + "> .")), "A pattern may have 64 steps at most");
+  protocol::SelectReq select = server.query(".");
+  select.options = protocol::kStayRegistered;
+  EXPECT_EQ(server.outcome(std::move(select)), "The options of the query are not implemented");
+}
+
+// The sample root has a property of every type.
+TEST(Selection, ComparesByTheRulesOfTheType) {
+  Server server(makeSampleTree);
+  const auto query = [&](const std::string& term) {
+    return server.query("Domain[longLabel] {" + term.substr(term.find_first_not_of(" \n")) + "}");
+  };
+  for (const std::string& term :
+       splitToList(R"(retries = 4294967295; retries > -1; offset < 0; threshold > 0; created = 1048548303;
+           gid = 168496141; octets > 4294967296B; octets < 340282366920938463463374607431768211456B;
+           balance < -1; serialNumber = 1512366075204170929049582354406559215B;
+           serialNumber < 1512366075204170929049582354406559216B;
+           serialNumber > 1512366075204170929049582354406559214B; serialNumber > 5; longLabel = "Root domain";
+           longLabel < "root domain"; oid > "1.3.6.1.2.1.1.2.9"S; oid < "1.3.6.1.2.1.1.10.0"S;
+           contactId = "2A"I; contactId != "2B"I; active = true; status = ES_WARN; status != ES_GOOD;
+           null6 < "a"; null1 = bool_null; longLabel ~= "root DOMAIN"; longLabel ~= "r??t*";
+           longLabel ~= "*o*n"; longLabel ~= "**"; longLabel ~= "Root domain*"; longLabel !~ "*x*";
+           longLabel isubstr "T DOM"; longLabel isubstr ""; null6 !~ "*"; contactId in {"1", "2A"};
+           dependencies intersects {"A", "ZZ"}; dependencies subsetof {"2", "A", "1F", "ZZ"};
+           noDependencies subsetof {}; dependencies supersetof {"A", "2"}; aliases intersects {"alpha"})",
+                   ';', false)) {
+    EXPECT_EQ(server.outcome(query(term)), "Root domain") << term;
+  }
+  for (const std::string& term :
+       splitToList(R"(retries <= +7; threshold >= 1; seriesIndex != 1017T; active != true; null6 = "";
+           longLabel ~= "root"; longLabel ~= "*o*t"; longLabel ~= "Root domain?"; longLabel !~ "root*";
+           longLabel isubstr "doom"; null6 ~= "*"; null6 isubstr ""; contactId in {"2"};
+           dependencies intersects {"ZZ"}; dependencies subsetof {"2", "A"};
+           dependencies supersetof {"A", "ZZ"}; null8 supersetof {})",
+                   ';', false)) {
+    EXPECT_EQ(server.outcome(query(term)), kNothing) << term;
+  }
+  for (const auto& [term, reason] : Rows{
+           {"active > bool_null", "\"active\" is not ordered"},
+           {"contactId < \"2A\"I", "\"contactId\" is not ordered"},
+           {"retries = \"5\"", "\"retries\" is of another type than the constant"},
+           {"oid = \"1.3\"", "\"oid\" is of another type than the constant"},
+           {"dependencies = {\"2\"}", "\"dependencies\" is not comparable"},
+           {"retries ~= \"4*\"", "\"retries\" does not hold a text"},
+           {"longLabel ~= 4", "\"longLabel\" does not hold a text"},
+           {"contactId in \"2A\"", "\"contactId\" does not hold a list"},
+           {"longLabel subsetof {}", "\"longLabel\" does not hold a list"},
+       }) {
+    EXPECT_EQ(server.outcome(query(term)), "Property " + reason) << term;
+  }
+  // What no expression of the query language gives, but a client may send.
+  protocol::SelectReq select = query("retries = \"5\"");
+  select.pattern->filter[0]->prop->typeWord = tql::kUnsignedInteger;
+  EXPECT_EQ(server.outcome(std::move(select)), "Property \"retries\" does not hold a number");
+  select = query("retries = 5");
+  select.pattern->filter[0]->op = protocol::RelOperator{13};
+  EXPECT_EQ(server.outcome(std::move(select)), "Unknown relative operator");
+}
+
+// test_update.py has the names and flags of properties.
+TEST(Requests, UpdateTakesLegalValuesAlone) {
+  Server server(makeSampleTree);
+  const std::string wrong = " cannot have this value";
   struct Row {
     ObjectIndex object;
     const char* changes;  // as terms of a filter
     std::string expected;
   };
+  protocol::UpdateReq request;
   for (const Row& row : std::vector<Row>{
-           {0, "retries = 5", "done"},
            {0, "siblingName = \"top\"", "done"},
-           {0, "notify = NOTIFY_None & reportFormat = RIF_Table & aliases = {}",
-            "Property \"aliases\" is of another type"},
+           {0, "notify = NOTIFY_None & aliases = {}", "Property \"aliases\" is of another type"},
            {0, "dependencies = {\"2\", \"1\"} & contactId = \"3\"I & oid = \"1.3\"S", "done"},
            {0, "contactId = \"\"I", "done"},  // null
-           {0, "active = bool_null", "Property \"active\" cannot be null"},
-           {0, "nothing = 1", "Property \"nothing\" does not exist"},
-           {0, "seriesIndex = 5T", "Property \"seriesIndex\" is constant"},
-           {0, "serialNumber = 5B", "Property \"serialNumber\" is constant"},
-           {0, "offset = +5", "Property \"offset\" is read-only"},
-           {0, "status = ES_GOOD", "Property \"status\" is read-only"},
            {0, "retries = \"x\" & active = 1",
             "Property \"retries\" is of another type; Property \"active\" is of another type"},
-           {0, "siblingName = \"\"", "Property \"siblingName\" cannot have this value"},
-           {0, "contactId = \"ZZ\"I", "Property \"contactId\" cannot have this value"},
-           {0, "dependencies = {\"2\", \"ZZ\"}", "Property \"dependencies\" cannot have this value"},
-           {0, "oid = \"1..3\"S", "Property \"oid\" cannot have this value"},
-           {0, "oid = \"1.\"S", "Property \"oid\" cannot have this value"},
-           {generated, "siblingName = \"node000000\"", siblings},
-           {generated, "siblingName = \"other\" & longLabel = \"Other\"", "done"},
-           {generated, "number = 5", "Property \"number\" is constant"},
+           {0, "contactId = \"ZZ\"I", "Property \"contactId\"" + wrong},
+           {0, "dependencies = {\"2\", \"ZZ\"}", "Property \"dependencies\"" + wrong},
+           {0, "oid = \"1..3\"S", "Property \"oid\"" + wrong},
+           {0, "oid = \"1.\"S", "Property \"oid\"" + wrong},
+           {server.last, "siblingName = \"node000000\"",
+            "Property \"siblingName\": another child of the same object has this name"},
+           {server.last, "siblingName = \"other\" & longLabel = \"Other\"", "done"},
+           {server.last, "number = 5", "Property \"number\" is constant"},
        }) {
-    protocol::UpdateReq request;
-    request.id = tree_.id(row.object);
-    request.version = tree_.version(row.object);
+    request = protocol::UpdateReq();
+    request.id = server.tree.id(row.object);
+    request.version = server.tree.version(row.object);
     const auto changes = tql::parse(std::string(".{ ") + row.changes + " }");
     for (const auto& term : changes->filter) {
       request.properties.push_back(*term->prop);
     }
-    EXPECT_EQ(outcome(request), row.expected) << row.changes;
-    request.version += "0";
-    EXPECT_EQ(outcome(request), "Someone else has updated the object") << row.changes;
+    EXPECT_EQ(server.outcome(request), row.expected) << row.changes;
   }
-}
-
-// Values of the right class, which no text of the query language gives.
-TEST_F(Requests, UpdateRefusesIllegalNumbers) {
-  protocol::UpdateReq request;
-  request.id = tree_.id(Tree::kRoot);
-  request.version = tree_.version(Tree::kRoot);
-  auto& changes = request.properties;
+  request.version += "0";
+  EXPECT_EQ(server.outcome(request), "Someone else has updated the object");
+  request.id = server.tree.id(Tree::kRoot);
+  request.version = server.tree.version(Tree::kRoot);
+  auto& changes = request.properties;  // values of the right class, which no text of the query language gives
+  changes.clear();
   tql::encode(changes.emplace_back(), "notify", tql::kNotifyEnumeration, std::uint32_t{3});
   tql::encode(changes.emplace_back(), "reportFormat", tql::kReportEnumeration, std::uint32_t{16});
   tql::encode(changes.emplace_back(), "threshold", tql::kReal, 1.5);
-  EXPECT_EQ(outcome(request),
-            "Property \"notify\" cannot have this value; Property \"reportFormat\" cannot have this value; "
-            "Property \"threshold\" cannot have this value");
-  tql::encodeNull(request.properties.emplace_back(), "reset", tql::kAction);
-  request.properties = {request.properties.back()};
-  EXPECT_EQ(outcome(request), "done");
-  EXPECT_EQ(activity_.actions, 1U);
+  EXPECT_EQ(server.outcome(request), "Property \"notify\"" + wrong + "; Property \"reportFormat\"" + wrong +
+                                         "; Property \"threshold\"" + wrong);
+  tql::encodeNull(changes.emplace_back(), "reset", tql::kAction);
+  changes = {changes.back()};
+  EXPECT_EQ(server.outcome(request), "done");
+  EXPECT_EQ(server.activity.actions, 1U);
 }
 
-TEST_F(Requests, CallsReadMetrics) {
-  struct Row {
-    std::int32_t method;
-    const char* path;
-    const char* expected;
-  };
-  for (const Row& row : std::vector<Row>{
-           {protocol::method::kMetricValue, "sample.queues.queue2.limits.maximum", "done 1"},
-           {protocol::method::kMetricValue, "sample.queues.queue2.consumers.low.taken", "done 1"},
-           {protocol::method::kMetricValue, "requests.call.time", "done 5"},
-           {protocol::method::kMetricValue, "sample.poll", "done 5"},
-           {protocol::method::kMetricValue, "sample.wave", "done 1"},
-           {protocol::method::kMetricValue, "server.version", "done 1"},
-           {protocol::method::kMetricValue, "many.m2", "done 1"},
-           {protocol::method::kMetricValue, "many.m3", "There is no metric \"many.m3\""},
-           {protocol::method::kMetricValue, "many.m02", "There is no metric \"many.m02\""},
-           {protocol::method::kMetricValue, "many.m2.x", "There is no metric \"many.m2.x\""},
-           {protocol::method::kMetricValue, "sample.queues.queue3.length",
-            "There is no metric \"sample.queues.queue3.length\""},
-           {protocol::method::kMetricValue, "many", "\"many\" is not a metric"},
-           {protocol::method::kMetricValue, "sample.queues.queue1",
-            "\"sample.queues.queue1\" is not a metric"},
-           {protocol::method::kMetricDescription, "sample.wave", "done wave"},
-           {protocol::method::kMetricDescription, "many.m1", "done m1"},
-           {4, "sample.wave", "There is no method 4"},
-       }) {
-    protocol::CallReq request;
-    request.method = row.method;
-    tql::encode(request.parameters.emplace_back(), "name", tql::kStringList,
-                splitToList(row.path, '.', false));
-    std::string result = outcome(request);
-    if (const auto* answer = response_.resp.as<protocol::CallResp>()) {
-      result += " " + (answer->objects.empty()
-                           ? std::to_string(answer->properties.size())
-                           : answer->objects[0]->properties[0].data.as<protocol::StringProp>()->value);
-    }
-    EXPECT_EQ(result, row.expected) << row.path;
-  }
+// test_metrics.py reads all that there are.
+TEST(Requests, CallsRefuseNamesOfNoMetric) {
+  Server server(makeSampleTree);
   protocol::CallReq request;
   request.method = protocol::method::kMetricValue;
-  EXPECT_EQ(outcome(request), "Parameter \"name\" is missing");
-  tql::encode(request.parameters.emplace_back(), "name", tql::kString, std::string("sample"));
-  EXPECT_EQ(outcome(request), "Parameter \"name\" takes a list of strings");
-  request.method = protocol::method::kMetricTree;
-  EXPECT_EQ(outcome(request), "done");
-  EXPECT_EQ(response_.resp.as<protocol::CallResp>()->objects.at(0)->children.back()->children.size(), 3U);
+  EXPECT_EQ(server.outcome(request), "Parameter \"name\" is missing");
+  protocol::Property& name = request.parameters.emplace_back();
+  for (const std::string path :
+       {"many.m3", "many.m02", "many.m2.x", "sample.queues.queue3.length", "many", "sample.queues.queue1"}) {
+    tql::encode(name, "name", tql::kStringList, splitToList(path, '.', false));
+    const bool group = path == "many" || path == "sample.queues.queue1";
+    EXPECT_EQ(server.outcome(request),
+              group ? "\"" + path + "\" is not a metric" : "There is no metric \"" + path + "\"");
+  }
+  tql::encode(name, "name", tql::kStringList, splitToList("many.m2", '.', false));
+  EXPECT_EQ(server.outcome(request), "done");
+  request.method = 4;
+  EXPECT_EQ(server.outcome(request), "There is no method 4");
+  request.method = protocol::method::kMetricValue;
+  tql::encode(name, "name", tql::kString, std::string("sample"));
+  EXPECT_EQ(server.outcome(request), "Parameter \"name\" takes a list of strings");
 }
 
-TEST_F(Requests, DataAreRefusedThatDoNotFit) {
+TEST(Requests, DataAreRefusedThatDoNotFit) {
+  Server server(makeSampleTree);
   const std::string check = "7";  // of continuous values
-  const std::string generated = tree_.id(static_cast<ObjectIndex>(tree_.size() - 1));
   struct Row {
     std::string object;
     const char* table;
@@ -186,7 +282,8 @@ TEST_F(Requests, DataAreRefusedThatDoNotFit) {
            {check, protocol::kResultTable, 5, 99, "Entry 1 ends before it begins"},
            {check, protocol::kIncidentTable, 5, 200, "The object keeps no data in that table"},
            {check, "tables", 5, 200, "There is no table \"tables\""},
-           {generated, protocol::kIncidentTable, 1, 200, "Entry 1 is of another kind than the series"},
+           {server.tree.id(server.last), protocol::kIncidentTable, 1, 200,
+            "Entry 1 is of another kind than the series"},
            {"ZZ", protocol::kResultTable, 5, 200, "No object has the id \"ZZ\""},
        }) {
     protocol::PutDataReq request;
@@ -196,26 +293,20 @@ TEST_F(Requests, DataAreRefusedThatDoNotFit) {
     auto& entry = request.intervals.emplace_back().data.emplace<protocol::DataIntervalContinuous>();
     entry.begin = 100;
     entry.end = row.end;
-    EXPECT_EQ(outcome(std::move(request)), row.expected);
+    EXPECT_EQ(server.outcome(std::move(request)), row.expected);
   }
   protocol::GetDataReq get;
   get.objectId = check;
   get.tableName = protocol::kResultTable;
   get.end = 150;
-  EXPECT_EQ(outcome(get), "done");
-  EXPECT_EQ(response_.resp.as<protocol::GetDataResp>()->intervals.size(), 1U);
+  EXPECT_EQ(server.outcome(get), "1 entries");
   get.number1 = 1;
-  EXPECT_EQ(outcome(get), "Data can be had as it is stored only");
+  EXPECT_EQ(server.outcome(get), "Data can be had as it is stored only");
   protocol::GetLastDataReq last;
   last.objectId = "1";
   last.tableName = protocol::kResultTable;
-  EXPECT_EQ(outcome(last), "Pattern matched nothing");
-  EXPECT_EQ(outcome(protocol::EraseReq()), "The request is not implemented");
-  protocol::SelectReq select;
-  select.startIds.push_back("1");
-  select.pattern = tql::parse(".");
-  select.options = protocol::kStayRegistered;
-  EXPECT_EQ(outcome(std::move(select)), "The options of the query are not implemented");
+  EXPECT_EQ(server.outcome(last), kNothing);
+  EXPECT_EQ(server.outcome(protocol::EraseReq()), "The request is not implemented");
 }
 
 }  // namespace
