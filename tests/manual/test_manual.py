@@ -59,7 +59,7 @@ def test_options_of_the_sandbox():
                          ids=["tool", "sandbox"])
 def test_messages(page, folders):
     """Each is made of texts of the program, around colons, numbers and the words in capitals."""
-    literals = [literal for folder in folders for source in (ROOT / folder).rglob("*.cpp")
+    literals = [literal for folder in folders for source in (ROOT / folder).rglob("*.[ch]*")
                 for literal in re.findall(r'"((?:[^"\\\n]|\\.)*)"', source.read_text())]
     known = "\n".join(literals).replace('\\"', '"')
     messages = re.findall(r'^\.It Sy "(.*)"$', page, re.M)
