@@ -83,6 +83,29 @@ bool takeWhole(T& record, Cursor& in) {
   return true;
 }
 
+// ---- Records of primitives alone, which are written at once ----
+
+template <class T>
+consteval bool isFlat() {
+  return std::ranges::all_of(T::kSchema.fields, [](const Field& row) { return row.ops->put != nullptr; });
+}
+
+// As in takeWhole, no row costs a call.
+template <class T>
+void putWhole(const T& record, Writer& writer) {
+  const auto putRow = [&]<std::size_t kRow>(std::integral_constant<std::size_t, kRow>) {
+    constexpr const Field& kField = T::kSchema.fields[kRow];
+    constexpr auto kPut = kField.ops->put;
+    kPut(kField.in(record), kField.bounds, writer);
+  };
+  writer.open(T::kSchema.tag);
+  [&]<std::size_t... kRows>(std::index_sequence<kRows...>) {
+    (putRow(std::integral_constant<std::size_t, kRows>()), ...);
+  }
+  (std::make_index_sequence<T::kSchema.fields.size()>());
+  writer.close();
+}
+
 // ---- What each member type does ----
 
 // Types that compare and copy by themselves.
@@ -225,12 +248,26 @@ struct Wire<OneOfInPlace<Alternatives...>> : SelfContained<OneOfInPlace<Alternat
   using SelfContained<OneOfInPlace<Alternatives...>>::of;
   static std::size_t count(const void* member) { return of(member) ? 1 : 0; }
   static const Record* at(const void* member, std::size_t) { return of(member).get(); }
+  static bool putWhole(const void* member, Writer& writer) {
+    const auto& holder = of(member);
+    const auto attempt = [&]<class T>(std::type_identity<T>) {
+      if constexpr (isFlat<T>()) {
+        if (const T* held = holder.template as<T>()) {
+          protocol::putWhole(*held, writer);
+          return true;
+        }
+      }
+      return false;
+    };
+    return (attempt(std::type_identity<Alternatives>()) || ...);
+  }
   static constexpr Nest kNest{nullptr, count, at, nullptr, nullptr, nullptr};
   static constexpr MemberOps kOps{.take = Wire::take,
                                   .takeWhole = Wire::takeWhole,
                                   .comesWhole = true,
                                   .assign = Wire::assign,
-                                  .nest = &kNest};
+                                  .nest = &kNest,
+                                  .putWhole = putWhole};
 };
 
 // ---- Lists and sets ----

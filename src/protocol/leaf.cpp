@@ -102,6 +102,10 @@ void putReal(Writer& writer, double value) {
   });
 }
 
+void Leaf<std::string>::decode(Content content, const Bounds&, std::string& value) {
+  value.append(reinterpret_cast<const char*>(content.data()), content.size());
+}
+
 void Leaf<BigNum>::put(const BigNum& value, const Bounds&, Writer& writer) {
   checkDataLength(value.dataCapacity(), kLongestBigNum);  // the key of -S is any number of digits
   std::array<std::uint8_t, kLongestBigNum> content;

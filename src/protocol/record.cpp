@@ -129,6 +129,9 @@ class WriteWalk {
       const Field& row = rows[frame.next++];
       const void* member = row.in(*frame.record);
       if (row.ops->nest != nullptr) {
+        if (row.ops->putWhole != nullptr && row.ops->putWhole(member, writer_)) {
+          continue;
+        }
         openNest(row, member);  // invalidates frame
         return;
       }
