@@ -7,7 +7,8 @@ import pytest
 from ber import constructed, string, wire
 from peer import Peer, closes, expects, resets, sends
 from server import (ACK, CLIENT_WANTS, END_OF_STREAM, LOGIN, NEW_SESSION, NEW_SESSION_RESP, OFFERS, RESET, caught, converse)
-from tool import linux, run, run_on_terminal
+from terminal import Terminal
+from tool import linux, run
 
 REFUSED, EXPIRED, WRONG_TYPE = "Wrong username / password", "Session expired", "Protocol error: Wrong type"
 OTHER_VERSION = "Server does not support our version of the protocol"
@@ -104,13 +105,18 @@ TERMINAL = linux("its terminals; test_windows.py has the console")
 ])
 def test_password_prompt(typed, password):
     steps = None if password is None else [*NEGOTIATION, expects(ACK + new_session(".", "anna", password)), closes]
-    with Peer(steps) as peer:
-        result, screen, echo, left = run_on_terminal(typed, "-s", "127.0.0.1", "-p", str(peer.port), "-l", "anna", *LIST)
-    assert result == caught(REFUSED if steps else "Error getting password")
-    assert (screen.rstrip("\r\n"), echo, left) == ("Password: ", [False, True], 0)
+    with Peer(steps) as peer, Terminal() as terminal:
+        terminal.prompt("-s", "127.0.0.1", "-p", str(peer.port), "-l", "anna", *LIST)
+        assert not terminal.echoes()
+        terminal.type(typed) if isinstance(typed, str) else terminal.process.send_signal(typed)
+        assert terminal.result() == caught(REFUSED if steps else "Error getting password")
+        assert (terminal.shown, terminal.echoes(), terminal.unread()) == (b"Password: \r\n", True, 0)
 
 
 @TERMINAL
 def test_terminal_hangs_up():
     for _ in range(20):  # the end of the terminal and the signal about it come in either order
-        assert run_on_terminal(None, "-l", "anna", *LIST)[0] == caught("Error getting password")
+        with Terminal() as terminal:
+            terminal.prompt("-l", "anna", *LIST)
+            terminal.hang_up()
+            assert terminal.result() == caught("Error getting password")

@@ -2,8 +2,6 @@
 come, however fast or slow the machine is."""
 
 import os
-import pty
-import select
 import termios
 import time
 
@@ -13,7 +11,8 @@ from peer import closes, expects, sends
 from server import (CHECK_42, END_OF_STREAM, GET_DATA, LIST_DOMAINS, LOOKUP_42, LOOKUP_ROOT, ROOT, caught, data, incident, interval,
                     selected, session, thing)
 from test_insert import DONE, asks_for_data, puts
-from tool import PATIENCE, Run, linux
+from terminal import Terminal
+from tool import Run, linux
 
 pytestmark = linux("Wine has a console of its own")
 
@@ -23,27 +22,13 @@ HEADER = "Time,Severity,Text\n"
 TO_DATA = [expects(LOOKUP_42), sends(CHECK_42), expects(GET_DATA)]
 
 
-class Screen:
-    """A terminal, as far as the program makes use of it."""
-
-    def __init__(self):
-        self.display, self.terminal = pty.openpty()
-        self.name = os.ttyname(self.terminal)
-        self.raw = b""
-
-    def read(self, wait):
-        """False if there is nothing, or the terminal has gone."""
-        try:
-            more = select.select([self.display], [], [], wait)[0] and os.read(self.display, 65536)
-        except OSError:
-            return False
-        self.raw += more or b""
-        return bool(more)
+class Screen(Terminal):
+    """A terminal that knows the few control characters of the line."""
 
     def lines(self):
         """Blank ends are left out, but for those in front of the cursor on a blank last line."""
         lines, column = [""], 0
-        for char in self.raw.decode():
+        for char in self.shown.decode():
             if char == "\n":
                 lines.append("")
             elif char == "\r":
@@ -54,24 +39,18 @@ class Screen:
         return [line.rstrip() for line in lines[:-1]] + [lines[-1].rstrip() or " " * column]
 
     def shows(self, line):
-        def step(peer, client):
-            while self.lines()[-1] != line:
-                assert self.read(PATIENCE), f"{line!r} never stood there, only {self.raw}"
-        return step
+        return lambda peer, client: self.until(lambda: self.lines()[-1] == line)
 
     def after(self):
         """All lines at the end."""
-        while self.read(0):
-            pass
+        self.drain()
         return self.lines()
 
 
 @pytest.fixture
 def screen():
-    screen = Screen()
-    yield screen
-    for descriptor in (screen.display, screen.terminal):
-        os.close(descriptor)
+    with Screen() as screen:
+        yield screen
 
 
 def kilobytes(count):
@@ -154,19 +133,19 @@ BACKGROUND = 'exec 3<>{name}; stty tostop <&3; set -m; "$0" "$@" & wait $!'
 def test_nothing_is_shown(screen, options, streams, shell):
     if shell == "halted":
         termios.tcflow(screen.terminal, termios.TCOOFF)
-    how = {"shell": shell.format(name=screen.name)} if "$0" in shell else {}
-    hangs_up = [lambda *_: os.dup2(os.open(os.devnull, os.O_RDONLY), screen.display)] * (shell == "gone")
-    result = session([option.format(name=screen.name) for option in options] + SELECT, *TO_DATA, *hangs_up, silent, sends(data(1, ENUM[0])),
+    how = {"shell": shell.format(name=os.ttyname(screen.terminal))} if "$0" in shell else {}
+    hangs_up = [lambda *_: screen.hang_up()] * (shell == "gone")
+    result = session([option.format(name=os.ttyname(screen.terminal)) for option in options] + SELECT, *TO_DATA, *hangs_up, silent, sends(data(1, ENUM[0])),
                      **{stream: screen.terminal for stream in streams}, **how)
     if shell == "halted":
         termios.tcflow(screen.terminal, termios.TCOON)
     rows = "Begin,End,Mask,ngood,nbad\n0,1,3,4,5\n"
     on_screen = bool(options) or "stdout" in streams
-    assert result == Run(0, "" if on_screen else rows, "") and screen.raw == b""
+    assert result == Run(0, "" if on_screen else rows, "") and screen.shown == b""
     assert screen.after() == (rows if on_screen else "").split("\n")
 
 
 @pytest.mark.parametrize("args", [["listproperties", "-i", "42"], ["update", "-i", "42"]])
 def test_other_commands(screen, args):
     result = session(args, silent, lambda peer, client: peer.take(client, 65536), closes, stderr=screen.terminal)
-    assert result == Run(1, "", "") and screen.after() == [caught(END_OF_STREAM).err.rstrip(), ""] and screen.raw.count(b"\r") == 1
+    assert result == Run(1, "", "") and screen.after() == [caught(END_OF_STREAM).err.rstrip(), ""] and screen.shown.count(b"\r") == 1

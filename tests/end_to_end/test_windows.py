@@ -1,57 +1,34 @@
 """What is Windows' own: the console, files with its line ends, and its C library. The other tests run there as well."""
 
-import fcntl
-import os
-import pty
 import re
-import select
-import subprocess
-import termios
 import time
 
 import pytest
 from ber import constructed, integers, string
 from peer import Peer, closes, expects, sends
 from server import ACK, CHECK_42, CLIENT_WANTS, GET_DATA, LOOKUP_42, LOGIN, OFFERS, caught, data, incident, interval, session
+from terminal import Terminal
 from tool import LAUNCHER, PATIENCE, Run, command_line, environment, printed, run, sandbox
 
 NO_PASSWORD = caught("Error getting password")
 
 
-class Console:
-    """A console of Windows, drawn on a terminal. What it shows is told without the terminal's control sequences."""
-
-    def __init__(self, line, folder):
-        self.keyboard, self.terminal = pty.openpty()
-        take = lambda: fcntl.ioctl(self.terminal, termios.TIOCSCTTY, 0)
-        self.shown, self.process = b"", subprocess.Popen(
-            [LAUNCHER, "cmd.exe", "/v:on", "/c", line], cwd=folder, env=environment("UTC") | {"TERM": "xterm"}, preexec_fn=take,
-            start_new_session=True, stdin=self.terminal, stdout=self.terminal, stderr=self.terminal)
+class Console(Terminal):
+    """A console of Windows, which Wine draws on a terminal."""
 
     def screen(self):
+        """The text without control sequences."""
         plain = re.sub(rb"\x1b\[(\d*)C", lambda match: b" " * int(match[1] or 1), self.shown)
         return re.sub(rb"\x1b\[[?\d;]*[A-Za-z]|\r", b"", plain).decode()
 
-    def type(self, prompt, keys):
-        """Types as soon as the prompt stands and the console reads, which it shows by taking the terminal's echo off."""
+    def answer(self, prompt, keys):
+        """Types behind the prompt, once the console reads: it then switches the terminal's echo off."""
+        self.until(lambda: self.screen().endswith(prompt))
         end = time.monotonic() + PATIENCE
-        while not self.screen().endswith(prompt) or termios.tcgetattr(self.terminal)[3] & termios.ECHO:
-            assert time.monotonic() < end, f"no prompt, only {self.shown}"
-            self.take(0.01)
-        os.write(self.keyboard, keys.encode())
-
-    def take(self, patience):
-        while select.select([self.keyboard], [], [], patience)[0]:
-            self.shown += os.read(self.keyboard, 65536)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *failure):
-        self.process.kill()
-        self.process.wait()
-        os.close(self.keyboard)
-        os.close(self.terminal)
+        while self.echoes():
+            assert time.monotonic() < end, "no console reads"
+            self.read(0.01)
+        self.type(keys)
 
 
 @pytest.mark.parametrize("typed, password", [
@@ -66,11 +43,13 @@ def test_password_prompt(tmp_path, typed, password):
     with Peer(steps) as peer:
         command = command_line(["-s", "127.0.0.1", "-p", str(peer.port), "-l", "anna", "listdomains", "."])
         line = f"{command} <nul >out 2>err& set code=!errorlevel!& set /p word=Next: & echo [!word!]& exit !code!"
-        with Console(line, tmp_path) as console:
-            console.type("Password: ", typed)
-            console.type("Next: ", "word\r")
+        with Console() as console:
+            console.start([LAUNCHER, "cmd.exe", "/v:on", "/c", line], cwd=tmp_path, env=environment("UTC") | {"TERM": "xterm"})
+            console.answer("Password: ", typed)
+            console.answer("Next: ", "word\r")
             code = console.process.wait(PATIENCE)
-            console.take(0.1)
+            while console.read(0.1):
+                pass
             screen = console.screen()
     result = Run(code, *[printed((tmp_path / name).read_bytes()) for name in ("out", "err")])
     assert result == (NO_PASSWORD if password is None else caught("Wrong username / password"))
