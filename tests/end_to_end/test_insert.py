@@ -48,14 +48,14 @@ def insert(tmp_path):
 @pytest.mark.parametrize("kind", [0xA3, 0xA5])
 def test_measured(insert, kind):
     lines = ["Begin,End,Min,Avg,Max,ngood,nbad", "100,200,-0.25,1.5,3.5,7,0", ",300,200,0,,-0,0x10,-1,99999999999,",
-             "2003-03-25 00:25:03,2003/03/25x00.25.04 and more,nan,-inf,1e400,1,2", "2003-13-25 00:25:03,50,1,1e-300,123456789,1,2",
-             "2003-02-31 23:59:61,2004-02-29 00:00:,1,1,1,1,1", ""]
+             "2003-03-25 00:25:03,2003/03/25x00.25.04 and more,nan,-inf,1e400,1,2", "2003-13-25 00:25:03,2004-02-29 00:00:,1,1e-300,123456789,1,2",
+             "2003-02-31 23:59:61,2038-01-19 03:14:07,1,1,1,1,1", ""]
     one = real("1.000000e+00")
     sent = [interval(kind, integers(100, 200), real("3.500000e+00"), real("1.500000e+00"), real("-2.500000e-01"), integers(7, 0)),
             interval(kind, integers(300, 300), real("1.600000e+01"), wire("0900 0900"), integers(4294967295, 2147483647)),
             interval(kind, integers(1048551903, 1048551904), wire("090140 090141 090160"), integers(1, 2)),
-            interval(kind, integers(0, 50), real("1.234568e+08"), real("1.000000e-300"), one, integers(1, 2)),
-            interval(kind, integers(1046736001, 1078012800), one, one, one, integers(1, 1))]
+            interval(kind, integers(0, 1078012800), real("1.234568e+08"), real("1.000000e-300"), one, integers(1, 2)),
+            interval(kind, integers(1046736001, 2147483647), one, one, one, integers(1, 1))]
     stored = data(1, interval(kind, integers(1, 2), wire("0900")), RAW)
     assert insert("\n".join(lines), stored, puts(*sent), DONE) == insert("\r\n".join(lines), stored, puts(*sent), DONE) == QUIET
 
@@ -89,6 +89,7 @@ def fault(line, count, kind):
     (INCIDENT, '1,2,"a, b"\n', fault(2, 3, "incidents")), (INCIDENT, "1,2,a\n" * 998 + "1,2\n", fault(1000, 3, "incidents")),
     (ENUM, ROW + "1,2,3,4,5x\n", caught('Error parsing: "5x"')), (ENUM, "2003-03-2x 00:25:03,2,3,4,5\n", caught('Error parsing: "2x"')),
     (SAWTOOTH, "1,2,3,x,5,6,7\n", caught('Error parsing: "x"')), (ENUM, "1,2003-03-25 00:25,3,4,5\n", UNKNOWN),
+    (ENUM, "2038-01-19 03:14:08,2,3,4,5\n", caught('Error parsing: "2038-01-19 03:14:08"')),
     (INCIDENT, '1,"2",a\n', caught(r'Error parsing: "\"2\""')), (INCIDENT, "-5,2,a\n", UNKNOWN),
 ])
 def test_line_refused(insert, pattern, lines, result):

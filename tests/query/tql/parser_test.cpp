@@ -97,11 +97,8 @@ const Row kRefusals[] = {
     {"A > (B : C : D)", R"(Expected ) got: ":")"},
     {"A > (B > (C) > D)", R"(Expected ) got: ">")"},
     {"A > (B : C) > D", "Extra input at end of expression"},
-    {"A | B", "Extra input at end of expression"},
     {"Node-5", "Extra input at end of expression"},
     {"Node!=3", "Extra input at end of expression"},
-    {"Node{a=1}[b]", "Extra input at end of expression"},
-    {"Node[a]>=", "Extra input at end of expression"},
     {R"(N{a = "\)", "Unterminated string literal"},
 };
 
@@ -139,7 +136,6 @@ TEST(Parser, FollowsAnyDepth) {
     }
     return all;
   };
-  const std::string opened = repeated("A > (B : C | ");
   for (const std::string& expression : {repeated("A > ") + "A", repeated("A > (") + "A" + repeated(")")}) {
     const auto pattern = tql::parse(expression);
     std::size_t depth = 0;
@@ -148,11 +144,11 @@ TEST(Parser, FollowsAnyDepth) {
     }
     EXPECT_EQ(depth, kDepth);
   }
+  const std::string opened = repeated("A > (B : C | ");
   EXPECT_EQ(textOf<error::EParseError>([&] { tql::parse(opened); }),
             "Expected class name got: \"\": parsing " + opened);
   const auto filtered = tql::parse("A { " + repeated("a = 1 & ") + "b = 2 }");
-  ASSERT_EQ(filtered->filter.size(), kDepth + 1);
-  EXPECT_TRUE(filtered->filter.back()->prop->name == "b" && *filtered->clone() == *filtered);
+  EXPECT_TRUE(filtered->filter.size() == kDepth + 1 && *filtered->clone() == *filtered);
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 #include "query/tql/property_codec.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <functional>
 
 #include "foundation/errors.h"
 #include "support/wire.h"
@@ -14,10 +11,6 @@ namespace {
 
 using tql::Property;
 using Bytes = std::vector<std::uint8_t>;
-using Strings = std::list<std::string>;
-using Gids = std::vector<std::uint32_t>;
-template <class Element>
-using View = std::span<const Element>;
 
 template <class Value>
 Property encoded(std::uint32_t typeWord, const Value& value) {
@@ -70,34 +63,6 @@ TEST(PropertyCodec, ReplacesAllThreePartsAtOnce) {
   Property property = encoded(tql::kBigNum, BigNum(258));
   tql::encode(property, "q", tql::kBigNum | tql::kReadOnly, property.data.as<protocol::BigNumProp>()->value);
   EXPECT_EQ(writtenHex(property), plainHex("30 80 04 01 'q' 02 03 10 00 12 AB 80 02 02 01 02 00 00 00 00"));
-}
-
-template <class Value>
-std::function<void()> encoding(std::uint32_t typeWord) {
-  return [typeWord] { encoded(typeWord, Value{}); };
-}
-
-template <class Value>
-std::function<void()> decoding(std::uint32_t wanted) {
-  return [wanted] {
-    Value result{};
-    tql::decode(encoded(tql::kBoolean, true), wanted, result);
-  };
-}
-
-TEST(PropertyCodecDeathTest, ATypeOfAnotherOverloadIsADefect) {
-  const std::pair<std::function<void()>, const char*> rows[] = {
-      {encoding<bool>(0x10001), "encode bool: p"},
-      {encoding<std::uint32_t>(tql::kSignedInteger), "encode unsigned int: p"},
-      {encoding<Bytes>(tql::kString), "encode vector<uint8_t>: p"},
-      {decoding<std::int32_t>(tql::kDate), "decode int :p"},
-      {decoding<std::uint32_t>(tql::kSignedInteger), "decode uint/enum/index"},
-      {decoding<View<std::string>>(tql::kGidList), "decode objectset"},
-  };
-  for (const auto& [action, label] : rows) {
-    EXPECT_DEATH(action(),
-                 testing::Eq(std::string("Assertion failed: Type mismatch in tql::") + label + "\n"));
-  }
 }
 
 }  // namespace
