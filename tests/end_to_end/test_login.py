@@ -47,12 +47,7 @@ def test_login_message(options, message):
     ("61( 0203010000", OUT_OF_RANGE.format(65536)), ("61( 0201FF", OUT_OF_RANGE.format(-1)),
     ("61( 02020203 )", "Got to few fields of constructed value"),
     ("61( 02020203 A480", "Unexpected tag 37 received in Union ServerOffers.this->authentication, BerReader: ServerOffers:2"),
-    ("61( 0402", "Tag mismatch, got 32 expected BE_INTEGER, BerReader: ServerOffers:1"),
-    ("61( 0280", "Indefinite length on tag 16"), ("61( 0005", "Length field nonzero after zero tag 5"),
-    ("61( 0284FFFFFFFF", "Data value exceeds maximum allowed length 4294967295 > 4"), ("6185", "Length field too long"),
-    ("63( 0484FFFFFFFF", "String exceeds allowed length 4294967295 > 1024"),
-    (b"HTTP/1.1 400 Bad Request\r\n\r\n".hex(), "Unknown tag 66, BerReader: "), ("6E80", "Unknown tag 115, BerReader: "),
-    ("7F2280", "Unknown tag 275, BerReader: "), ("A880", "Unknown tag 69, BerReader: "),
+    (b"HTTP/1.1 400 Bad Request\r\n\r\n".hex(), "Unknown tag 66, BerReader: "), ("63( 0484FFFFFFFF", "String exceeds allowed length 4294967295 > 1024"),
 ])
 def test_first_answer_refused(answer, message):
     answer = sends(wire(answer)) if isinstance(answer, str) else answer

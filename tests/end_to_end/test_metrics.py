@@ -1,6 +1,5 @@
 """The server's own metrics: their listing, and the lines of the monitors, from canned answers and from the sandbox."""
 
-import os
 import re
 import subprocess
 
@@ -133,16 +132,6 @@ def test_poll_without_a_value(kind, answer, err):
 def test_metric_that_is_unknown(name, asked, answer, err):
     result = session(["MM", "-a", name, "other"], expects(call(0, 3, asked)), sends(answer))
     assert result == Run(1, "", err)
-
-
-def test_lines_that_cannot_be_written():
-    full, shell = "Caught error: Error writing output: No space left on device\n", 'exec "$0" "$@" >/dev/full'
-    assert one("GaugeInt64", called(1, value(7)), shell=shell) == Run(1, "", f"Got 1 metrics\n{full}")
-    assert session(["mm", "-s"], shell=shell) == Run(1, "", f"Got 0 metrics\n{full}")
-    reader, writer = os.pipe()
-    os.close(reader)
-    assert one("CounterInt64", called(1, value(7)), args="-a -c a -d", stdout=writer) == Run(1, "", "Got 1 metrics\n")
-    os.close(writer)
 
 
 def test_every_metric_of_the_sandbox(ask, server):

@@ -146,10 +146,8 @@ def test_conflicts():
 RICH = "Backbone.Routers,mainrouter"
 SHOWN = [  # name, the text that is given, and the text that is listed then
     ("active", "0", "false"), ("aliases", "", ""), ("comment", "a=b", '"a=b"'), ("inherited", "own", '"own"'), ("null1", "TRUE", "true"),
-    ("null10", "7", "7"), ("null11", "a,b", '"a", "b"'), ("null12", "TQ==", "TQ=="), ("null13", "1:2:3:4", "01:02:03:04"),
-    ("null14", "0:0:0:1,ff:0:0:0", "00:00:00:01,ff:00:00:00"), ("null15", "1.3.6", "1.3.6"), ("null2", "-1", "4294967295"),
-    ("null3", "-5", "-5"), ("null4", "5e-1", "0.500000"), ("null5", "-100", "-100"), ("null6", "x", '"x"'), ("null7", "2A", "2A"),
-    ("null8", "A,2", ",A,2"), ("nullStatus", "13", "13"), ("reportFormat", "null", "(NULL)"), ("threshold", "inherited", "(NULL)"),
+    ("null13", "1:2:3:4", "01:02:03:04"), ("null2", "-1", "4294967295"), ("null4", "5e-1", "0.500000"), ("null8", "A,2", ",A,2"),
+    ("nullStatus", "13", "13"), ("reportFormat", "null", "(NULL)"), ("threshold", "inherited", "(NULL)"),
 ]
 
 
