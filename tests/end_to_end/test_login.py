@@ -8,7 +8,7 @@ from ber import constructed, string, wire
 from peer import Peer, closes, expects, resets, sends
 from server import (ACK, CLIENT_WANTS, END_OF_STREAM, LOGIN, NEW_SESSION, NEW_SESSION_RESP, OFFERS, RESET, caught, converse)
 from terminal import Terminal
-from tool import linux, run
+from tool import RUN, SANITIZED, faulty, linux, run
 
 REFUSED, EXPIRED, WRONG_TYPE = "Wrong username / password", "Session expired", "Protocol error: Wrong type"
 OTHER_VERSION = "Server does not support our version of the protocol"
@@ -92,26 +92,48 @@ def test_unreachable():
 TERMINAL = linux("its terminals; test_windows.py has the console")
 
 
-@TERMINAL
-@pytest.mark.parametrize("typed, password", [
-    ("s3cret\r", "s3cret"), ("\r", ""), ("two words\n", "two words"), ("p" * 63 + "\r", "p" * 63), ("ab\x7fc\r", "ac"),
-    ("p" * 64 + "\r", None), ("p" * 200 + "\r", None), ("abc\x03", None), ("\x03", None), ("\x04", None),
-    *[(signal, None) for signal in (SIGHUP, SIGINT, SIGQUIT, SIGTERM)],
-])
-def test_password_prompt(typed, password):
+ANSWERS = [("s3cret\r", "s3cret"), ("\r", ""), ("two words\n", "two words"), ("p" * 63 + "\r", "p" * 63), ("ab\x7fc\r", "ac")]
+REFUSALS = ["p" * 64 + "\r", "p" * 6000 + "\r", "abc\x03", "\x03", "\x1c", "\x16\x03 quoted\n", "\x04", SIGHUP, SIGINT, SIGQUIT, SIGTERM]
+
+
+def answer(typed, password, faults=""):
+    """Asks for the password on a terminal, and logs in if there is one. With faults, the caller ignores SIGTERM."""
     steps = None if password is None else [*NEGOTIATION, expects(ACK + new_session(".", "anna", password)), closes]
     with Peer(steps) as peer, Terminal() as terminal:
-        terminal.prompt("-s", "127.0.0.1", "-p", str(peer.port), "-l", "anna", *LIST)
-        assert not terminal.echoes()
-        terminal.type(typed) if isinstance(typed, str) else terminal.process.send_signal(typed)
+        terminal.run("-s", "127.0.0.1", "-p", str(peer.port), "-l", "anna", *LIST, shell=f"trap '' TERM; {faulty(faults)}" if faults else RUN)
+        if typed:
+            terminal.prompts()
+            if faults:
+                terminal.process.send_signal(SIGTERM)  # stays ignored
+            terminal.type(typed) if isinstance(typed, str) else terminal.process.send_signal(typed)
         assert terminal.result() == caught(REFUSED if steps else "Error getting password")
-        assert (terminal.shown, terminal.echoes(), terminal.unread()) == (b"Password: \r\n", True, 0)
+        return terminal.shown, terminal.echoes(), terminal.unread()
+
+
+@TERMINAL
+@pytest.mark.parametrize("typed, password", [*ANSWERS, *[(typed, None) for typed in REFUSALS]])
+def test_password_prompt(typed, password):
+    assert answer(typed, password) == (b"Password: \r\n", True, 0)
+
+
+@TERMINAL
+@pytest.mark.skipif(SANITIZED, reason="the sanitizers bring system calls of their own")
+@pytest.mark.parametrize("faults, typed", [
+    *[(fault, "") for fault in ("open:1:0:e6", "open:2:0:e6", "tcgetattr:1:0:e5", "tcsetattr:1:0:e5", "tcsetattr:2:0:e5",
+                                "write:1:0:e5", "write:1:0:r0", "poll:1:0:e12")],
+    *[(fault, "x\n") for fault in ("write:2:0:e5", "read:1:0:e5", "tcsetattr:3:0:e5")],
+    ("tcsetattr:1:2:e4 write:1:2:e4 poll:1:2:e4 read:1:2:e4", "sed\x7fcret \n"),
+])
+def test_password_prompt_in_a_system_that_fails(faults, typed):
+    password = "secret " if "e4" in faults else None
+    assert answer(typed, password, faults)[1:] == ("tcsetattr:3" not in faults, 0)
 
 
 @TERMINAL
 def test_terminal_hangs_up():
     for _ in range(20):  # the end of the terminal and the signal about it come in either order
         with Terminal() as terminal:
-            terminal.prompt("-l", "anna", *LIST)
+            terminal.run("-l", "anna", *LIST)
+            terminal.prompts()
             terminal.hang_up()
             assert terminal.result() == caught("Error getting password")

@@ -2,14 +2,13 @@
 
 import pathlib
 import re
-import subprocess
 
 import pytest
 from ber import constructed, primitive, string, wire
 from peer import Peer, expects, sends
 from server import ACK, CLIENT_WANTS, NEW_SESSION_RESP, OFFERS, refusal
 from terminal import Terminal
-from tool import SANITIZED, TOOL, Run, linux
+from tool import SANITIZED, Run, linux
 
 PASSWORD = "swordfish-0123456789-abcdefghijklmnopqrstuvwxyz-ABCDEFGHIJKLMNO"
 KEY = bytes((7 * number + 3) % 256 for number in range(120))
@@ -47,9 +46,8 @@ def test_nothing_is_kept_of_the_secrets(options, message):
     with Peer([expects(CLIENT_WANTS), sends(OFFERS), expects(ACK + message), sends(NEW_SESSION_RESP), expects(ASKED),
                finds_nothing, sends(FAILED)]) as peer, Terminal() as terminal:
         args = ["-s", "127.0.0.1", "-p", str(peer.port), *options, "lm"]
-        if "-P" in options or "-S" in options:
-            terminal.start([TOOL, *args], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        else:
-            terminal.prompt(*args)
+        terminal.run(*args)
+        if "-P" not in options and "-S" not in options:
+            terminal.prompts()
             terminal.type(PASSWORD + "\r")
         assert terminal.result() == Run(0, "", "Error getting Morvex server metrics\n")

@@ -9,7 +9,7 @@ import struct
 import subprocess
 import termios
 
-from tool import PATIENCE, TOOL, Run
+from tool import PATIENCE, RUN, TOOL, Run
 
 
 class Terminal:
@@ -40,13 +40,18 @@ class Terminal:
         for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM):
             signal.signal(number, signal.SIG_DFL)
 
-    def prompt(self, *args):
-        """Runs the tool up to its prompt. Its standard streams lead elsewhere."""
-        self.start([TOOL, *args], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        self.until(lambda: self.shown.endswith(b": "))
+    def run(self, *args, shell=RUN):
+        """Starts the tool behind a line of shell. Its standard streams lead elsewhere."""
+        pipes = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
+        self.start(["/bin/sh", "-c", shell, TOOL, *args], **pipes)
+
+    def prompts(self):
+        """Waits for the tool's prompt, which must stand on a terminal without echo."""
+        self.until(lambda: self.shown.endswith(b"Password: "))
+        assert not self.echoes()
 
     def result(self):
-        """The rest of that run."""
+        """The outcome of this run."""
         out, err = self.process.communicate(timeout=PATIENCE)
         self.drain()
         return Run(self.process.returncode, out.decode(), err.decode())

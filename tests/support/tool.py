@@ -15,6 +15,7 @@ LAUNCHER = os.environ.get("MORVEX_LAUNCHER")  # the path of wine64; not set on L
 WINDOWS = LAUNCHER is not None
 COMMAND = [LAUNCHER, TOOL] if WINDOWS else [TOOL]  # starts the program without a shell
 SANITIZED = os.environ.get("MORVEX_SANITIZED") == "1"
+RUN = 'exec "$0" "$@"'  # the line of shell that starts a program and does nothing else
 PATIENCE = 300 if SANITIZED else 90  # seconds; a run that takes longer has failed
 
 
@@ -64,7 +65,7 @@ def command_line(args):
     return subprocess.list2cmdline(["Z:" + TOOL.replace("/", "\\"), *args])
 
 
-def run(*args, zone="UTC", shell='exec "$0" "$@"', **streams):
+def run(*args, zone="UTC", shell=RUN, **streams):
     """Runs the program behind a line of shell. It has no terminal, so it cannot ask for a password."""
     streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | streams
     done = subprocess.run(["/bin/sh", "-c", shell, *command(args, zone)], env=environment(zone), timeout=PATIENCE,
