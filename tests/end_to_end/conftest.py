@@ -1,10 +1,4 @@
-import pathlib
-import sys
-
 import pytest
-
-sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
-
 from server import LOGIN
 from tool import WINDOWS, Run, run, sandbox
 
@@ -12,7 +6,7 @@ collect_ignore = [] if WINDOWS else ["test_windows.py"]
 
 
 def pytest_make_parametrize_id(val):
-    """Short: a name reaches the environment of each run, and some rows hold megabytes."""
+    """Short, as pytest puts the name into the environment of each run, and some rows hold megabytes."""
     return getattr(val, "__name__", repr(val)[:40])
 
 

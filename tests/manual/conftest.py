@@ -1,10 +1,4 @@
-import pathlib
-import sys
-
 import pytest
-
-sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
-
 from probes import Probes
 from shells import SHELLS, Shell
 from tool import sandbox

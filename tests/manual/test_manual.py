@@ -1,4 +1,4 @@
-"""The manual pages, held against the programs: options, examples and messages."""
+"""Compares the options and messages of the manual pages with the programs, and runs the examples."""
 
 import os
 import pathlib
@@ -20,12 +20,12 @@ def section(page, title):
 
 
 def listed(text):
-    """The options that are explained, and whether they take a value."""
+    """The explained options, and whether they take a value."""
     return {name: bool(value) for name, value in re.findall(r"^\.It Fl -?(\w+)( Ar .*)?$", text, re.M)}
 
 
 def shown(text):
-    """The same of a synopsis."""
+    """The options of a synopsis, and whether they take a value."""
     return {name: bool(value) for line in re.findall(r"^\.(?:Op|Ar|Fl) .*", text, re.M)
             for name, value in re.findall(r"Fl -?(\w+)( Ar)?", line)}
 
@@ -58,7 +58,7 @@ def test_options_of_the_sandbox():
 @pytest.mark.parametrize("page, folders", [(TOOL_PAGE, ["src"]), (SANDBOX_PAGE, ["src/platform", "sandbox"])],
                          ids=["tool", "sandbox"])
 def test_messages(page, folders):
-    """Each is made of texts of the program, around colons, numbers and the words in capitals."""
+    """All text of a message between colons, numbers and words in capitals stands in the program."""
     literals = [literal for folder in folders for source in (ROOT / folder).rglob("*.[ch]*")
                 for literal in re.findall(r'"((?:[^"\\\n]|\\.)*)"', source.read_text())]
     known = "\n".join(literals).replace('\\"', '"')
