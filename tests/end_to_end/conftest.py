@@ -16,10 +16,14 @@ def server():
         yield options
 
 
-@pytest.fixture(scope="module")
-def ask(server):
+def asks(server):
     def lines(*args, **options):
         result = run(*server, *LOGIN, *args, **options)
         assert result == Run(0, result.out, ""), args
         return result.out.splitlines()
     return lines
+
+
+@pytest.fixture(scope="module")
+def ask(server):
+    return asks(server)

@@ -1,5 +1,5 @@
-"""The line that long work shows on a terminal. A silent server is what makes work long here: the line then says all that has
-come, however fast or slow the machine is."""
+"""The line that long work shows on a terminal. Here the work is long because the server falls silent: the line then counts
+everything that has come, at any speed of the machine."""
 
 import os
 import termios
@@ -18,7 +18,6 @@ pytestmark = linux("Wine has a console of its own")
 
 ENUM = [interval(0xA4, integers(row, row + 1, 3, 4, 5)) for row in range(1200)]
 SELECT = ["select", "-u", "-b", "100", "-e", "1000", "-i", "42"]
-HEADER = "Time,Severity,Text\n"
 TO_DATA = [expects(LOOKUP_42), sends(CHECK_42), expects(GET_DATA)]
 
 
@@ -26,7 +25,7 @@ class Screen(Terminal):
     """A terminal that knows the few control characters of the line."""
 
     def lines(self):
-        """Blank ends are left out, but for those in front of the cursor on a blank last line."""
+        """Without blank ends. A last line that is blank has one blank for each column left of the cursor."""
         lines, column = [""], 0
         for char in self.shown.decode():
             if char == "\n":
@@ -70,25 +69,22 @@ def test_select(screen, tmp_path):
 
 def test_output_that_is_slow(screen, tmp_path):
     os.mkfifo(tmp_path / "out")
-    reader, text, row = os.open(tmp_path / "out", os.O_RDONLY | os.O_NONBLOCK), b"", "5,1,\"" + 500 * "x" + "\"\n"
+    reader = os.open(tmp_path / "out", os.O_RDONLY | os.O_NONBLOCK)
     os.set_blocking(reader, True)
-    block = -((len(HEADER) - 262144) // len(row))  # rows
-    size = len(HEADER) + block * len(row)
 
     def reads(peer, client):
-        nonlocal text
         while not screen.lines()[-1].startswith("Written"):
             time.sleep(0.11)
-            text += os.read(reader, 65536)
+            os.read(reader, 65536)
             screen.read(0)
-        assert screen.lines()[-1] == f"Written {kilobytes(size)}, {block} rows"
-        while more := os.read(reader, 65536):
-            text += more
+        assert screen.lines()[-1] == "Written 262.6 kB, 518 rows"  # the first block
+        while os.read(reader, 65536):
+            pass
 
-    answer = data(1, *[incident(5, "0A0101", 500 * "x")] * 2 * block)
-    steps = [*TO_DATA, sends(answer[:-2]), screen.shows(f"Received {kilobytes(len(answer) - 2)}, {2 * block:,} rows"), sends(answer[-2:]), reads]
+    answer = data(1, *[incident(5, "0A0101", 500 * "x")] * 1036)
+    steps = [*TO_DATA, sends(answer[:-2]), screen.shows(f"Received {kilobytes(len(answer) - 2)}, 1,036 rows"), sends(answer[-2:]), reads]
     assert session(["-f", str(tmp_path / "out"), *SELECT], *steps, stderr=screen.terminal) == Run(0, "", "")
-    assert screen.after() == [""] and text.decode() == HEADER + 2 * block * row
+    assert screen.after() == [""]
     os.close(reader)
 
 
@@ -119,7 +115,7 @@ def test_message_takes_its_place(screen):
 
 
 def silent(peer, client):
-    """Long enough for the line to appear if it were to."""
+    """Long enough for the line to appear."""
     time.sleep(1.3)
 
 

@@ -7,8 +7,9 @@ from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 from ber import integer, item, wire
+from conftest import asks
 from server import ACK, BOTH, CLIENT_WANTS, LOGIN, NEW_SESSION, OFFERS, caught, select, step
-from tool import Run, run, sandbox
+from tool import run, sandbox
 
 @pytest.fixture(scope="module")
 def tree(ask):
@@ -98,11 +99,7 @@ def test_kept_answers(keep, tmp_path):
     nodes = step("Domain", 1, "", below=step("Node", 0, BOTH))
     (tmp_path / "row").write_text("Begin,End,Min,Avg,Max,ngood,nbad\n60,90,1,2,3,4,5\n")
     with sandbox("--rows", "20000", "--nodes", "2000", "--keep", keep) as server:
-        def ask(*args):
-            result = run(*server, *LOGIN, *args)
-            assert result == Run(0, result.out, ""), args
-            return result.out.splitlines()
-
+        ask = asks(server)
         numbers = [5, 70000, 6]
         before = speak(server, *[select(number, "1", nodes) for number in numbers])
         assert [answer[0] for answer in before] == [item(integer(number), 0)[0] for number in numbers]

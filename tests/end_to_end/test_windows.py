@@ -68,12 +68,6 @@ def test_files(tmp_path):
             assert file.read_bytes() == "\r\n".join(lines).encode()
 
 
-@pytest.mark.parametrize("text, fields", [
-    ("1900-01-01-T00:00:00", "s:0m:0h:0md:1mo:0yr:0"), ("1969-12-31-T23:59:59", "s:59m:59h:23md:31mo:11yr:69")])
-def test_times_before_1970(text, fields):
-    assert run(*LOGIN, "select", "-b", text, ".") == caught(f"Couldn't compose time from tm: ({fields}wd:0yd:0i:-1")
-
-
 def test_end_of_file_mark(tmp_path):
     """Ctrl+Z does not end the standard input."""
     (tmp_path / "rows").write_bytes(b"header\n1,2,3,4,5\n1,2,3,4,\x1a\n1,2,3,4,5\n")

@@ -7,7 +7,7 @@ import string
 import subprocess
 
 from server import LOGIN
-from tool import TOOL, run
+from tool import run
 
 SOURCES = pathlib.Path(__file__).parents[2] / "src"
 SANDBOX = os.environ["MORVEX_SANDBOX"]
