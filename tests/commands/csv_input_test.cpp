@@ -47,7 +47,7 @@ TEST(CsvOutput, ATimeThatFailedIsNotTheLastOne) {
   }
 }
 
-// A few characters are taken out of the line, put in or replaced.
+// The line with a few characters removed, inserted or replaced.
 std::string spoilt(std::string line, Random& random) {
   constexpr std::string_view kCharacters = "0123456789.,,-+eE: x\"\r";
   for (std::uint64_t i = random() % 4; i > 0; --i) {
@@ -58,7 +58,7 @@ std::string spoilt(std::string line, Random& random) {
   return line;
 }
 
-// Empty columns are none, and send the line the long way.
+// An empty column is ignored, but a line with one is cut apart before it is read.
 TEST(CsvInput, LinesMeanTheSameTheShortWayAndTheLong) {
   Random random(1);
   for (int i = 0; i < 4000; ++i) {

@@ -35,7 +35,6 @@ TEST(MetricColumn, ShowsTheDifferenceToThePollBefore) {
   } rows[] = {
       {"CounterInt64", count, "", {{7}, {9}, {12}}, "- 2 3 "},
       {"Timing", count, "s", {{7, 0, 0, 0, 0}, {9, 0, 0, 0, 0}, {12, 0, 0, 0, 0}}, "- 2 3 "},
-      {"Timing", statistics, "s", {{3, 2, 6, 12, 56}, {3, 6, 6, 12, 56}}, "- 0: nan +/- nan [6;6] "},
       {"Timing", statistics, "s", {{0, 3, 3, 0, 0}, {1, 3, 3, 3, 10}}, "- 1: 3.0 +/- inf [3;3] "},
       {"Timing", sum, "ms", {{0, 0, 0, 100, 0}, {0, 0, 0, 575, 0}}, "- 10.0% "},
       {"Timing", sum, "us", {{0, 0, 0, 0, 0}, {0, 0, 0, 475000, 0}}, "- 10.0% "},
@@ -51,9 +50,6 @@ TEST(MetricColumn, ShowsTheDifferenceToThePollBefore) {
     for (const Values& values : row.polls) {
       columns += column(*answerOf(values, time)) + ' ';
       time = {0x80000004, 650000};  // 4.75 seconds later
-    }
-    for (std::size_t sign; (sign = columns.find("-nan")) != std::string::npos;) {
-      columns.erase(sign, 1);  // the processor's choice
     }
     EXPECT_EQ(columns, row.columns);
   }

@@ -25,7 +25,7 @@ PATIENCE = 60  # seconds for a command
 PORT = 3241    # in the documents
 
 def blocks(text):
-    """The blocks between fences: the language, the file's name if any, and the lines."""
+    """The language, the name of the file if any, and the lines of each block."""
     for block in re.finditer(r"^```(\w*)(?: file=(\S+))?\n(.*?)^```$", text, re.MULTILINE | re.DOTALL):
         yield block[1], block[2], block[3].splitlines()
 
@@ -49,7 +49,7 @@ def fits(expected, printed):
 
 
 class Shell:
-    """A bash in the folder, in which the programs go by their names, on a port of its own."""
+    """A bash in the folder. It finds the programs by their names; they use a port of its own."""
 
     def __init__(self, folder):
         self.reserved = socket.socket()  # bound, never listening: only a socket with SO_REUSEADDR gets the port
@@ -67,7 +67,7 @@ class Shell:
                 '(exit $status); eval "$command"; status=$?; printf "\\036"; done')
         env = {"PATH": f"{folder}/bin:{os.environ['MORVEX_EXAMPLES']}:{os.environ['PATH']}", "HOME": str(folder / "work"), "LC_ALL": "C.UTF-8",
                "TZ": "Asia/Kolkata"}  # a document that needs another zone sets it
-        env |= {name: os.environ[name] for name in {*os.environ} & {"LLVM_PROFILE_FILE"}}  # else coverage goes to the folder
+        env |= {name: os.environ[name] for name in {*os.environ} & {"LLVM_PROFILE_FILE"}}  # where the coverage build writes
         self.process = subprocess.Popen(["bash", "-c", loop], cwd=folder / "work", env=env, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, pass_fds=[source],
                                         start_new_session=True)

@@ -1,4 +1,4 @@
-"""Requests to the byte, canned answers to them, and what the program prints, whatever it is sent."""
+"""Requests to the byte, and the output of the program for canned answers, good and bad."""
 
 import subprocess
 
@@ -101,7 +101,7 @@ def test_very_long_path():
 
 
 def test_very_long_filter(server):
-    terms = '0"' + "&a=1" * (7500 if WINDOWS else 30000) + '&id="0'  # one argument of the command line holds no more
+    terms = '0"' + "&a=1" * (7500 if WINDOWS else 30000) + '&id="0'  # the longest argument of a command line
     assert run(*server, *LOGIN, "listdomains", "-i", terms) == caught(f'No Domain found that matches "{terms}"')
 
 
@@ -116,7 +116,7 @@ WRITTEN_NAN = interval(0xA3, integers(1, 2), wire("090160"), real("inf"), real("
 NOTE = incident(5, "0A00", "a")
 SERIES, ENUMS, INCIDENTS = "Begin,End,Min,Avg,Max,ngood,nbad\n", "Begin,End,Mask,ngood,nbad\n", "Time,Severity,Text\n"
 UNKNOWN = "Data of unknown type\n"
-EXPORT_42 = selected(0, thing("Domain", "root", "", thing("DomainExport", "42", "out")))  # of no part of a path
+EXPORT_42 = selected(0, thing("Domain", "root", "", thing("DomainExport", "42", "out")))  # a class without a part in paths
 ENUM_ROW = "300,400,4294967295,7,8\n"
 
 
@@ -197,7 +197,7 @@ TO_TEXT = TO_LIST + "30( A1( 020100 0A00 "
     (TO_LIST + "30( A5( 020100 020100 093D", "Data value exceeds maximum allowed length 61 > 60"),
 ])
 def test_hostile_answers(answer, message):
-    limit = "unlimited" if SANITIZED or WINDOWS else "524288"  # KiB; an announced length must not become an allocation
+    limit = "unlimited" if SANITIZED or WINDOWS else "524288"  # KiB; the program must not allocate announced lengths
     steps = [*SELECT_STEPS, sends(wire(answer))]
     assert session(SELECT, *steps, shell=f'ulimit -v {limit}; exec "$0" "$@"') == caught(message)
 

@@ -13,7 +13,7 @@ from peer import closes, resets
 from server import call, called, data, interval, made, refusal, response, selected, text, thing, value
 from tool import SANITIZED, WINDOWS, Run, linux
 
-EVERY = int(os.environ.get("MORVEX_EVERY", 97 if SANITIZED else 997 if WINDOWS else 41))  # strikes at each n-th byte and all borders of messages
+EVERY = int(os.environ.get("MORVEX_EVERY", 97 if SANITIZED else 997 if WINDOWS else 41))  # strikes at each n-th byte and at the borders of messages
 COMMANDS = {
     "listdomains": ["."], "listnodes": ["Backbone.Routers"], "listchecks": ["-r", "Backbone.Switches"],
     "listproperties": "Backbone.Routers,mainrouter aliases balance comment created dependencies gid threshold".split(),
@@ -83,7 +83,7 @@ def assert_sound(session, flipped, result):
     same content print the same."""
     sent, got = [[item(piece, 0)[0] for piece in pieces(data)] for data in (session.stream, flipped)]
     assert [(tag, items[:1]) for tag, items in got[2:]] == [(tag, items[:1]) for tag, items in sent[2:]]
-    if session.args[0] != "listmetrics" or result.out:  # it takes a root that is no group for a refusal
+    if session.args[0] != "listmetrics" or result.out:  # this command takes a root that is no group for a refusal
         assert re.fullmatch(SPOKEN, result.err), result
     assert sent != got or result == session.result
 
@@ -196,7 +196,7 @@ def test_server_that_stops_reading(narrow, monitors, recorded, ending, tmp_path)
 
     (tmp_path / "rows").write_text("header\n" + "1000,2000,1,2,3,4,5\n" * 200000)
     inserted = ["-f", str(tmp_path / "rows"), *recorded["insert"].args[2:]]
-    monitoring = [([ENDLESS, *[NAME] * POLLS], monitors)] * (not WINDOWS)  # whose arguments are not that long
+    monitoring = [([ENDLESS, *[NAME] * POLLS], monitors)] * (not WINDOWS)  # arguments are shorter there
     for args, turns in [(inserted, recorded["insert"].turns[:-1]), *monitoring]:
         result = narrow.run(args, plays(turns, leaves), memory=128 << 20)
         assert (result.code, result.out) == (1, "") and FAILED.fullmatch(result.err), result

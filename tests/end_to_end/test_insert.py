@@ -1,4 +1,4 @@
-"""The import of stored data: to the byte, and there and back with the sandbox."""
+"""The import of stored data: to the byte, and back into the sandbox."""
 
 import functools
 import shlex
@@ -21,7 +21,7 @@ FIVE, ROW = interval(0xA4, integers(1, 2, 3, 4, 5)), "1,2,3,4,5\n"
 
 
 def asks_for_data(peer, client, table="tsdbIndex"):
-    """The request for all data up to this second, whichever it is."""
+    """Expects the request for all data up to the present second."""
     expects(wire(f"74( 020101 A6( '42' '{table}' 010101 020100"))(peer, client)
     end = b"".join(peer.take(client, 1) for _ in range(6))
     assert end[:2] == b"\2\4" and STARTED <= int.from_bytes(end[2:], "big") <= time.time(), end
@@ -34,7 +34,7 @@ def puts(*intervals, table="tsdbIndex"):
 
 @pytest.fixture
 def insert(tmp_path):
-    """Inserts the text, from a file and from standard input, into an object that holds these data."""
+    """Inserts the text into an object with these data, from a file and from standard input."""
     def insertion(lines, stored, *steps):
         steps = [expects(LOOKUP_42), sends(CHECK_42), asks_for_data, sends(stored), *steps]
         (tmp_path / "in").write_bytes(lines.encode())
@@ -108,7 +108,7 @@ def test_server_refuses(insert, stored, answer, result):
 def test_input_that_cannot_be_read():
     steps, command = [expects(LOOKUP_42), sends(CHECK_42)], ["insert", "-i", "42"]
     assert session(["-f", "/no/x", *command], *steps) == misused('Cannot create file "/no/x"')
-    opened = [] if WINDOWS else [asks_for_data, sends(data(1, ENUM))]  # where a folder is no file to begin with
+    opened = [] if WINDOWS else [asks_for_data, sends(data(1, ENUM))]  # Windows does not open a folder
     result = session(["-f", "/", *command], *steps, *opened)
     assert result == (misused('Cannot create file "/"') if WINDOWS else caught("Error reading input: Is a directory"))
 

@@ -1,4 +1,4 @@
-"""The opening of a session, to the byte, with all its refusals, and the password prompt."""
+"""The opening of a session, to the byte, with its refusals, and the password prompt."""
 
 import socket
 from signal import SIGHUP, SIGINT, SIGQUIT, SIGTERM
@@ -67,9 +67,9 @@ def test_second_answer_refused(options, message, text, answer):
 @pytest.mark.parametrize("piece", [None, 1, 7919])
 @pytest.mark.parametrize("offers", [
     OFFERS, wire("61( 02020200 A0( ) )"), wire("61( 020202FF A0( ) )"),
-    wire("00 00 19 61( 19 02020203 A0( 020101 30( 0500 ) ) 'more' 30( 30( ) ) )"),  # what a newer server might add
+    wire("00 00 19 61( 19 02020203 A0( 020101 30( 0500 ) ) 'more' 30( 30( ) ) )"),  # as a newer server may send
     wire("6108 02020203 A0( )"), wire("618108 02820002 0203 A000"),                 # definite lengths
-    wire("61( 02020203 A0( )") + wire("3080") * 200000 + bytes(400002),              # deep in what is skipped
+    wire("61( 02020203 A0( )") + wire("3080") * 200000 + bytes(400002),              # deep nesting where it is skipped
 ])
 def test_offers_accepted(offers, piece):
     steps = [expects(CLIENT_WANTS), sends(offers, piece if len(offers) < 100 else 7919), expects(ACK + NEW_SESSION), closes]
@@ -93,7 +93,7 @@ TERMINAL = linux("its terminals; test_windows.py has the console")
 
 
 ANSWERS = [("s3cret\r", "s3cret"), ("\r", ""), ("two words\n", "two words"), ("p" * 63 + "\r", "p" * 63), ("ab\x7fc\r", "ac")]
-REFUSALS = ["p" * 64 + "\r", "p" * 6000 + "\r", "abc\x03", "\x03", "\x1c", "\x16\x03 quoted\n", "\x04", SIGHUP, SIGINT, SIGQUIT, SIGTERM]
+KEYS = ["p" * 64 + "\r", "p" * 6000 + "\r", "abc\x03", "\x03", "\x1c", "\x16\x03 quoted\n", "\x04"]  # without an answer
 
 
 def answer(typed, password, faults=""):
@@ -111,7 +111,7 @@ def answer(typed, password, faults=""):
 
 
 @TERMINAL
-@pytest.mark.parametrize("typed, password", [*ANSWERS, *[(typed, None) for typed in REFUSALS]])
+@pytest.mark.parametrize("typed, password", [*ANSWERS, *[(typed, None) for typed in (*KEYS, SIGHUP, SIGINT, SIGQUIT, SIGTERM)]])
 def test_password_prompt(typed, password):
     assert answer(typed, password) == (b"Password: \r\n", True, 0)
 

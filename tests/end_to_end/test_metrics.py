@@ -1,4 +1,4 @@
-"""The server's own metrics: their listing, and the lines of the monitors, from canned answers and from the sandbox."""
+"""The listing and the monitoring of the server's own metrics, with canned answers and with the sandbox."""
 
 import re
 import subprocess
@@ -68,14 +68,14 @@ def timing(n, total, squares, low=1, high=9):
 
 
 def monitored(args, metrics, *steps, **options):
-    """A run of monitormetrics for these metrics, each with its class and unit; the steps follow their descriptions."""
+    """Runs monitormetrics for these metrics, each a name, class and unit. The steps follow their descriptions."""
     described = [(expects(call(at, 3, name)), sends(called(at, "", made(kind, name, text("unit", unit)))))
                  for at, (name, kind, unit) in enumerate(metrics)]
     return session(["monitormetrics", *args.split()], *[step for pair in described for step in pair], *steps, **options)
 
 
 MANY, TWO, BIG, DOUBLE = 2**64 - 1, timing(2, 10, 100), "18446744073709551615", prop("value", 4, "A4( 09%s )")
-MONITORS = [  # options and name, class, unit, the values of two polls, and what is shown of them
+MONITORS = [  # options and name, class, unit, and for each of two polls the value and the shown text
     ("counter.up", "CounterInt64", "", value(2**64 - 3), "-", value(4), "7"),
     ("-s share", "Timing", "ms", TWO, "-", timing(9, 5000010, 100), "between 1000.0% and 100000.0%"),
     ("none", "Timing", "", TWO, "-", TWO, "0.0%"),

@@ -123,16 +123,17 @@ BACKGROUND = 'exec 3<>{name}; stty tostop <&3; set -m; "$0" "$@" & wait $!'
 
 
 @pytest.mark.parametrize("options, streams, shell", [
-    ([], {}, ""), (["-f", "{name}"], {"stderr": "{name}"}, ""), ([], {"stderr": "{name}", "stdout": "{name}"}, ""),
-    ([], {"stderr": "{name}"}, BACKGROUND), ([], {"stderr": "{name}"}, "halted"), ([], {"stderr": "{name}"}, "gone"),
+    ([], [], ""), (["-f", "{name}"], ["stderr"], ""), ([], ["stderr", "stdout"], ""),
+    ([], ["stderr"], BACKGROUND), ([], ["stderr"], "halted"), ([], ["stderr"], "gone"),
 ], ids=["pipe", "file", "output", "background", "halted", "gone"])
 def test_nothing_is_shown(screen, options, streams, shell):
     if shell == "halted":
         termios.tcflow(screen.terminal, termios.TCOOFF)
-    how = {"shell": shell.format(name=os.ttyname(screen.terminal))} if "$0" in shell else {}
+    name = os.ttyname(screen.terminal)
+    how = {"shell": shell.format(name=name)} if "$0" in shell else {}
     hangs_up = [lambda *_: screen.hang_up()] * (shell == "gone")
-    result = session([option.format(name=os.ttyname(screen.terminal)) for option in options] + SELECT, *TO_DATA, *hangs_up, silent, sends(data(1, ENUM[0])),
-                     **{stream: screen.terminal for stream in streams}, **how)
+    result = session([option.format(name=name) for option in options] + SELECT, *TO_DATA, *hangs_up, silent,
+                     sends(data(1, ENUM[0])), **dict.fromkeys(streams, screen.terminal), **how)
     if shell == "halted":
         termios.tcflow(screen.terminal, termios.TCOON)
     rows = "Begin,End,Mask,ngood,nbad\n0,1,3,4,5\n"

@@ -38,7 +38,7 @@ def test_every_path_leads_back(ask, tree):
         assert ask(command, *options, row[0]) == lines, row
         assert ask(command, *options, "-i", row[1]) == lines, row
 
-    with ThreadPoolExecutor(8) as pool:  # clients at the same time
+    with ThreadPoolExecutor(8) as pool:  # eight clients at the same time
         list(pool.map(leads_back, below))
 
 
@@ -63,7 +63,7 @@ def test_select(ask, tree):
 
 
 def exchange(server, *messages):
-    """All that the server answers to these messages, sent at once."""
+    """The answers of the server to these messages, sent at once."""
     with socket.create_connection((server[1], int(server[3]))) as client:
         client.sendall(b"".join(messages))
         client.shutdown(socket.SHUT_WR)
@@ -93,7 +93,7 @@ def test_handshake_and_clock():
         assert speak(server, ask_time, end, ask_time) == [[(2, (1761955200).to_bytes(4, "big")), (2, b"\0")]]
 
 
-@pytest.mark.parametrize("keep", ["0", "1", "64"])  # all rows take more than 1 MiB, the other answers less
+@pytest.mark.parametrize("keep", ["0", "1", "64"])  # MiB; the answer with all rows is larger than 1 MiB, the others are smaller
 def test_kept_answers(keep, tmp_path):
     export, listing = ["select", "-u", "-e", "2147483647", ".,scale,continuous"], ["listnodes", "-r", "generated"]
     nodes = step("Domain", 1, "", below=step("Node", 0, BOTH))
@@ -106,7 +106,7 @@ def test_kept_answers(keep, tmp_path):
         assert [answer[1] for answer in before] == [before[0][1]] * 3 and "No. 1999" in str(before[0][1])
         rows, listed = ask(*export), ask(*listing)
         assert len(rows) == 20001 and len(listed) == 2000
-        assert ask(*export)[-9:] == rows[-9:] and ask(*listing) == listed  # the first rows go with the clock
+        assert ask(*export)[-9:] == rows[-9:] and ask(*listing) == listed  # the clock takes the first rows away
         ask("update", "generated.block000001,node001999", "longLabel=changed")
         assert ask(*listing) == [*listed[:-1], listed[-1].replace("Node No. 1999", "changed")]
         ask("-f", str(tmp_path / "row"), "insert", ".,scale,continuous")
@@ -122,16 +122,3 @@ def test_objects_on_demand():
         assert [len(text.encode()) for text in incidents] == [60] * 9
         lists = run(*server, *LOGIN, "listproperties", ".,large", "dependencies", "aliases", "gidList", "picture").out
         assert [line.count(",") for line in lists.splitlines()] == [9999, 10000, 9999, 0]  # an id set begins with one
-
-
-def test_present_of_its_own():
-    commands = [["select", "-u", "-i", "7"], ["select", "-u", "-m", "1", "-i", "7"], ["select", "-u", "Backbone.Routers,mainrouter"]]
-
-    def answers(now):
-        with sandbox("--now", str(now)) as server:
-            return [run(*server, *LOGIN, *command).out.splitlines() for command in commands]
-
-    ping, newest, log = answers(1761955200)
-    assert len(ping) == 8641 and len(log) == 121 and newest == [ping[0], ping[-1]]
-    assert ping[-1].startswith("1761954900,1761955200,") and all(int(row[:10]) < 1761955200 for row in log[1:])
-    assert answers(1761955200) == [ping, newest, log] and answers(1761955500)[0][1:-1] == ping[2:]

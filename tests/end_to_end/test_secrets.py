@@ -1,4 +1,4 @@
-"""What a run that is logged in still knows of the secrets that let it in: nothing, anywhere in its memory."""
+"""A run that is logged in holds no copy of its password or key in its memory."""
 
 import pathlib
 import re
@@ -13,11 +13,11 @@ from tool import SANITIZED, Run, linux
 PASSWORD = "swordfish-0123456789-abcdefghijklmnopqrstuvwxyz-ABCDEFGHIJKLMNO"
 KEY = bytes((7 * number + 3) % 256 for number in range(120))
 WORDS = [PASSWORD.encode(), KEY, KEY[::-1], KEY.hex().encode()]  # numbers lie in memory from the least byte up
-ASKED, FAILED = wire("74( 020100 A9( 020101 30( ) 30( ) ) )"), refusal(0, 12)  # short, so that they cover little
+ASKED, FAILED = wire("74( 020100 A9( 020101 30( ) 30( ) ) )"), refusal(0, 12)  # short, as they overwrite part of a buffer
 
 
 def memory(process):
-    """All that can be read of it; arguments and environment lie on the stack."""
+    """All readable memory; arguments and environment lie on the stack."""
     maps = re.findall(r"^(\w+)-(\w+) r(?!.*\[v)", (process / "maps").read_text(), re.MULTILINE)
     with open(process / "mem", "rb", 0) as file:
         for begin, end in maps:
@@ -26,7 +26,7 @@ def memory(process):
 
 
 def finds_nothing(peer, client):
-    """Looks for both halves of each word in the client, which waits for an answer."""
+    """Looks for both halves of each word in the memory of the client, which waits for an answer."""
     process, = [path.parent for path in pathlib.Path("/proc").glob("[0-9]*/cmdline")
                 if f"\0-p\0{peer.port}\0".encode() in path.read_bytes()]
     found = b"".join(memory(process))

@@ -1,4 +1,4 @@
-"""What is Windows' own: the console, files with its line ends, and its C library. The other tests run there as well."""
+"""The console and the line ends of Windows. The other end-to-end tests run there as well."""
 
 import re
 import time
@@ -9,8 +9,6 @@ from peer import Peer, closes, expects, sends
 from server import ACK, CLIENT_WANTS, LOGIN, OFFERS, caught
 from terminal import Terminal
 from tool import LAUNCHER, PATIENCE, Run, command_line, environment, printed, run, sandbox
-
-NO_PASSWORD = caught("Error getting password")
 
 
 class Console(Terminal):
@@ -36,7 +34,7 @@ class Console(Terminal):
     ("ab\x7fc\r", "ac"), ("p" * 64 + "\r", None), ("p" * 200 + "\r", None),
 ])
 def test_password_prompt(tmp_path, typed, password):
-    """All streams lead elsewhere. Then the same console reads a word: it must show it, and have kept nothing of the password."""
+    """With all streams redirected. Behind it the same console reads a word, which shows that the echo is back and no input left."""
     named = string("anna")
     message = None if password is None else constructed(0x70, string("."), named, string("Morvex Tool"), string(password))
     steps = None if message is None else [expects(CLIENT_WANTS), sends(OFFERS), expects(ACK + message), closes]
@@ -52,7 +50,7 @@ def test_password_prompt(tmp_path, typed, password):
                 pass
             screen = console.screen()
     result = Run(code, *[printed((tmp_path / name).read_bytes()) for name in ("out", "err")])
-    assert result == (NO_PASSWORD if password is None else caught("Wrong username / password"))
+    assert result == caught("Error getting password" if password is None else "Wrong username / password")
     assert screen.rstrip("\n") == "Password: \nNext: word\n[word]"
 
 

@@ -6,7 +6,7 @@ import socket
 import struct
 import threading
 
-PATIENCE = 120  # seconds without a byte from the client; running out of it is a failure, never an expectation
+PATIENCE = 120  # seconds without a byte from the client; a longer silence fails the test
 
 
 def expects(data):
@@ -90,6 +90,6 @@ class Peer:
         try:
             data = client.recv(count)
         except ConnectionError:
-            data = b""  # the end of a client that had not read everything
+            data = b""  # a client that ends with unread data resets the connection
         self.received += data
         return data

@@ -19,7 +19,7 @@ RUN = 'exec "$0" "$@"'  # the line of shell that starts a program and does nothi
 PATIENCE = 300 if SANITIZED else 90  # seconds; a run that takes longer has failed
 
 
-SYSTEM_TEXTS = {  # what Windows says, as Wine has it, and Linux's words for the same
+SYSTEM_TEXTS = {  # the texts of Wine, and those of Linux
     "Connection reset by peer. (10054)": "Connection reset by peer (104)",
     "Connection refused. (10061)": "Connection refused (111)",
 }

@@ -24,7 +24,7 @@ Property prop(std::uint32_t typeWord, const Value& value) {
 }
 Property prop(std::uint32_t typeWord, const char* value) { return prop(typeWord, std::string(value)); }
 
-// A value of another class than the codec makes for the type.
+// A value whose class does not fit its type.
 template <class Prop>
 Property odd(std::uint32_t typeWord) {
   Property property;
@@ -33,7 +33,7 @@ Property odd(std::uint32_t typeWord) {
   return property;
 }
 
-// For each of = > < >= <= != whether it holds, or "!" for a fault, whose text comes behind.
+// One letter for each of = > < >= <= !=: y, n, or "!" for a fault. The text of the fault follows.
 std::string outcome(const Property& left, const Property& right) {
   std::string answers, fault;
   for (int op = 0; op < 6; ++op) {

@@ -38,7 +38,7 @@ std::string refusalOf(const Property& property, std::uint32_t wanted, const Valu
   return "nothing thrown";
 }
 
-// The other types pass through the commands.
+// Commands read and write the other types.
 TEST(PropertyCodec, ReadsWhatNoCommandDoes) {
   expectReads(encoded(tql::kLob, Bytes{7}), Bytes{7});
   expectReads(encoded(tql::kDate, -7), std::int64_t{-7});
