@@ -19,7 +19,7 @@ TerminalOutcome take(std::string_view text) noexcept {
   return g_outcome;
 }
 
-// Started in an hour, so that the clock has no part in it.
+// Starts one hour ahead of the clock, so that the clock has no effect.
 struct Progress : testing::Test {
   Progress() {
     g_traffic = {};

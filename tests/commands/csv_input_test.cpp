@@ -21,7 +21,7 @@ using Random = std::mt19937_64;
 
 const TimeZone kGreenwich(0);
 
-// What select -u prints of the lines that were read, or the fault.
+// The lines as select -u prints them again, or the fault.
 template <class Record>
 std::string readBack(const std::string& lines) try {
   TextInput input(lines);
@@ -38,26 +38,6 @@ std::string readBack(const std::string& lines) try {
   return "a time that is too short";
 }
 
-TEST(CsvInput, TimesAreSecondsOrFixedPositions) {
-  Calendar calendar(kGreenwich);
-  const auto parse = [&](const char* text) { return parseCsvTime(text, calendar); };
-  EXPECT_EQ(parse("4294967295"), -1);
-  EXPECT_EQ(parse("2003-03-25 00:25:03"), 1048551903);
-  EXPECT_EQ(parse("2003x03/25T00.25 03 etc."), 1048551903);
-  EXPECT_EQ(parse("2003-03-25 00:25:"), 1048551900);
-  EXPECT_EQ(parse("2003-02-31 00:25:61"), 1046651161);
-  EXPECT_EQ(parse("2038-01-19 03:14:07"), 2147483647);
-  for (const char* text : {"2003-13-25 00:25:03", "2003-00-25 00:25:03", "2003-03-00 00:25:03",
-                           "2003-03-25 24:25:03", "2003-03-25 00:60:03", "1899-03-25 00:25:03"}) {
-    EXPECT_EQ(parse(text), 0) << text;
-  }
-  EXPECT_EQ(textOf<error::EParseError>([&] { parse("2038-01-19 03:14:08"); }),
-            R"(Error parsing: "2038-01-19 03:14:08")");
-  EXPECT_THROW(parse("1901-12-13 20:45:51"), error::Exception);  // some C libraries refuse it themselves
-  EXPECT_EQ(textOf<error::EParseError>([&] { parse("2003-03-25 0x:25:03"); }), R"(Error parsing: "0x")");
-  EXPECT_THROW(parse("2003-03-25 00:25"), std::out_of_range);
-}
-
 TEST(CsvOutput, ATimeThatFailedIsNotTheLastOne) {
   TimeText times(std::string(kDefaultTimeFormat), kGreenwich);
   char room[TimeText::kRoom];
@@ -67,7 +47,7 @@ TEST(CsvOutput, ATimeThatFailedIsNotTheLastOne) {
   }
 }
 
-// A few characters are taken out of the line, put in or replaced.
+// The line with a few characters removed, inserted or replaced.
 std::string spoilt(std::string line, Random& random) {
   constexpr std::string_view kCharacters = "0123456789.,,-+eE: x\"\r";
   for (std::uint64_t i = random() % 4; i > 0; --i) {
@@ -78,7 +58,7 @@ std::string spoilt(std::string line, Random& random) {
   return line;
 }
 
-// Empty columns are none, and send the line the long way.
+// An empty column is ignored, but a line with one is cut apart before it is read.
 TEST(CsvInput, LinesMeanTheSameTheShortWayAndTheLong) {
   Random random(1);
   for (int i = 0; i < 4000; ++i) {

@@ -8,7 +8,7 @@
 
 namespace morvex {
 
-// Keeps what is printed.
+// Keeps the printed text.
 class TextOutput final : public Output {
  public:
   const std::string& text() { return flush(), text_; }

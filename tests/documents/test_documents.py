@@ -3,7 +3,7 @@
 A ```console block holds commands and their exact output. A command begins with "$ ", and continues in the next line after a
 backslash or "|". A line of "..." alone matches any lines. For a command that ends in "&", the test waits for the output. The
 commands of a document run in order, in one bash and one folder of their own. A block of any other kind with "file=NAME"
-after its language defines that file. ```sh holds commands that are not run here; each stands in RUN_ELSEWHERE. ```text holds
+after its language defines that file. ```sh holds commands that build, install or test, which are not run here. ```text holds
 no commands. A comment "columns 1 2 of FILE: PATTERN" before a table means: these columns are, in order, the groups of all
 matches of the pattern in the file.
 """
@@ -24,39 +24,8 @@ DOCUMENTS = {str(path.relative_to(ROOT)): path.read_text() for path in [*ROOT.gl
 PATIENCE = 60  # seconds for a command
 PORT = 3241    # in the documents
 
-RUN_ELSEWHERE = {
-    "scripts/demo": "by scripts/test",
-    "scripts/test": "is what runs this",
-    "scripts/bench": "takes minutes",
-    "scripts/bench 'select|insert'": "takes minutes",
-    "scripts/bench --markdown": "takes minutes",
-    "cmake --preset release && cmake --build --preset release": "by scripts/test",
-    "cmake --preset windows && cmake --build --preset windows": "by scripts/test-windows",
-    "PATH=$PWD/build/release/bin:$PATH": "is set for all commands",
-    "cmake --preset dev && cmake --build --preset dev": "by scripts/test",
-    "ctest --test-dir build/dev --output-on-failure": "is what runs this",
-    "build/dev/bin/query_test --gtest_filter='Parser.*'": "by scripts/test, with all others",
-    "PYTEST_ADDOPTS='-k test_listing' ctest --test-dir build/dev -R end_to_end --output-on-failure": "by scripts/test, the same",
-    "scripts/fuzz 60 tql": "takes minutes",
-    "cmake --preset release -D MORVEX_BENCH=ON && cmake --build --preset release": "by scripts/bench",
-    "build/release/bin/morvex-bench --benchmark_filter=parse": "by scripts/bench, with all others",
-    "scripts/mutate tql/lexer": "takes minutes",
-    "git ls-files '*.h' '*.cpp' | xargs clang-format -i": "changes the sources",
-    "sudo apt install ./morvex-tool_*.deb": "by scripts/test-packages",
-    "cmake -S /usr/share/doc/libmorvex-dev/examples -B build && cmake --build build": "by scripts/test-packages",
-    "g++ -std=c++20 -O2 export_check.cpp $(pkg-config --cflags --libs morvex) -o export_check": "by scripts/test-packages",
-    "sudo install -m 755 morvex-export /usr/local/sbin/": "changes the system",
-    "sudo install -d -m 700 /etc/morvex": "changes the system",
-    "sudo install -m 600 password /etc/morvex/": "changes the system",
-    "sudo install -m 644 morvex-export.service morvex-export.timer /etc/systemd/system/": "changes the system",
-    "sudo systemctl daemon-reload": "changes the system",
-    "sudo systemctl enable --now morvex-export.timer": "changes the system",
-    "sudo systemctl start morvex-export.service": "changes the system",
-}
-
-
 def blocks(text):
-    """The blocks between fences: the language, the file's name if any, and the lines."""
+    """The language, the name of the file if any, and the lines of each block."""
     for block in re.finditer(r"^```(\w*)(?: file=(\S+))?\n(.*?)^```$", text, re.MULTILINE | re.DOTALL):
         yield block[1], block[2], block[3].splitlines()
 
@@ -80,7 +49,7 @@ def fits(expected, printed):
 
 
 class Shell:
-    """A bash in the folder, in which the programs go by their names, on a port of its own."""
+    """A bash in the folder. It finds the programs by their names; they use a port of its own."""
 
     def __init__(self, folder):
         self.reserved = socket.socket()  # bound, never listening: only a socket with SO_REUSEADDR gets the port
@@ -98,7 +67,7 @@ class Shell:
                 '(exit $status); eval "$command"; status=$?; printf "\\036"; done')
         env = {"PATH": f"{folder}/bin:{os.environ['MORVEX_EXAMPLES']}:{os.environ['PATH']}", "HOME": str(folder / "work"), "LC_ALL": "C.UTF-8",
                "TZ": "Asia/Kolkata"}  # a document that needs another zone sets it
-        env |= {name: os.environ[name] for name in {*os.environ} & {"LLVM_PROFILE_FILE"}}  # else coverage goes to the folder
+        env |= {name: os.environ[name] for name in {*os.environ} & {"LLVM_PROFILE_FILE"}}  # where the coverage build writes
         self.process = subprocess.Popen(["bash", "-c", loop], cwd=folder / "work", env=env, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, pass_fds=[source],
                                         start_new_session=True)
@@ -150,7 +119,7 @@ def test_no_command_stands_elsewhere(name):
         assert file or language in ("console", "sh", "text"), lines
         ours = [line for line in lines if re.match(r"(\$ |sudo |build/\S*/)?(morvex-|scripts/|cmake |apt)", line)]
         assert file or language != "text" or not ours
-        assert language != "sh" or file or {re.sub(r"\s+# .*", "", line) for line in lines} <= {*RUN_ELSEWHERE}, lines
+        assert language != "sh" or file or not any(line.startswith("morvex-") for line in lines), lines
     prose = re.sub(r"^```.*?^```$", "", DOCUMENTS[name], flags=re.MULTILINE | re.DOTALL)
     assert "```" not in prose and not re.search(r"\n\n {4}", prose), "a block that is not fenced"
     assert not re.findall(r"`morvex-\w+ [^`]*`", prose), "a command line outside a block"
@@ -168,8 +137,10 @@ def test_what_is_named_is_there(name):
     for target, anchor in re.findall(r"\]\((?!\w+:)([^)#]*)#?([^)]*)\)", DOCUMENTS[name]):
         assert (folder / target).exists(), target
         assert not anchor or anchor in anchors((folder / target if target else ROOT / name).read_text()), anchor
-    for path in re.findall(r"`((?:bench|docs|examples|fuzz|man|sandbox|scripts|src|tests)/[\w./-]*)", DOCUMENTS[name]):
+    for path in re.findall(r"[`\n]((?:bench|docs|examples|fuzz|man|sandbox|scripts|src|tests)/[\w./-]*)", DOCUMENTS[name]):
         assert (ROOT / path).exists(), path
+    for preset in re.findall(r"cmake --preset (\w+)", DOCUMENTS[name]):
+        assert f'"name": "{preset}"' in (ROOT / "CMakePresets.json").read_text(), preset
 
 
 def test_every_document_is_in_the_index():

@@ -1,10 +1,4 @@
-import pathlib
-import sys
-
 import pytest
-
-sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
-
 from server import LOGIN
 from tool import WINDOWS, Run, run, sandbox
 
@@ -12,7 +6,7 @@ collect_ignore = [] if WINDOWS else ["test_windows.py"]
 
 
 def pytest_make_parametrize_id(val):
-    """Short: a name reaches the environment of each run, and some rows hold megabytes."""
+    """Short, as pytest puts the name into the environment of each run, and some rows hold megabytes."""
     return getattr(val, "__name__", repr(val)[:40])
 
 
@@ -22,10 +16,14 @@ def server():
         yield options
 
 
-@pytest.fixture(scope="module")
-def ask(server):
+def asks(server):
     def lines(*args, **options):
         result = run(*server, *LOGIN, *args, **options)
         assert result == Run(0, result.out, ""), args
         return result.out.splitlines()
     return lines
+
+
+@pytest.fixture(scope="module")
+def ask(server):
+    return asks(server)

@@ -1,4 +1,4 @@
-"""Requests to the byte, canned answers to them, and what the program prints, whatever it is sent."""
+"""Requests to the byte, and the output of the program for canned answers, good and bad."""
 
 import subprocess
 
@@ -101,7 +101,7 @@ def test_very_long_path():
 
 
 def test_very_long_filter(server):
-    terms = '0"' + "&a=1" * (7500 if WINDOWS else 30000) + '&id="0'  # one argument of the command line holds no more
+    terms = '0"' + "&a=1" * (7500 if WINDOWS else 30000) + '&id="0'  # the longest argument of a command line
     assert run(*server, *LOGIN, "listdomains", "-i", terms) == caught(f'No Domain found that matches "{terms}"')
 
 
@@ -116,7 +116,7 @@ WRITTEN_NAN = interval(0xA3, integers(1, 2), wire("090160"), real("inf"), real("
 NOTE = incident(5, "0A00", "a")
 SERIES, ENUMS, INCIDENTS = "Begin,End,Min,Avg,Max,ngood,nbad\n", "Begin,End,Mask,ngood,nbad\n", "Time,Severity,Text\n"
 UNKNOWN = "Data of unknown type\n"
-EXPORT_42 = selected(0, thing("Domain", "root", "", thing("DomainExport", "42", "out")))  # of no part of a path
+EXPORT_42 = selected(0, thing("Domain", "root", "", thing("DomainExport", "42", "out")))  # a class without a part in paths
 ENUM_ROW = "300,400,4294967295,7,8\n"
 
 
@@ -184,34 +184,20 @@ def test_time_zones(zone):
 
 TO_LIST = "75( 020101 A6( 020103 30( "
 IN_LIST = ", BerReader: Response:2, GetDataResp:2, ListOfDataInterval:1"
-TO_NOTE, IN_NOTE = TO_LIST + "30( A1( ", IN_LIST + ", DataInterval:1, DataIntervalIncident:"
-TO_REAL = TO_LIST + "30( A5( 020100 020100 "
-RANGE = "data out of range in BerIntegerTemplate"
+TO_TEXT = TO_LIST + "30( A1( 020100 0A00 "
 
 
 @pytest.mark.parametrize("answer, message", [
     ("74( 020101 A5( 020100 ) )", "Wrong type. Expected Response"), ("62( )", "Wrong type. Expected Response"),
     ("75( 020101 AA( 30( ) 30( ) ) )", "Wrong type in GetData::decode."), ("A880", "Unknown tag 69, BerReader: "),
-    ("75( 020101 A480", "Unexpected tag 37 received in Union Response.this->resp, BerReader: Response:2"),
-    ("75( 02014D 3080", "Unexpected tag 129 received in Union Response.this->resp, BerReader: Response:2"),
-    ("75( 0500", "Tag mismatch, got 40 expected BE_INTEGER, BerReader: Response:1"),
-    ("75( 0201FF", RANGE + "<int>::readDone 0 <= -1 <= 2147483647"), ("75( 020101 )", "Got to few fields of constructed value"),
-    ("75( 020101 A6( 020112", RANGE + "<int>::readDone 0 <= 18 <= 17"),
-    ("75( 020101 A6( 020100 0400", "Tag mismatch, got 32 expected BE_SEQ_CURRENT, BerReader: Response:2, GetDataResp:2"),
-    (TO_LIST + "0400", "Tag mismatch, got 32 expected BE_DATA_INTERVAL_CURRENT" + IN_LIST),
+    ("75( 0201FF", "data out of range in BerIntegerTemplate<int>::readDone 0 <= -1 <= 2147483647"),
     (TO_LIST + "30( A680", "Unexpected tag 53 received in Union DataInterval.this->data" + IN_LIST + ", DataInterval:1"),
-    (TO_NOTE + "0900", "Tag mismatch, got 72 expected BE_INTEGER" + IN_NOTE + "1"),
-    (TO_NOTE + "020100 020100", "Tag mismatch, got 16 expected BE_ENUMERATED" + IN_NOTE + "2"),
-    (TO_NOTE + "020100 0A00 1600", "Tag mismatch, got 176 expected BE_STRING_CURRENT" + IN_NOTE + "3"),
-    (TO_NOTE + "020100 0A05", "Data value exceeds maximum allowed length 5 > 4"),
-    (TO_NOTE + "020100 0A00 0484FFFFFFFF", "String exceeds allowed length 4294967295 > 65536"),
-    (TO_NOTE + "020100 0A00 0483010001", "String exceeds allowed length 65537 > 65536"),
-    (TO_NOTE + "020100 0A00 0485", "Length field too long"), (TO_LIST + "30( A4( 020100 020100 02050100000000", RANGE),
-    (TO_REAL + "09020078", "Parse error in real number"), (TO_REAL + "090142", "Unsupported real number format revceived"),
-    (TO_REAL + "093D", "Data value exceeds maximum allowed length 61 > 60"),
+    (TO_TEXT + "1600", f"Tag mismatch, got 176 expected BE_STRING_CURRENT{IN_LIST}, DataInterval:1, DataIntervalIncident:3"),
+    (TO_TEXT + "0484FFFFFFFF", "String exceeds allowed length 4294967295 > 65536"), (TO_TEXT + "0485", "Length field too long"),
+    (TO_LIST + "30( A5( 020100 020100 093D", "Data value exceeds maximum allowed length 61 > 60"),
 ])
 def test_hostile_answers(answer, message):
-    limit = "unlimited" if SANITIZED or WINDOWS else "524288"  # KiB; an announced length must not become an allocation
+    limit = "unlimited" if SANITIZED or WINDOWS else "524288"  # KiB; the program must not allocate announced lengths
     steps = [*SELECT_STEPS, sends(wire(answer))]
     assert session(SELECT, *steps, shell=f'ulimit -v {limit}; exec "$0" "$@"') == caught(message)
 

@@ -1,4 +1,4 @@
-"""What a run that is logged in still knows of the secrets that let it in: nothing, anywhere in its memory."""
+"""A run that is logged in holds no copy of its password or key in its memory."""
 
 import pathlib
 import re
@@ -7,16 +7,17 @@ import pytest
 from ber import constructed, primitive, string, wire
 from peer import Peer, expects, sends
 from server import ACK, CLIENT_WANTS, NEW_SESSION_RESP, OFFERS, refusal
-from tool import SANITIZED, Run, linux, run, run_on_terminal
+from terminal import Terminal
+from tool import SANITIZED, Run, linux
 
 PASSWORD = "swordfish-0123456789-abcdefghijklmnopqrstuvwxyz-ABCDEFGHIJKLMNO"
 KEY = bytes((7 * number + 3) % 256 for number in range(120))
 WORDS = [PASSWORD.encode(), KEY, KEY[::-1], KEY.hex().encode()]  # numbers lie in memory from the least byte up
-ASKED, FAILED = wire("74( 020100 A9( 020101 30( ) 30( ) ) )"), refusal(0, 12)  # short, so that they cover little
+ASKED, FAILED = wire("74( 020100 A9( 020101 30( ) 30( ) ) )"), refusal(0, 12)  # short, as they overwrite part of a buffer
 
 
 def memory(process):
-    """All that can be read of it; arguments and environment lie on the stack."""
+    """All readable memory; arguments and environment lie on the stack."""
     maps = re.findall(r"^(\w+)-(\w+) r(?!.*\[v)", (process / "maps").read_text(), re.MULTILINE)
     with open(process / "mem", "rb", 0) as file:
         for begin, end in maps:
@@ -25,7 +26,7 @@ def memory(process):
 
 
 def finds_nothing(peer, client):
-    """Looks for both halves of each word in the client, which waits for an answer."""
+    """Looks for both halves of each word in the memory of the client, which waits for an answer."""
     process, = [path.parent for path in pathlib.Path("/proc").glob("[0-9]*/cmdline")
                 if f"\0-p\0{peer.port}\0".encode() in path.read_bytes()]
     found = b"".join(memory(process))
@@ -43,7 +44,10 @@ def finds_nothing(peer, client):
 ], ids=["prompt", "password", "key"])
 def test_nothing_is_kept_of_the_secrets(options, message):
     with Peer([expects(CLIENT_WANTS), sends(OFFERS), expects(ACK + message), sends(NEW_SESSION_RESP), expects(ASKED),
-               finds_nothing, sends(FAILED)]) as peer:
+               finds_nothing, sends(FAILED)]) as peer, Terminal() as terminal:
         args = ["-s", "127.0.0.1", "-p", str(peer.port), *options, "lm"]
-        result = run(*args) if len(options) > 2 or "-S" in options else run_on_terminal(PASSWORD + "\r", *args)[0]
-    assert result == Run(0, "", "Error getting Morvex server metrics\n")
+        terminal.run(*args)
+        if "-P" not in options and "-S" not in options:
+            terminal.prompts()
+            terminal.type(PASSWORD + "\r")
+        assert terminal.result() == Run(0, "", "Error getting Morvex server metrics\n")

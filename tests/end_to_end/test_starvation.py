@@ -1,4 +1,4 @@
-"""A system that fails: no memory, no room for output, calls that are interrupted or refused."""
+"""Runs in a system without memory or without room for output, or whose calls are interrupted or refused."""
 
 import os
 import sys
@@ -8,7 +8,7 @@ import pytest
 from server import LOGIN, caught
 from tool import SANITIZED, WINDOWS, Run, faulty, linux, run, sandbox
 
-STRIDE = 1 if os.environ.get("MORVEX_EVERY") == "1" else 5  # the long form leaves nothing out
+STRIDE = 1 if os.environ.get("MORVEX_EVERY") == "1" else 5  # the long form refuses every allocation
 UNKNOWN, NO_ZONE = "Caught unknown exception.\n", "Caught error: Couldn't set TZ environment variable\n"
 preloaded = linux("named pipes, and faults from a preloaded library")
 unsanitized = pytest.mark.skipif(SANITIZED, reason="the sanitizers bring an allocator and system calls of their own")
@@ -54,7 +54,7 @@ def test_output_refused(small, tmp_path, args):
     ways = [([], "", ">/dev/full", FULL)]
     if args in TO_FILES:
         ways += [(["-f", "/dev/full"], "", "", FULL), (["-f", "-"], "", ">/dev/full", FULL), (["-f", ""], "", ">/dev/full", FULL)]
-    if not WINDOWS:  # Wine's server hangs at a start with closed streams
+    if not WINDOWS:  # the server of Wine hangs if a program starts with closed streams
         ways += [([], "", ">&-", CLOSED), ([], "", "<&- >&- 2>&-", Run(1, "", "")),
                  ([], "ulimit -f 0;", f">{tmp_path}/out", TOO_LARGE)]
         ways += [(["-f", f"{tmp_path}/out"], "ulimit -f 0;", "", TOO_LARGE)] * (args in TO_FILES)

@@ -1,4 +1,4 @@
-"""Command lines that the program answers alone, without a connection."""
+"""Command lines that the program refuses or answers without a connection."""
 
 import pathlib
 
@@ -16,7 +16,7 @@ ORDER = "endtime must be higher than starttime"
 
 
 def alone(*args):
-    """Runs the program beside a server that must see nothing of it."""
+    """Runs the program with the address of a server; it must not connect."""
     with Peer(None) as peer:
         return run("-s", "127.0.0.1", "-p", str(peer.port), *args)
 

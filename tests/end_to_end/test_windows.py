@@ -1,57 +1,32 @@
-"""What is Windows' own: the console, files with its line ends, and its C library. The other tests run there as well."""
+"""The console and the line ends of Windows. The other end-to-end tests run there as well."""
 
-import fcntl
-import os
-import pty
 import re
-import select
-import subprocess
-import termios
 import time
 
 import pytest
-from ber import constructed, integers, string
+from ber import constructed, string
 from peer import Peer, closes, expects, sends
-from server import ACK, CHECK_42, CLIENT_WANTS, GET_DATA, LOOKUP_42, LOGIN, OFFERS, caught, data, incident, interval, session
+from server import ACK, CLIENT_WANTS, LOGIN, OFFERS, caught
+from terminal import Terminal
 from tool import LAUNCHER, PATIENCE, Run, command_line, environment, printed, run, sandbox
 
-NO_PASSWORD = caught("Error getting password")
 
-
-class Console:
-    """A console of Windows, drawn on a terminal. What it shows is told without the terminal's control sequences."""
-
-    def __init__(self, line, folder):
-        self.keyboard, self.terminal = pty.openpty()
-        take = lambda: fcntl.ioctl(self.terminal, termios.TIOCSCTTY, 0)
-        self.shown, self.process = b"", subprocess.Popen(
-            [LAUNCHER, "cmd.exe", "/v:on", "/c", line], cwd=folder, env=environment("UTC") | {"TERM": "xterm"}, preexec_fn=take,
-            start_new_session=True, stdin=self.terminal, stdout=self.terminal, stderr=self.terminal)
+class Console(Terminal):
+    """A console of Windows, which Wine draws on a terminal."""
 
     def screen(self):
+        """The text without control sequences."""
         plain = re.sub(rb"\x1b\[(\d*)C", lambda match: b" " * int(match[1] or 1), self.shown)
         return re.sub(rb"\x1b\[[?\d;]*[A-Za-z]|\r", b"", plain).decode()
 
-    def type(self, prompt, keys):
-        """Types as soon as the prompt stands and the console reads, which it shows by taking the terminal's echo off."""
+    def answer(self, prompt, keys):
+        """Types behind the prompt, once the console reads: it then switches the terminal's echo off."""
+        self.until(lambda: self.screen().endswith(prompt))
         end = time.monotonic() + PATIENCE
-        while not self.screen().endswith(prompt) or termios.tcgetattr(self.terminal)[3] & termios.ECHO:
-            assert time.monotonic() < end, f"no prompt, only {self.shown}"
-            self.take(0.01)
-        os.write(self.keyboard, keys.encode())
-
-    def take(self, patience):
-        while select.select([self.keyboard], [], [], patience)[0]:
-            self.shown += os.read(self.keyboard, 65536)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *failure):
-        self.process.kill()
-        self.process.wait()
-        os.close(self.keyboard)
-        os.close(self.terminal)
+        while self.echoes():
+            assert time.monotonic() < end, "no console reads"
+            self.read(0.01)
+        self.type(keys)
 
 
 @pytest.mark.parametrize("typed, password", [
@@ -59,72 +34,40 @@ class Console:
     ("ab\x7fc\r", "ac"), ("p" * 64 + "\r", None), ("p" * 200 + "\r", None),
 ])
 def test_password_prompt(tmp_path, typed, password):
-    """All streams lead elsewhere. Then the same console reads a word: it must show it, and have kept nothing of the password."""
+    """With all streams redirected. Behind it the same console reads a word, which shows that the echo is back and no input left."""
     named = string("anna")
     message = None if password is None else constructed(0x70, string("."), named, string("Morvex Tool"), string(password))
     steps = None if message is None else [expects(CLIENT_WANTS), sends(OFFERS), expects(ACK + message), closes]
     with Peer(steps) as peer:
         command = command_line(["-s", "127.0.0.1", "-p", str(peer.port), "-l", "anna", "listdomains", "."])
         line = f"{command} <nul >out 2>err& set code=!errorlevel!& set /p word=Next: & echo [!word!]& exit !code!"
-        with Console(line, tmp_path) as console:
-            console.type("Password: ", typed)
-            console.type("Next: ", "word\r")
+        with Console() as console:
+            console.start([LAUNCHER, "cmd.exe", "/v:on", "/c", line], cwd=tmp_path, env=environment("UTC") | {"TERM": "xterm"})
+            console.answer("Password: ", typed)
+            console.answer("Next: ", "word\r")
             code = console.process.wait(PATIENCE)
-            console.take(0.1)
+            while console.read(0.1):
+                pass
             screen = console.screen()
     result = Run(code, *[printed((tmp_path / name).read_bytes()) for name in ("out", "err")])
-    assert result == (NO_PASSWORD if password is None else caught("Wrong username / password"))
+    assert result == caught("Error getting password" if password is None else "Wrong username / password")
     assert screen.rstrip("\n") == "Password: \nNext: word\n[word]"
 
 
-HEAD, ENUM, ROW = "Begin,End,Mask,ngood,nbad\n", interval(0xA4, integers(1, 2, 3, 4, 5)), "1,2,3,4,5\n"
-READS = [expects(LOOKUP_42), sends(CHECK_42), expects(GET_DATA)]
-SELECT = "select -b 100 -e 1000 -i 42".split()
-
-
-def test_line_ends_of_a_file(tmp_path):
-    """Those of an export are the system's, and an import takes either."""
-    file, rows = tmp_path / "größe.csv", lambda end, count: "".join(f"{at},{at + 1},1,2,{count}{end}" for at in range(5, 9000, 5))
+def test_files(tmp_path):
+    """An export has the line ends of the system, and an import takes both kinds. A name may have any letters."""
+    file, head = tmp_path / "größe.csv", "Begin,End,Mask,ngood,nbad"
     with sandbox("--rows", "3") as server:
-        ask = lambda *args, **options: run(*server, *LOGIN, *args, **options)
-        export, insert = "select -u -b 1 -e 9999 .,scale,enum".split(), ["insert", ".,scale,enum"]
         for count, end in enumerate(("\n", "\r\n")):
-            file.write_bytes((HEAD + rows(end, count)).encode())
-            assert ask("-f", str(file), *insert) == ask("-f", str(file), *export) == Run(0, "", "")
-            assert file.read_bytes() == (HEAD + rows("\n", count)).replace("\n", "\r\n").encode()
-            file.write_bytes((HEAD + rows(end, count + 5)).encode())
-            with open(file, "rb") as stream:
-                assert ask(*insert, stdin=stream) == Run(0, "", "")
-            assert ask(*export) == Run(0, HEAD + rows("\n", count + 5), "")
+            lines = [head, *[f"{at},{at + 1},1,2,{count}" for at in range(5, 9000, 5)], ""]
+            file.write_bytes(end.join(lines).encode())
+            for args in ("insert .,scale,enum", "select -u -b 1 -e 9999 .,scale,enum"):
+                assert run(*server, *LOGIN, "-f", str(file), *args.split()) == Run(0, "", "")
+            assert file.read_bytes() == "\r\n".join(lines).encode()
 
 
-@pytest.mark.parametrize("form", [
-    "%s|%F %T|%D %R|%r", "%Y %C %y|%G-W%V-%u|%g %U %W %w|%j|%m %d %e", "%H %I %k %l %M %S %p %P|%n%t%%|%z", "%A %a|%B %b %h|%c|%x|%X",
-    "%-d %_m %010Y %^a %#p %#B", "%Ey %Od %Q %&", "%", "a%", "%E", "*",
-])
-def test_formats(form):
-    """Those that the C library there does not know as well: what Linux makes of them is the measure."""
-    times = [5, 951782400, 1104537599, 1230768000, 2147483647]
-    steps = [*READS, sends(data(1, *[incident(at, "0A00", "a") for at in times]))]
-    lines = [time.strftime(form, time.gmtime(at)) + ',0,"a"\n' for at in times]
-    assert session([*SELECT, "-t", form], *steps) == Run(0, "Time,Severity,Text\n" + "".join(lines), "")
-
-
-@pytest.mark.parametrize("text, fields", [
-    ("1900-01-01-T00:00:00", "s:0m:0h:0md:1mo:0yr:0"), ("1969-12-31-T23:59:59", "s:59m:59h:23md:31mo:11yr:69")])
-def test_times_before_1970(text, fields):
-    assert run(*LOGIN, "select", "-b", text, ".") == caught(f"Couldn't compose time from tm: ({fields}wd:0yd:0i:-1")
-
-
-@pytest.mark.parametrize("lines, result", [
-    (ROW + "1,2,3,4,\x1a\n" + ROW, caught(r'Error parsing: "\032"')), ("\x1a\n" + ROW, caught(
-        "In line 2: number of fields not 5 as it should be for enum")),
-])
-def test_end_of_file_mark(tmp_path, lines, result):
-    """Ctrl+Z ends no file: what stands behind it is not left out."""
-    (tmp_path / "rows").write_bytes(("header\n" + lines).encode())
-    with sandbox("--rows", "3") as server:
-        command = [*server, *LOGIN, "insert", ".,scale,enum"]
-        assert run(*command[:-2], "-f", str(tmp_path / "rows"), *command[-2:]) == result
-        with open(tmp_path / "rows", "rb") as stream:
-            assert run(*command, stdin=stream) == result
+def test_end_of_file_mark(tmp_path):
+    """Ctrl+Z does not end the standard input."""
+    (tmp_path / "rows").write_bytes(b"header\n1,2,3,4,5\n1,2,3,4,\x1a\n1,2,3,4,5\n")
+    with sandbox("--rows", "3") as server, open(tmp_path / "rows", "rb") as stream:
+        assert run(*server, *LOGIN, "insert", ".,scale,enum", stdin=stream) == caught(r'Error parsing: "\032"')

@@ -3,12 +3,8 @@
 import os
 import pathlib
 import subprocess
-import sys
 
 import pytest
-
-sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
-
 from ber import integers, real, wire
 from peer import Peer, closes, expects, sends
 from server import (ACK, CHECK_42, CLIENT_WANTS, END_OF_STREAM, GET_DATA, LOOKUP_ROOT, NEW_SESSION_RESP, OFFERS, data, interval,

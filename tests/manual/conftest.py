@@ -1,10 +1,4 @@
-import pathlib
-import sys
-
 import pytest
-
-sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
-
 from probes import Probes
 from shells import SHELLS, Shell
 from tool import sandbox
@@ -28,6 +22,5 @@ def shell(request, tmp_path_factory):
     (home / ".ssh").mkdir()
     (home / ".ssh" / "known_hosts").write_text("noc1.example ssh-ed25519 AAAAC3NzaC1lZDI1NTE5\n")
     (home / "series of ping.csv").touch()
-    shell = Shell(request.param, home)
-    yield shell
-    shell.end()
+    with Shell(request.param, home) as shell:
+        yield shell

@@ -1,4 +1,4 @@
-"""What the programs really take, found out by asking them."""
+"""Finds the options and columns that the programs take, by trying them."""
 
 import os
 import pathlib
@@ -7,15 +7,15 @@ import string
 import subprocess
 
 from server import LOGIN
-from tool import TOOL, run
+from tool import run
 
 SOURCES = pathlib.Path(__file__).parents[2] / "src"
 SANDBOX = os.environ["MORVEX_SANDBOX"]
-NO_LOGIN = "Caught error: Error getting password\n"  # the end of a run whose usage is right: it has no terminal
+NO_LOGIN = "Caught error: Error getting password\n"  # a run with the right usage ends so, as it has no terminal
 
 
 class Probes:
-    """The tables of options: for each command word whether an option takes a value, by its letter. "" is in front of it."""
+    """For each command word its options, by letter, and whether they take a value. The word "" has the global options."""
 
     def __init__(self, server):
         self.server = server
@@ -28,30 +28,22 @@ class Probes:
             self.options[command] = {letter: takes for letter, takes in found.items() if takes is not None}
         self.columns = {command: {letter for letter in string.ascii_letters if self.runs(command, "-o", letter, ".")}
                         for command in self.commands if "o" in self.options[command]}
-        self.partners = {command: {letter: {other for other in options if self.excludes(command, letter, other)}
-                                   for letter in options} for command, options in self.options.items() if command}
 
     @staticmethod
     def runs(command, *args):
         return run("-l", "a", command, *args).err == NO_LOGIN
 
     def takes(self, command, letter):
-        """Whether the option takes a value; None if there is no such option."""
-        if command in ("monitormetrics", "mm"):  # what is no option is the name of a metric, and the server knows which
+        """Whether the option takes a value. None: there is no such option."""
+        if command in ("monitormetrics", "mm"):  # any other word is the name of a metric
             err = run(*self.server, *LOGIN, command, f"-{letter}", "none").err
             assert err in (f"Could not monitor: -{letter}\n", "Could not monitor: none\n")
             return False if "none" in err else None
         code, out, err = run(*(["-l", "a", command] if command else []), f"-{letter}")
-        if err == NO_LOGIN or f"Unknown option -{letter}\n" in err:  # taken for a path, or not looked at
+        if err == NO_LOGIN or f"Unknown option -{letter}\n" in err:  # it is a path, or is ignored
             return None
         assert code == 0 or re.search("No path|No command|Missing parameter", err), err
         return "Missing parameter" in err
-
-    def excludes(self, command, letter, other):
-        values = {"b": "1", "e": "2"}
-        words = [word for one in (letter, other)
-                 for word in [f"-{one}", *([values.get(one, "3")] if self.options[command][one] else [])]]
-        return letter != other and "Cannot use both" in run("-l", "a", command, *words).err
 
 
 def sandbox_options():

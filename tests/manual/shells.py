@@ -1,21 +1,18 @@
-"""Interactive shells on terminals of their own: what they offer when somebody types a line and the Tab key."""
+"""Interactive shells on terminals, and the words that they offer at the Tab key."""
 
 import fcntl
 import os
 import pathlib
-import pty
 import re
-import select
 import struct
-import subprocess
 import termios
 
-from tool import PATIENCE, take
+from terminal import Terminal
 
 COMPLETIONS = pathlib.Path(__file__).parents[2] / "completions"
 PROMPT, END = "@prompt@", "@end@"
 
-# A prompt that nobody types, a command that shows its arguments, and lists that are whole, a match on a line.
+# A prompt unlike any typed text; a command that shows its arguments; lists without paging, one match per line.
 BASH = f"""
 PS1={PROMPT}
 show() {{ printf '@word@%s\\n' "$@"; printf '@%s@\\n' end; }}
@@ -37,48 +34,38 @@ zmodload zsh/complist
 zstyle ':completion:*' verbose no
 zstyle ':completion:*:default' list-colors 'no=' 'sp=@' 'lc=@match@' 'rc=' 'ec=@\\n'
 """
-SHELLS = {  # how each is started, what it reads first, and the matches that it lists, on a screen behind the typed line
+SHELLS = {  # the command, the file that it reads first, and a pattern of the listed matches
     "bash": (["bash", "--noprofile", "--rcfile", "rc", "-i"], BASH, f"^([^@\n]+)$(?=[^@]*{PROMPT})"),
     "bash with its package": (["bash", "--noprofile", "--rcfile", "rc", "-i"], PACKAGE + BASH, f"^([^@\n]+)$(?=[^@]*{PROMPT})"),
     "zsh": (["zsh", "-d", "-i"], ZSH, "@match@([^@]+?) *@$"),
 }
 
 
-class Shell:
-    """Its home and current folder is the given one."""
+class Shell(Terminal):
+    """A shell with this folder as its home and current folder."""
 
     def __init__(self, name, home):
+        super().__init__()
         command, first, self.match = SHELLS[name]
         for file in ("rc", ".zshrc"):
             (home / file).write_text(first)
-        self.keyboard, terminal = pty.openpty()
-        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("4H", 500, 1000, 0, 0))
+        fcntl.ioctl(self.terminal, termios.TIOCSWINSZ, struct.pack("4H", 500, 1000, 0, 0))
         environment = {"PATH": os.environ["PATH"], "HOME": str(home), "HOSTFILE": str(home / "hosts"), "USER": "anna",
                        "LC_ALL": "C.UTF-8", "TZ": "UTC", "TERM": "dumb"}
-        self.process = subprocess.Popen(command, cwd=home, env=environment, stdin=terminal, stdout=terminal, stderr=terminal,
-                                        start_new_session=True, preexec_fn=lambda: take(terminal))
-        os.close(terminal)
-        self.screen = ""
-        self.until(PROMPT)
+        self.start(command, cwd=home, env=environment)
+        self.takes(PROMPT)
 
-    def until(self, end):
-        """What has appeared up to there, and takes it off."""
-        while end not in self.screen:
-            assert select.select([self.keyboard], [], [], PATIENCE)[0], f"no {end}, only {self.screen!r}"
-            self.screen += os.read(self.keyboard, 65536).decode(errors="replace").replace("\r", "")
-        text, self.screen = self.screen.split(end, 1)
-        return text
+    def takes(self, end):
+        """Takes the text up to there off the screen."""
+        self.until(lambda: end.encode() in self.shown)
+        text, self.shown = self.shown.split(end.encode(), 1)
+        return text.decode(errors="replace").replace("\r", "")
 
     def offers(self, line):
-        """What is listed at Tab, or else the word that Tab has completed."""
-        os.write(self.keyboard, f"{line}\t\1show \r".encode())
-        shown = self.until(END)
-        self.until(PROMPT)
-        before, behind = shown.split("\n", 1)
+        """The words that Tab lists, or else the word that it has completed."""
+        self.type(f"{line}\t\1show \r")
+        before, behind = self.takes(END).split("\n", 1)
+        self.takes(PROMPT)
         words = re.findall("^@word@(.*)$", behind, re.M)
         completed = {words[-1]} if words != line.split() else set()
         return set(re.findall(self.match, behind, re.M)) or completed
-
-    def end(self):
-        os.close(self.keyboard)
-        self.process.wait(PATIENCE)

@@ -1,4 +1,4 @@
-"""What shells offer behind each part of a command line, held against what the programs take."""
+"""Compares the words that shells offer in each part of a command line with those that the programs take."""
 
 import re
 import time
@@ -7,6 +7,7 @@ import pytest
 from probes import sandbox_options
 
 START = "morvex-tool -l anna"
+PARTNERS = {"n": "m", "m": "n", "t": "u", "u": "t"}  # options of select that exclude each other
 
 
 def dashed(letters):
@@ -23,8 +24,9 @@ def test_options(shell, probes):
         assert shell.offers(f"{line} -") == dashed(options), command
         for letter, takes_value in options.items():
             if letter == "h":
-                continue  # behind it there is nothing
-            left = dashed(options if again else {*options} - {letter} - probes.partners.get(command, {}).get(letter, set()))
+                continue  # nothing follows it
+            partner = PARTNERS.get(letter) if command == "select" else None
+            left = dashed(options if again else {*options} - {letter, partner})
             assert shell.offers(f"{line} -{letter}{' 1' * takes_value} -") == left, (command, letter)
             assert not takes_value or shell.offers(f"{line} -{letter} -") == set(), (command, letter)
 
@@ -36,12 +38,10 @@ def test_columns(shell, probes):
 
 
 def test_times(shell):
-    days = {time.strftime("%Y-%m-%d", time.gmtime())}
     for option in "be":
-        offers = shell.offers(f"{START} select -{option} ")
-        days.add(time.strftime("%Y-%m-%d", time.gmtime()))  # which may be another by now
-        assert offers and all(re.fullmatch(r"\S{10}-T\d\d:\d\d:\d\d", offer) and offer[:10] in days for offer in offers)
-        assert any(offer.endswith("-T00:00:00") for offer in offers)
+        before, offers, after = time.gmtime(), shell.offers(f"{START} select -{option} "), time.gmtime()
+        assert all(re.fullmatch(r"\S{10}-T\d\d:\d\d:\d\d", offer) for offer in offers)
+        assert offers & {time.strftime("%Y-%m-%d-T00:00:00", now) for now in (before, after)}
 
 
 @pytest.mark.parametrize("line, offers", [

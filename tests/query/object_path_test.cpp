@@ -38,11 +38,7 @@ TEST(ObjectPath, ExpressionNamesEachStep) {
     const char *path, *properties;
     std::string expression;
   } rows[] = {
-      {".", "*", "Domain!"},
       {".,x", "a, b", R"(Domain[siblingName, a, b] > Node[siblingName, a, b] { siblingName = "x" })"},
-      {"a.b", "*",
-       R"(Domain[siblingName] > Domain[siblingName] { siblingName = "a" })"
-       R"( > Domain! { siblingName = "b" })"},
       {"a,box,c^d", "x",
        R"(Domain[siblingName] > Domain[siblingName] { siblingName = "a" })"
        R"( > Node[siblingName] { siblingName = "box" })"

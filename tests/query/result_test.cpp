@@ -12,7 +12,7 @@ namespace {
 
 using tqlquery::Result;
 
-// A domain with two properties of one name, and two children, of which the second has a child.
+// A domain with two properties of one name and two children; the second child has a child.
 protocol::Object sampleTree() {
   protocol::Object domain;
   domain.className = "Domain";
@@ -38,7 +38,7 @@ TEST(Result, HoldsTheContentsOfAnObject) {
   EXPECT_EQ(textOf<errors::tql>([&] { tqlquery::getStringProperty(result, "empty"); }),
             "Null given for string property: empty");
 
-  // But for what sets and maps leave out and put in order, the copy is what came.
+  // The copy differs only in duplicates, which sets and maps drop, and in their order.
   protocol::Object expected = sampleTree();
   expected.objectSet.assign({3, 5});
   expected.properties.erase(expected.properties.begin() + 1);

@@ -1,4 +1,4 @@
-"""BER by hand, independent of the program's own codec: a notation, a writer, and a reader for messages of tests."""
+"""BER, independent of the program's own codec: a notation for bytes, a writer and a reader."""
 
 import re
 
@@ -37,7 +37,7 @@ def real(text):
 
 
 def item(data, at):
-    """The item there, as its tag and its content or the items inside, and where it ends; fails if there is none."""
+    """The item at this place, as its tag and its content or inner items, and the place behind it. Fails if there is none."""
     tag, size, at = data[at], data[at + 1], at + 2
     endless, long, inside = size == 0x80, max(size - 0x80, 0), []
     end = at + long + (int.from_bytes(data[at:at + long], "big") if long else size)
@@ -52,19 +52,3 @@ def item(data, at):
         child, at = (None, at + 1) if data[at] == 0x19 else item(data, at)
         inside += [child] if child else []  # 19 is padding
     return (tag, inside), at
-
-
-def dump(data):
-    """One line an item, indented by depth up to 20; never fails, as it is there to show what is wrong."""
-    lines, depth, at = [], 0, 0
-    while at < len(data):
-        tag, size = data[at], data[at + 1] if at + 1 < len(data) else 0
-        long = size & 0x7F if size > 0x80 else 0
-        opens = tag & 0x20 and size == 0x80
-        length = int.from_bytes(data[at + 2:at + 2 + long], "big") if long else 0 if opens else size
-        item = data[at:at + 2 + long + length]
-        depth -= tag == 0 and depth > 0
-        lines.append("  " * min(depth, 20) + item[:40].hex(" ") + (f"  {item[2:]}" if tag == 4 and len(item) < 40 else ""))
-        depth += bool(opens)
-        at += 2 + long + length
-    return lines

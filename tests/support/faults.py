@@ -1,13 +1,12 @@
-"""Sessions with a server, recorded, and played to the program again with faults: thousands of runs, each checked."""
+"""Records sessions with a server, and plays them to the program again with faults."""
 
 import contextlib
-import os
 import re
 import resource
 import select
-import signal
 import socket
 import struct
+import subprocess
 from typing import NamedTuple
 
 from peer import sends
@@ -32,14 +31,14 @@ class Session(NamedTuple):
         return [sum(len(answer) for _, answer in self.turns[:turn]) for turn in range(len(self.turns))]
 
     def until(self, end, ending, rest=b""):
-        """Plays the stream up to there, in step with the program but for the rest, which it need not have asked for."""
+        """Plays the stream up to this byte, each answer behind its request, and then the rest at once."""
         turn = max(turn for turn, start in enumerate(self.starts()) if start <= end)
         last = (self.turns[turn][0], self.stream[self.starts()[turn]:end] + rest)
         return plays([*self.turns[:turn], last], ending)
 
 
 def finishes(_, client):
-    """Sends no more, but takes what still comes. The program may have gone before."""
+    """Sends no more, but takes what still comes. The program may be gone already."""
     with contextlib.suppress(OSError):
         client.shutdown(socket.SHUT_WR)
 
@@ -47,7 +46,7 @@ def finishes(_, client):
 def plays(turns, ending=finishes, piece=None):
     def play(client):
         for count, answer in turns:
-            client.setsockopt(socket.IPPROTO_TCP, socket.TCP_QUICKACK, 1)  # as the program's next message waits for it
+            client.setsockopt(socket.IPPROTO_TCP, socket.TCP_QUICKACK, 1)  # the program's next message waits for it
             if len(client.recv(count, socket.MSG_WAITALL)) < count:
                 return
             sends(answer, piece)(None, client)
@@ -56,39 +55,37 @@ def plays(turns, ending=finishes, piece=None):
 
 
 class Stage:
-    """Where the program runs: one listener and two pipes for all runs, so that one takes a few milliseconds."""
+    """Where the program runs. All runs share one listener, so that one takes a few milliseconds."""
 
     def __init__(self, small=False):
         self.runs = self.cut = self.flipped = 0
+        self.process = None
         self.listener = socket.create_server(("127.0.0.1", 0))
-        if small:  # so are the segments, which keeps the program's own buffer from growing fast
+        if small:  # small segments keep the program's own buffer from growing fast
             for option in (socket.SO_RCVBUF, socket.SO_SNDBUF):
                 self.listener.setsockopt(socket.SOL_SOCKET, option, 4096)
             self.listener.setsockopt(socket.IPPROTO_TCP, socket.TCP_MAXSEG, 536)
         self.listener.settimeout(PATIENCE)
-        self.nothing = os.open(os.devnull, os.O_RDONLY)
-        self.readers, self.writers = zip(os.pipe(), os.pipe())
-        for reader in self.readers:
-            os.set_blocking(reader, False)
 
     def run(self, args, play, memory=MEMORY):
         """Ends the program behind its first line if it never ends by itself."""
         command = [*COMMAND, "-s", "127.0.0.1", "-p", str(self.listener.getsockname()[1]), *LOGIN, *args]
-        streams = [(os.POSIX_SPAWN_DUP2, source, target) for target, source in enumerate([self.nothing, *self.writers])]
-        child = os.posix_spawn(command[0], command, environment("UTC"), file_actions=streams, setsid=True)
-        try:
-            if not (SANITIZED or WINDOWS):
-                resource.prlimit(child, resource.RLIMIT_AS, (memory, memory))
-            with self.accept() as client:
-                with contextlib.suppress(ConnectionError):
-                    play(client)
-                out, ended = self.output(child, args[0] == ENDLESS)
-        finally:
-            with contextlib.suppress(ProcessLookupError):
-                os.kill(child, signal.SIGKILL)
-            status = os.waitpid(child, 0)[1]
+        with subprocess.Popen(command, env=environment("UTC"), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, start_new_session=True) as self.process:
+            try:
+                if not (SANITIZED or WINDOWS):
+                    resource.prlimit(self.process.pid, resource.RLIMIT_AS, (memory, memory))
+                with self.accept() as client:
+                    with contextlib.suppress(ConnectionError):
+                        play(client)
+                    line = self.first_line() if args[0] == ENDLESS else b""
+                    if whole := line.endswith(b"\n"):
+                        self.process.kill()
+                    out, err = self.process.communicate(timeout=PATIENCE)
+            finally:
+                self.process.kill()
         self.runs += 1
-        result = Run(os.waitstatus_to_exitcode(status) if ended else 0, printed(out), printed(self.take(1)))
+        result = Run(0 if whole else self.process.returncode, printed(line + out), printed(err))
         assert result.code in (0, 1) and not re.search("Sanitizer|runtime error", result.err), result
         return result
 
@@ -100,35 +97,20 @@ class Stage:
         client.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
         return client
 
-    def output(self, child, first_line):
-        """What the program prints, and whether it ended; else there is the first line that was wanted of it."""
-        out = bytearray()
-        with os.fdopen(os.pidfd_open(child), "rb", 0) as end:
-            while not (first_line and b"\n" in out):
-                ready = select.select([end, self.readers[0]], [], [], PATIENCE)[0]
-                assert ready, f"still runs, and printed {out[-1000:]}"
-                out += self.take(0)
-                if end in ready:
-                    return out + self.take(0), True
-        return out, False
-
-    def take(self, stream):
-        data = b""
-        with contextlib.suppress(BlockingIOError):
-            while more := os.read(self.readers[stream], 1 << 20):
-                data += more
-        return data
+    def first_line(self):
+        assert select.select([self.process.stdout], [], [], PATIENCE)[0], "prints nothing"
+        return self.process.stdout.readline()
 
 
 def record(stage, server, args):
-    """What the program and the server say to each other. All polls of a cycle are one turn: their answers may come early."""
+    """Runs the program against the server. All polls of a cycle are one turn, as their answers may come early."""
     turns, endless = [], args[0] == ENDLESS
 
     def relay(client):
         with socket.create_connection((server[1], int(server[3]))) as upstream:
             while True:
-                ready = select.select([client, upstream, *stage.readers[:endless]], [], [])[0]
-                data = b"" if stage.readers[0] in ready else ready[0].recv(65536)
+                ready = select.select([client, upstream, *[stage.process.stdout][:endless]], [], [])[0]
+                data = b"" if stage.process.stdout in ready else ready[0].recv(65536)
                 if not data:
                     return
                 (upstream if ready[0] is client else client).sendall(data)
@@ -137,7 +119,7 @@ def record(stage, server, args):
                 turns[-1][ready[0] is upstream] += len(data) if ready[0] is client else data
 
     result = stage.run(args, relay)
-    assert result.code == 0 and all(answer for _, answer in turns), result  # else the faults would be held against one
+    assert result.code == 0 and all(answer for _, answer in turns), result  # a session that fails by itself proves nothing
     first_poll = 2 + sum(not arg.startswith("-") for arg in args[1:]) if endless else len(turns)
     polls = [[sum(counts), b"".join(answers)] for counts, answers in [zip(*turns[first_poll:])] * endless]
     return Session(args, turns[:first_poll] + polls, result)

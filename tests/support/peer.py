@@ -1,13 +1,12 @@
-"""A server that plays a script for one connection. The functions make, or are, its steps."""
+"""A server that plays a script, a list of steps, to one connection."""
 
 import contextlib
+import os
 import socket
 import struct
 import threading
 
-from ber import dump
-
-PATIENCE = 120  # seconds without a byte from the client; running out of it is a failure, never an expectation
+PATIENCE = 120  # seconds without a byte from the client; a longer silence fails the test
 
 
 def expects(data):
@@ -19,12 +18,15 @@ def expects(data):
                 got += more
         except TimeoutError as error:
             ending = str(error)
-        assert got == data, f"{ending}\n{difference(data, got)}"
+        if got != data:
+            same = len(os.path.commonprefix([got, data]))
+            shown = slice(max(0, same - 60), same + 20)
+            raise AssertionError(f"{ending} at {same}\nexpected: {data[shown].hex(' ')}\nreceived: {got[shown].hex(' ')}")
     return step
 
 
 def sends(data, piece=None):
-    """Sends the bytes, whole or in pieces of the given size. A client that has gone will say why by itself."""
+    """Sends the bytes, whole or in pieces of the given size, unless the client is gone."""
     def step(peer, client):
         with contextlib.suppress(ConnectionError):
             for start in range(0, len(data), piece or len(data) or 1):
@@ -41,19 +43,9 @@ def resets(peer, client):
     client.close()
 
 
-def difference(expected, received):
-    """The first item that differs, with its surroundings."""
-    both = [dump(expected), dump(received)]
-    first = next((at for at, pair in enumerate(zip(*both)) if pair[0] != pair[1]), min(map(len, both)))
-    around = slice(max(0, first - 8), first + 4)
-    return "\n".join(["expected:", *both[0][around], "received:", *both[1][around]])
-
-
 class Peer:
-    """Behind its last step it stays silent, and the client must end without another byte.
-
-    Leaving the context raises what went wrong in the script. A script of None stands for: nobody connects.
-    """
+    """Behind its last step it stays silent, and the client must end without another byte. With None for a script, nobody
+    may connect. Leaving the context raises the failure of a step."""
 
     def __init__(self, script):
         self.script = script
@@ -61,7 +53,7 @@ class Peer:
         self.failure = None
         self.listener = socket.create_server(("127.0.0.1", 0))
         self.port = self.listener.getsockname()[1]
-        self.waker = socket.socket()  # connects last, so that accept returns if nobody else came
+        self.waker = socket.socket()  # connects last, so that accept returns in any case
         self.waker.bind(("127.0.0.1", 0))
         self.thread = threading.Thread(target=self.serve)
 
@@ -84,7 +76,7 @@ class Peer:
                 if connected:
                     self.play(client)
             except Exception as error:
-                self.failure = f"{error}\nall that came:\n" + "\n".join(dump(bytes(self.received))[:100])
+                self.failure = f"{error}\nall that came: {self.received[:4000].hex(' ')}"
 
     def play(self, client):
         client.settimeout(PATIENCE)
@@ -98,6 +90,6 @@ class Peer:
         try:
             data = client.recv(count)
         except ConnectionError:
-            data = b""  # the end of a client that had not read everything
+            data = b""  # a client that ends with unread data resets the connection
         self.received += data
         return data

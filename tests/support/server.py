@@ -1,4 +1,4 @@
-"""What a server hears and says: the opening of a session, objects, responses; and runs of the program against it."""
+"""The messages of a session in bytes, and runs of the program against a server that plays them."""
 
 from ber import constructed, integer, string, wire
 from peer import Peer, expects, sends

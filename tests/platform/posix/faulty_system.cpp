@@ -1,6 +1,6 @@
-// A faulty system, for programs that are linked to this library or started with it in LD_PRELOAD. The
-// variable MORVEX_FAULT, or a call of faulty_system, says what goes wrong, by rules "call:first:step:outcome"
-// between blanks: from the first call on, at each step-th one; with step 0 at that one alone. Outcomes are
+// A faulty system, for programs that are started with this library in LD_PRELOAD. The variable MORVEX_FAULT
+// says what goes wrong, by rules "call:first:step:outcome" between blanks: from the first call on, at each
+// step-th one; with step 0 at that one alone. Outcomes are
 //   eN  fails with errno N                          lN  takes N bytes at most
 //   dN  does its work, yet fails with errno N       rN  returns N and does nothing
 //   c0  none; the number of calls is printed to standard error in the end
@@ -28,9 +28,7 @@ Rule g_rules[8];
 std::size_t g_ruleCount = 0;
 bool g_loaded = false;
 
-}  // namespace
-
-extern "C" void faulty_system(const char* rules) {
+void load(const char* rules) {
   int length = 0;
   for (g_ruleCount = 0, g_loaded = true; g_ruleCount < std::size(g_rules); rules += length) {
     Rule rule{};
@@ -42,13 +40,11 @@ extern "C" void faulty_system(const char* rules) {
   }
 }
 
-namespace {
-
 // Counts this call. Returns the rule that it meets, if any.
 const Rule* struck(const char* call) {
   if (!g_loaded && environ != nullptr) {  // the first allocations come ahead of everything else
     const char* rules = std::getenv("MORVEX_FAULT");
-    faulty_system(rules == nullptr ? "" : rules);
+    load(rules == nullptr ? "" : rules);
   }
   for (Rule& rule : g_rules) {
     if (&rule < g_rules + g_ruleCount && std::strcmp(rule.call, call) == 0) {

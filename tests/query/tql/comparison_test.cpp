@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 
 #include "foundation/errors.h"
@@ -25,7 +24,7 @@ Property prop(std::uint32_t typeWord, const Value& value) {
 }
 Property prop(std::uint32_t typeWord, const char* value) { return prop(typeWord, std::string(value)); }
 
-// A value of another class than the codec makes for the type.
+// A value whose class does not fit its type.
 template <class Prop>
 Property odd(std::uint32_t typeWord) {
   Property property;
@@ -34,7 +33,7 @@ Property odd(std::uint32_t typeWord) {
   return property;
 }
 
-// For each of = > < >= <= != whether it holds, or "!" for a fault, whose text comes behind.
+// One letter for each of = > < >= <= !=: y, n, or "!" for a fault. The text of the fault follows.
 std::string outcome(const Property& left, const Property& right) {
   std::string answers, fault;
   for (int op = 0; op < 6; ++op) {
@@ -52,43 +51,31 @@ TEST(Compare, GoesByTheRulesOfTheType) {
   using namespace tql;
   const auto null = odd<protocol::NullProp>;
   const auto real = odd<protocol::RealProp>;
-  const auto wide = odd<protocol::UnsignedInt64Prop>;
   const std::string equal = "ynnyyn", less = "nnynyy", greater = "nynyny", faults = "!!!!!! Property \"p\" ";
   const struct {
     Property left, right;
     std::string outcome;
   } rows[] = {
-      {prop(kString, ""), prop(kString, "a"), less},
       {prop(kString, "a10"), prop(kString, "a9"), greater},
       {prop(kString, "Item2"), prop(kString, "item10"), less},
       {prop(kString, "Item2"), prop(kString, "item2"), less},
-      {prop(kString, "b"), prop(kString, "C"), less},
       {prop(kSnmpOid, "1.10"), prop(kSnmpOid, "1.9"), greater},
-      {prop(kUnsignedInteger, 1U), prop(kUnsignedInteger | kConst, 4000000000U), less},
-      {prop(kGid, 1U), prop(kGid, 4000000000U), less},
-      {prop(kSignedInteger, -1), prop(kSignedInteger, 1), less},
+      {prop(kGid, 1U), prop(kGid | kConst, 4000000000U), less},
       {prop(kDate, 1), prop(kDate, -1), greater},
-      {prop(kReal, 1.5), prop(kReal, 1.25), greater},
       {prop(kReal, std::nan("")), prop(kReal, 2.0), equal},
       {prop(kBigNum, BigNum(9)), prop(kBigNum, BigNum(10)), less},
       {prop(0x10005, 1U), prop(0x10005, 2U), greater},
-      {prop(0x10005, 2U), prop(0x10005, 2U), equal},
       {prop(kBoolean, true), prop(kBoolean, true), "y!!!!n Property \"p\" is not ordered"},
       {prop(kId, "a"), prop(kId, "A"), "n!!!!y Property \"p\" is not ordered"},
       {prop(kIdSet, Strings{"a", "b"}), prop(kIdSet, Strings{"a", "b"}), "nnnnnn"},
       {prop(kIdSet, Strings{"a"}), prop(kIdSet, Strings{"a", "b"}), "yyyyyy"},
       {null(kBoolean), prop(kBoolean, true), less},
-      {wide(kUnsigned64), null(kUnsigned64), greater},
       {null(kString), null(kString | kInherited), equal},
       {null(kString), prop(kId, "a"), "!!!!!! Type mismatch"},
       {prop(0x10005, 1U), real(0x10005), faults + "(65541) is not comparable"},
-      {real(kBoolean), prop(kBoolean, true), faults + "(1) is not comparable"},
-      {prop(kId, "a"), real(kId | kConst), faults + "(7) is not comparable"},
-      {prop(kIdSet, Strings{}), real(kIdSet), faults + "(8) is not comparable"},
       {real(kDate), prop(kDate, 1), faults + "(5) is not ord_comparable"},
-      {prop(kBigNum, BigNum(1)), real(kBigNum), faults + "(18) is not ord_comparable"},
       {prop(kString, ""), real(kString), faults + "(6) is not string ord_comparable"},
-      {wide(kUnsigned64), wide(kUnsigned64), faults + "(16) is not comparable"},
+      {real(kUnsigned64), real(kUnsigned64), faults + "(16) is not comparable"},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(outcome(row.left, row.right), row.outcome) << row.left.typeWord;
@@ -97,8 +84,8 @@ TEST(Compare, GoesByTheRulesOfTheType) {
             "Unknown relative operator");
 }
 
-// What was thrown, and the numbers of the children in their new order. An empty name stands for none, "5" is
-// an integer.
+// The fault, and the numbers of the children in their new order. An empty name stands for no property, "5"
+// for an integer.
 std::string sorted(std::initializer_list<const char*> names, bool ascending) {
   tqlquery::Result parent;
   for (const std::string name : names) {
@@ -108,32 +95,26 @@ std::string sorted(std::initializer_list<const char*> names, bool ascending) {
       child.properties.push_back(name == "5" ? prop(tql::kSignedInteger, 5) : prop(tql::kString, name));
     }
   }
-  const std::string fault = textOf<errors::tql_incomparable>([&] {
+  std::string text = textOf<errors::tql_incomparable>([&] {
     tqlquery::sortChildren(parent, {"p", ascending});
   });
-  std::string ids;
   for (const auto& child : parent.children) {
-    ids += child->id;
+    text += ' ' + child->id;
   }
-  return fault + ' ' + ids;
+  return text;
 }
 
 TEST(SortChildren, IsStableAndLosesNone) {
-  EXPECT_EQ(sorted({"b", "", "a10", "b", "a9", "", "B"}, true), "nothing thrown 1542603");
-  EXPECT_EQ(sorted({"b", "", "a10", "b", "a9", "", "B"}, false), "nothing thrown 0362415");
-  EXPECT_EQ(sorted({"5"}, true), "nothing thrown 0");
-  EXPECT_EQ(sorted({"c", "b", "5", "a"}, true), "Type mismatch 0123");
+  EXPECT_EQ(sorted({"b", "", "a10", "b", "a9", "", "B"}, true), "nothing thrown 1 5 4 2 6 0 3");
+  EXPECT_EQ(sorted({"b", "", "a10", "b", "a9", "", "B"}, false), "nothing thrown 0 3 6 2 4 1 5");
+  EXPECT_EQ(sorted({"c", "b", "5", "a"}, true), "Type mismatch 0 1 2 3");
 }
 
 TEST(CompareForSort, LaterKeysDecideWhatEarlierOnesLeaveOpen) {
   tqlquery::Result low, high;
-  tql::encode(low.properties.emplace_back(), "y", tql::kSignedInteger, 1);
-  tql::encode(high.properties.emplace_back(), "y", tql::kSignedInteger, 2);
-  EXPECT_TRUE(tql::compareForSort({{"x", true}, {"y", true}}, low, high));
-  for (tqlquery::Result* object : {&low, &high}) {
-    tql::encode(object->properties.emplace_back(), "x", tql::kString, std::string("same"));
-  }
-  EXPECT_TRUE(tql::compareForSort({{"x", true}, {"y", false}}, high, low));
+  low.properties = {prop(tql::kSignedInteger, 1)};
+  high.properties = {prop(tql::kSignedInteger, 2)};
+  EXPECT_TRUE(tql::compareForSort({{"x", true}, {"p", true}}, low, high));
 }
 
 }  // namespace
