@@ -12,8 +12,8 @@ using protocol::PlainValue;
 const protocol::BerProtocol& catalogue() { return protocol::guiProtocol::instance(); }
 
 // A peer may leave out fields at the end; a record whose union is empty cannot be written.
-bool isWritable(const protocol::BerValue& message) {
-  std::vector<const protocol::BerValue*> open{&message};
+bool isWritable(const protocol::Record& message) {
+  std::vector<const protocol::Record*> open{&message};
   while (!open.empty()) {
     const protocol::Record* record = open.back();
     open.pop_back();
@@ -34,7 +34,7 @@ bool isWritable(const protocol::BerValue& message) {
 
 bool hasNan(const std::string& bytes) { return bytes.find("\x09\x01\x60") != std::string::npos; }
 
-void checkComparison(const protocol::BerValue& message) {
+void checkComparison(const protocol::Record& message) {
   const auto copy = message.clone();
   const std::string bytes = written(message, false);
   require(written(*copy, false) == bytes, "a copy has the same bytes");
@@ -44,7 +44,7 @@ void checkComparison(const protocol::BerValue& message) {
 
 // What was read may differ from what is written of it: a real keeps seven digits, and a NaN, which equals
 // nothing, reads back as 0. From then on nothing changes.
-void checkWriting(const protocol::BerValue& message) {
+void checkWriting(const protocol::Record& message) {
   std::string bytes = written(message, false);
   if (hasNan(bytes)) {
     bytes = written(*readBack(catalogue(), bytes, false), false);
@@ -69,7 +69,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     piece = input.ConsumeIntegralInRange<std::size_t>(1, 32);
   }
   const std::string bytes = start + input.ConsumeRemainingBytesAsString();
-  std::deque<std::unique_ptr<protocol::BerValue>> messages;
+  std::deque<std::unique_ptr<protocol::Record>> messages;
   const auto outcome = [&](std::vector<std::size_t> sizes) {
     Reading reading(catalogue(), std::make_unique<PiecewiseIo>(bytes, std::move(sizes)));
     std::string text = reading.refusal;

@@ -4,7 +4,6 @@
 
 #include <cmath>
 
-#include "protocol/ber_error.h"
 #include "protocol/messages/time_series.h"
 #include "support/reading.h"
 
@@ -21,35 +20,16 @@ struct Holder final : Message<Holder<T, kBounds>> {
   static constexpr Schema kSchema{.tag = application(0), .fields = kFields};
 };
 
-// What an item gives, which must be the same for one that lies whole and one that comes byte by byte.
 template <class T, Bounds kBounds = Bounds{}>
-T read(std::string_view item, bool legacy = false) {
-  const std::vector<std::uint8_t> bytes = bytesOf("60 80" + std::string(item) + "00 00");
-  const Only<Holder<T, kBounds>> catalogue;
-  const auto outcome = [&](std::size_t piece) {
-    Decoder decoder(catalogue);
-    decoder.setLegacy(legacy);
-    std::vector<std::uint8_t> window;
-    for (std::size_t i = 0; i < bytes.size(); i += piece) {
-      window.insert(window.end(), bytes.data() + i, bytes.data() + std::min(i + piece, bytes.size()));
-      const std::size_t taken = decoder.decode(window);
-      window.erase(window.begin(), window.begin() + static_cast<std::ptrdiff_t>(taken));
-    }
-    return dynamic_cast<Holder<T, kBounds>&>(*decoder.finished().at(0)).value;
-  };
-  EXPECT_EQ(textOf<EBer>([&] { outcome(1); }), textOf<EBer>([&] { outcome(bytes.size()); })) << item;
-  const T whole = outcome(bytes.size());
-  EXPECT_TRUE(outcome(1) == whole || whole != whole) << item;
-  return whole;
+Outcome outcome(std::string_view item, bool legacy = false) {
+  return outcomeOf("60 80" + std::string(item) + "00 00", legacy, Only<Holder<T, kBounds>>());
 }
 
-template <class T>
-std::string itemOf(const T& value, const Bounds& bounds = {}, bool legacy = false) {
-  MemoryIo io;
-  Writer writer(io, legacy);
-  Leaf<T>::put(value, bounds, writer);
-  writer.flush();
-  return hexOf(io.bytes);
+template <class T, Bounds kBounds = Bounds{}>
+T read(std::string_view item, bool legacy = false) {
+  const Outcome outcome = ::outcome<T, kBounds>(item, legacy);
+  EXPECT_EQ(outcome.refusal, "nothing thrown") << item;
+  return dynamic_cast<Holder<T, kBounds>&>(*outcome.message).value;
 }
 
 template <class T>
@@ -60,7 +40,7 @@ void expectItem(const T& value, std::string_view hex) {
 
 template <class T, Bounds kBounds = Bounds{}>
 std::string refusal(std::string_view item) {
-  return textOf<EBer>([&] { (void)read<T, kBounds>(item); });
+  return outcome<T, kBounds>(item).refusal;
 }
 
 }  // namespace

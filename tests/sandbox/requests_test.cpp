@@ -38,7 +38,7 @@ struct Server {
     MemoryIo memory;
     while (!answer->writePortion(memory, false)) {
     }
-    const auto messages = Reading({memory.bytes}).messages();
+    const auto messages = decodedInPieces(memory.bytes, SIZE_MAX, false, protocol::guiProtocol::instance());
     const auto& response = dynamic_cast<const protocol::Response&>(*messages.at(0)).resp;
     if (const auto* selected = response.as<protocol::SelectResp>()) {
       return namesOf(selected->objects);

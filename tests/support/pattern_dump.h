@@ -15,7 +15,7 @@ namespace morvex {
 // "6:String x": type word, class and value.
 inline std::string dumpConstant(const protocol::Property& property) {
   const auto& data = property.data;
-  const protocol::BerValue& value = *data;
+  const protocol::Record& value = *data;
   const std::string kind = className(typeid(value));
   std::string text = uintToString(property.typeWord) + ":" + kind.substr(0, kind.size() - 4);  // less "Prop"
   if (const auto* string = data.as<protocol::StringProp>()) {

@@ -56,7 +56,7 @@ struct MemoryIo final : protocol::BasicIo {
   void flush() override {}
 };
 
-inline std::string writtenHex(const protocol::BerValue& value, bool legacy = false) {
+inline std::string writtenHex(const protocol::Record& value, bool legacy = false) {
   MemoryIo io;
   value.write(io, legacy);
   return hexOf(io.bytes);
