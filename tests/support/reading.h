@@ -20,11 +20,15 @@ struct Reading {
       : script{std::move(incoming), {}, {}},
         reader(protocol::guiProtocol::instance(), std::make_unique<ScriptedIo>(script)) {}
 
-  // All messages that are complete before the script ends.
+  // The messages that are complete before the script ends.
   std::vector<std::unique_ptr<protocol::Record>> messages() {
     while (!script.incoming.empty()) {
       reader.read();
     }
+    return finished();
+  }
+  // Without reading on.
+  std::vector<std::unique_ptr<protocol::Record>> finished() {
     std::vector<std::unique_ptr<protocol::Record>> all;
     while (auto message = reader.nextMessage()) {
       all.push_back(std::move(message));
