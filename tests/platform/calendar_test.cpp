@@ -1,4 +1,4 @@
-// The short ways of times against the C library, which defines their outcome.
+// Compares the short ways of times with the C library, which defines their outcome.
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ namespace {
 using Times = std::vector<std::int64_t>;
 constexpr std::int64_t kEnd = std::int64_t{1} << 31, kDay = 86400;
 
-// No constant, as the first TimeZone of the process records the zone of the start.
+// Not a constant, because the first TimeZone of the process records the zone of the start.
 TimeZone local() { return TimeZone(TimeZone::localMarker); }
 
 std::tm broken(std::int64_t time) {
@@ -58,38 +58,31 @@ bool same(const std::tm& a, const std::tm& b) {
          platform_same_offset(a, b);
 }
 
-struct Instant {
-  explicit Instant(std::int64_t when) : time(when), fields(broken(when)) {}
-  // What is shown differs from the time by something else behind a leap second, too.
-  bool isLike(const Instant& other) const {
-    return platform_same_offset(fields, other.fields) &&
-           shownBy(fields) - time == shownBy(other.fields) - other.time;
-  }
-  std::int64_t time;
-  std::tm fields;
-};
+// Whether the zone treats both times alike. Behind a leap second, clocks show a different number of seconds.
+bool alike(std::int64_t a, std::int64_t b) {
+  const std::tm left = broken(a), right = broken(b);
+  return platform_same_offset(left, right) && shownBy(left) - a == shownBy(right) - b;
+}
 
 // When the zone in force changes, or has a leap second, provided that no two of these lie within five days.
 Times changes() {
   Times found;
-  Instant first(0);
-  while (first.time < kEnd) {
-    const Instant last(first.time + 5 * kDay);
-    std::int64_t before = first.time, behind = last.time;
-    while (!first.isLike(last) && behind - before > 1) {
+  for (std::int64_t first = 0; first < kEnd; first += 5 * kDay) {
+    std::int64_t before = first, behind = first + 5 * kDay;
+    if (alike(before, behind)) {
+      continue;
+    }
+    while (behind - before > 1) {
       const std::int64_t middle = (before + behind) / 2;
-      (first.isLike(Instant(middle)) ? before : behind) = middle;
+      (alike(first, middle) ? before : behind) = middle;
     }
-    if (!first.isLike(last)) {
-      found.push_back(behind);
-    }
-    first = last;
+    found.push_back(behind);
   }
   return found;
 }
 
-// A time, and what clocks show then; and what they would show with the offset of three hours before, or of
-// three hours later: around a change, that comes twice, or never.
+// A time, its calendar fields, and fields shifted to the offset in force three hours earlier or later: near a
+// change, these occur twice or never.
 struct Case {
   std::int64_t time;
   std::tm fields, shown;
@@ -124,7 +117,7 @@ std::vector<Case> casesAround(const Times& changes) {
   return cases;
 }
 
-// The outcome of each. The C library starts with the same offset in mind each time.
+// The outcome of each. The C library remembers an offset, so that every run begins with the same one.
 template <class Compose>
 Times composed(const std::vector<Case>& cases, Compose compose) {
   std::tm start = broken(kDay);

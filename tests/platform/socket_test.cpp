@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <optional>
 #include <string>
 #include <thread>
@@ -54,6 +55,9 @@ struct Ends {
 }  // namespace
 
 TEST(Socket, CarriesBytesBothWaysAndSaysWhatFailed) {
+#ifdef SIGPIPE
+  std::signal(SIGPIPE, SIG_DFL);  // a lost peer must be an error even so
+#endif
   Ends ends;
   const SocketHandle client = ends.client;
   const std::string sent(8000000, 'x');
@@ -71,9 +75,13 @@ TEST(Socket, CarriesBytesBothWaysAndSaysWhatFailed) {
   reader.join();
   EXPECT_TRUE(socket_readable(client, 60));
   EXPECT_EQ(received(client), "");
+  const char* failure = nullptr;
+  while (failure == nullptr) {
+    failure = socket_send(client, "x", 1);
+  }
+  expectFailure(failure, "Bad error without sleep happened in socket_send()");
   EXPECT_EQ(socket_close(client), nullptr);
   expectFailure(received(kInvalidSocket), "Bad error happened without sleep in socket_recv()");
-  expectFailure(socket_send(kInvalidSocket, "x", 1), "Bad error without sleep happened in socket_send()");
   expectFailure(socket_close(kInvalidSocket), "socket_close: Error at ioctlsocket");
 }
 
