@@ -135,9 +135,4 @@ TEST(BerReader, DeliversFinishedMessagesBeforeAFailureOfTheStream) {
   EXPECT_EQ(textOf<error::ESystemError>([&] { reading.reader.read(); }), "the peer has hung up");
 }
 
-TEST(BerReader, AbandonsAnyDepth) {
-  const std::string half = "75 80 02 01 00 A0 80 30 80" + deep("30 80 04 00 02 00 04 00 04 00 30 00 30 80");
-  EXPECT_TRUE(Reading({bytesOf(half)}).messages().empty());
-}
-
 }  // namespace

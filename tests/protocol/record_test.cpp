@@ -64,8 +64,8 @@ TEST(Record, CopiesDeeply) {
 }
 
 TEST(Record, DepthCostsNoStack) {
-  auto low = sample("A0 80 30 80" + deep("30 80 04 00 02 00 04 00 04 00 30 00 30 80") +
-                    deep("00 00 31 00 00 00") + "00 00 00 00");
+  const std::string below = deep("30 80 04 00 02 00 04 00 04 00 30 00 30 80");
+  auto low = sample("A0 80 30 80" + below + deep("00 00 31 00 00 00") + "00 00 00 00");
   // One level more, and every field greater.
   const auto high = sample("A0 80 30 80" +
                            deep("30 80 04 01 'b' 02 01 02 04 01 'b' 04 01 'b'"
@@ -77,6 +77,8 @@ TEST(Record, DepthCostsNoStack) {
   const auto copy = low->clone();
   EXPECT_TRUE(*copy == *low);
   low.reset();
+  EXPECT_TRUE(
+      decodedInPieces(bytesOf("A0 80 30 80" + below), SIZE_MAX, false, Samples()).empty());  // abandoned
   MemoryIo io;
   copy->write(io, false);
   EXPECT_EQ(io.bytes.size(), kDepth * 25 + 8);
