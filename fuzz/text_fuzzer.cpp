@@ -76,20 +76,14 @@ void checkBase64(const Bytes& bytes, const std::string& text) {
   require(base64Encode(decoded).substr(0, certain) == plain.substr(0, certain), "base64 keeps its digits");
 }
 
-BigNum ofHex(const std::string& text) {
-  BigNum number;
-  number.fromHex(text);
-  return number;
-}
-
-void checkBigNum(const Bytes& bytes, const std::string& text) {
-  BigNum number;
-  number.bn_set_data(bytes.data(), bytes.size());
-  require(ofHex(number.toHex()) == number, "hexadecimal comes back");
-  BigNum shifted = number;
-  shifted.shiftLeft(67);
-  require(shifted == BigNum::multiply(number, ofHex("80000000000000000")), "shifting multiplies");
-  outcomeOf<error::EParseError>([&] { return ofHex(text).toHex(); });
+void checkBigNum(const std::string& text) {
+  outcomeOf<error::EParseError>([&] {
+    BigNum number, again;
+    number.fromHex(text);
+    again.fromHex(number.toHex());
+    require(again == number, "hexadecimal comes back");
+    return "";
+  });
 }
 
 // The calendar fields of a time read back as the time; in the hour that comes twice, they may mean either.
@@ -117,7 +111,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   checkIntegers(text);
   checkGid(number, text);
   checkBase64(rest, text);
-  checkBigNum(rest, text);
+  checkBigNum(text);
   require(g_zoneSet, "the zone is set");
   checkTime(text, number);
   return 0;

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/scripted_io.h"
+#include "support/reading.h"
 
 using namespace morvex;
 

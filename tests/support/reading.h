@@ -7,12 +7,48 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/errors.h"
 #include "protocol/ber_error.h"
 #include "protocol/ber_reader.h"
 #include "protocol/leaf.h"
-#include "support/scripted_io.h"
+#include "support/wire.h"
 
 namespace morvex {
+
+// What a ScriptedIo plays and records. It belongs to the test, and the stream to its reader.
+struct Script {
+  std::deque<std::vector<std::uint8_t>> incoming;  // one read each; then the peer hangs up
+  std::vector<std::string> written;                // in hex, one write each
+  std::string calls;                               // r, w, f, and ~ for the destructor, in order
+};
+
+// A stream in memory.
+struct ScriptedIo final : old_protocol::BasicIo {
+  explicit ScriptedIo(Script& played) : script(played) {}
+  ~ScriptedIo() override { script.calls += '~'; }
+
+  void write(const std::uint8_t* bytes, std::size_t count) override {
+    script.written.push_back(hexOf({bytes, count}));
+    script.calls += 'w';
+  }
+  void flush() override { script.calls += 'f'; }
+  std::size_t read(std::uint8_t* bytes, std::size_t capacity) override {
+    script.calls += 'r';
+    if (script.incoming.empty()) {
+      throw error::ESystemError("the peer has hung up");
+    }
+    auto& chunk = script.incoming.front();
+    const std::size_t count = std::min(capacity, chunk.size());
+    std::copy_n(chunk.begin(), count, bytes);
+    chunk.erase(chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(count));
+    if (chunk.empty()) {
+      script.incoming.pop_front();
+    }
+    return count;
+  }
+
+  Script& script;
+};
 
 // A reader on a script.
 struct Reading {
