@@ -67,13 +67,8 @@ void checkBase64(const Bytes& bytes, const std::string& text) {
   Bytes decoded;
   base64Decode(base64Encode(bytes), decoded);
   require(decoded == bytes, "base64 comes back");
-  std::string plain = text.substr(0, text.find('='));
-  std::erase_if(
-      plain, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '+' && c != '/'; });
   base64Decode(text, decoded);
-  require(decoded.size() == plain.size() * 6 / 8, "the alphabet's characters count");
-  const std::size_t certain = decoded.size() * 8 / 6;  // the character behind these may have spare bits
-  require(base64Encode(decoded).substr(0, certain) == plain.substr(0, certain), "base64 keeps its digits");
+  require(decoded.size() * 8 <= text.size() * 6, "a character holds six bits");
 }
 
 void checkBigNum(const std::string& text) {

@@ -53,7 +53,7 @@ TEST(Text, RealsAreReadAsByStrtod) {
   std::vector<std::string> refused;
   splitFields(refused,
               "-|.|-.|e5|1e|1e+|1 |1,5|--1|1.2.3| |0x|1e5."
-              "|:.540920e+01|3:540920e+01|3.54/920e+01|3.54092:e+01"
+              "|:.540920e+01|3:540920e+01|3/540920e+01|3.54/920e+01|3.54092:e+01"
               "|3.540920f+01|3.540920e*01|3.540920e+:1|3.540920e+0/",
               '|', true);
   refused.insert(refused.end(), {"1\0"s, "a\tb"s});

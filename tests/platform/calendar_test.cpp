@@ -53,8 +53,7 @@ std::tm showing(std::int64_t shown) {
 }
 
 bool same(const std::tm& a, const std::tm& b) {
-  return a.tm_sec == b.tm_sec && a.tm_min == b.tm_min && a.tm_hour == b.tm_hour && a.tm_mday == b.tm_mday &&
-         a.tm_mon == b.tm_mon && a.tm_year == b.tm_year && a.tm_wday == b.tm_wday && a.tm_yday == b.tm_yday &&
+  return shownBy(a) == shownBy(b) && a.tm_wday == b.tm_wday && a.tm_yday == b.tm_yday &&
          platform_same_offset(a, b);
 }
 
@@ -88,10 +87,6 @@ struct Case {
   std::tm fields, shown;
 };
 
-Case caseOf(std::int64_t time, std::int64_t other) {
-  return {time, broken(time), showing(time + shownBy(broken(other)) - other)};
-}
-
 // Around every change and every turn of a year.
 std::vector<Case> casesAround(const Times& changes) {
   Times times;
@@ -112,7 +107,8 @@ std::vector<Case> casesAround(const Times& changes) {
   std::sort(times.begin(), times.end());
   std::vector<Case> cases;
   for (const std::int64_t time : times) {
-    cases.push_back(caseOf(time, time + (cases.size() % 2 == 0 ? -3 : 3) * 3600));
+    const std::int64_t other = time + (cases.size() % 2 == 0 ? -3 : 3) * 3600;
+    cases.push_back({time, broken(time), showing(time + shownBy(broken(other)) - other)});
   }
   return cases;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -130,6 +131,14 @@ inline Outcome outcomeOf(std::string_view hex, bool legacy, const protocol::BerP
     }
   }
   return whole;
+}
+
+// The message with these bytes, however they arrive.
+inline std::unique_ptr<protocol::Record> decodedHoweverCut(std::string_view hex, bool legacy,
+                                                           const protocol::BerProtocol& catalogue) {
+  Outcome outcome = outcomeOf(hex, legacy, catalogue);
+  return outcome.message ? std::move(outcome.message)
+                         : throw std::runtime_error(std::string(hex) + ": " + outcome.refusal);
 }
 
 // A primitive as it is written.

@@ -47,11 +47,9 @@ inline std::string plainHex(std::string_view hex) { return hexOf(bytesOf(hex)); 
 // A stream into memory.
 struct MemoryIo final : protocol::BasicIo {
   std::vector<std::uint8_t> bytes;
-  std::size_t writes = 0;
 
   void write(const std::uint8_t* data, std::size_t count) override {
     bytes.insert(bytes.end(), data, data + count);
-    ++writes;
   }
   void flush() override {}
 };
