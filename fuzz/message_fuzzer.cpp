@@ -48,27 +48,22 @@ void checkWriting(const Record& message) {
 
 }  // namespace
 
-// The input ends with the sizes of the reads and the choice of the tag set; all ahead of that is the stream.
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  FuzzedDataProvider input(data, size);
+// The input ends with the size of the reads and the choice of the tag set; all ahead of that is the stream.
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t length) {
+  FuzzedDataProvider input(data, length);
   std::vector<std::uint8_t> bytes;
   if (input.ConsumeBool()) {
     bytes = bytesOf("60 80 02 02 01 00 61 80 16 00 16 00 16 00 01 00 00 00 00 00");
   }
-  std::vector<std::size_t> sizes(input.ConsumeIntegralInRange<std::size_t>(1, 4));
-  for (std::size_t& one : sizes) {
-    one = input.ConsumeIntegralInRange<std::size_t>(1, 32);
-  }
+  const auto size = input.ConsumeIntegralInRange<std::size_t>(1, 32);
   const auto stream = input.ConsumeRemainingBytes<std::uint8_t>();
   bytes.insert(bytes.end(), stream.begin(), stream.end());
   std::vector<std::unique_ptr<Record>> messages;
-  const auto outcome = [&](const std::vector<std::size_t>& pieces) {
+  const auto outcome = [&](std::size_t piece) {
     Reading reading;
-    std::size_t at = 0;
-    for (std::size_t i = 0; at < bytes.size(); ++i) {
-      const std::size_t count = std::min(pieces[i % pieces.size()], bytes.size() - at);
-      reading.script.incoming.emplace_back(bytes.data() + at, bytes.data() + at + count);
-      at += count;
+    for (std::size_t at = 0; at < bytes.size(); at += piece) {
+      const std::uint8_t* const start = bytes.data() + at;
+      reading.script.incoming.emplace_back(start, start + std::min(piece, bytes.size() - at));
     }
     std::string text = outcomeOf([&] {
       while (!reading.script.incoming.empty()) {
@@ -81,8 +76,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     }
     return text;
   };
-  const std::string whole = outcome({65536});
-  require(outcome({1}) == whole && outcome(sizes) == whole, "cuts change nothing");
+  const std::string whole = outcome(65536);
+  require(outcome(1) == whole && outcome(size) == whole, "cuts change nothing");
   for (const auto& message : messages) {
     if (isWritable(*message)) {
       checkWriting(*message);

@@ -94,6 +94,8 @@ TEST(BerReader, RefusesWithReasonAndPlace) {
   } rows[] = {
       {OFFER "61 85", "Length field too long"},
       {"61 80 00 01", "Length field nonzero after zero tag 1"},
+      {"75 80 02 01 00 A6 80 02 01 01 30 80 30 80 A5 80 02 01 01 02 01 02 09 00 00 01",
+       "Length field nonzero after zero tag 1"},
       {"61 00", "Got to few fields of constructed value"},
       {"74 80 02 01 00 A9 80 02 01 01 30 80 30 80 04 00 02 01 05 00 00",
        "Got to few fields of constructed value"},
