@@ -15,7 +15,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// Before anything can make a TimeZone: Central European Time.
+// Central European Time, set before anything makes a TimeZone.
 const bool g_zoneSet = setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1) == 0;
 const TimeZone kLocal(TimeZone::localMarker);
 

@@ -65,7 +65,7 @@ TEST(BigNum, CopiesAreIndependent) {
   BigNum key = hex("123456789abcdef0123456789abcdef0"), assigned;
   const BigNum copy = key;
   assigned = key;
-  key.shiftLeft(1);   // parts from the copies
+  key.shiftLeft(1);   // detaches from the copies
   key.shiftLeft(64);  // outgrows its buffer
   EXPECT_EQ(key, hex("2468acf13579bde02468acf13579bde00000000000000000"));
   EXPECT_TRUE(copy == assigned && copy == hex("123456789abcdef0123456789abcdef0"));

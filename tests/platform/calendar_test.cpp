@@ -35,7 +35,7 @@ std::int64_t shownBy(const std::tm& fields) {
   return date.time_since_epoch() / seconds(1) + fields.tm_hour * 3600 + fields.tm_min * 60 + fields.tm_sec;
 }
 
-// And back, for the C library to compose.
+// The calendar fields that show this many seconds, for the C library to compose.
 std::tm showing(std::int64_t shown) {
   using namespace std::chrono;
   const sys_seconds moment{seconds(shown)};

@@ -13,7 +13,8 @@ using namespace morvex;
 
 namespace {
 
-// Before anything can make a TimeZone: Central European Time, spelt out, as no zone files may be installed.
+// Central European Time, set before anything makes a TimeZone. Written as a rule, since zone files may be
+// missing.
 const bool g_zoneSet = platform_set_zone("CET-1CEST,M3.5.0,M10.5.0/3");
 const TimeZone kLocal(TimeZone::localMarker), kUtc(0);
 

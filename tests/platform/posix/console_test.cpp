@@ -23,8 +23,8 @@ bool echoes(int terminal) {
   return tcgetattr(terminal, &mode) == 0 && (mode.c_lflag & ECHO) != 0 && (mode.c_lflag & ISIG) != 0;
 }
 
-// Asks with the standard streams redirected, in a system with these faults, and says on the terminal how that
-// went.
+// Asks for a password in a system with these faults, with the standard streams redirected. Writes the outcome
+// to the terminal.
 [[noreturn]] void ask(const char* faults) {
   const int terminal = dup(0), null = open("/dev/null", O_RDWR);
   for (const int stream : {0, 1, 2}) {
@@ -43,7 +43,7 @@ bool echoes(int terminal) {
   _exit(write(terminal, report.data(), report.size()) < 0);
 }
 
-// Types the keys, if any, once the prompt is up. Gives what shows behind it.
+// Types the keys, if any, once the prompt is up. Returns what the terminal shows after it.
 std::string type(const std::string& keys, const char* faults) {
   int master = -1;
   const pid_t child = forkpty(&master, nullptr, nullptr, nullptr);
