@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kRows = 10'000;
 
-std::string encoded(const protocol::BerValue& message) {
+std::string encoded(const protocol::Record& message) {
   MemoryIo io;
   message.write(io, false);
   return io.text;

@@ -23,19 +23,12 @@ void use(DataInterval& interval) {
   interval.data.emplace<Record>();
 }
 
-double rounded(double value) {
-  std::string text;
-  appendReal(text, value);
-  return stringToReal(text);
-}
-
-// Takes away what is known not to come back: counts are read as signed numbers, reals have six digits.
+// Counts are read as signed numbers, so that larger ones do not come back.
 template <class Span>
-bool round(Span* span) {
+bool limitCounts(Span* span) {
   if (span != nullptr) {
     span->ngood = std::min(span->ngood, 0x7fffffffu);
     span->nbad = std::min(span->nbad, 0x7fffffffu);
-    span->min = rounded(span->min), span->avg = rounded(span->avg), span->max = rounded(span->max);
   }
   return span != nullptr;
 }
@@ -53,26 +46,21 @@ dataquery::Intervals read(const std::string& text, std::size_t piece, const Data
   TextInput input(text, piece);
   auto rows = readCsvLines(input, pattern, kGreenwich);
   for (auto& row : rows) {
-    round(row.data.as<DataIntervalSawtooth>()) || round(row.data.as<DataIntervalContinuous>());
+    limitCounts(row.data.as<DataIntervalSawtooth>()) || limitCounts(row.data.as<DataIntervalContinuous>());
   }
   return rows;
 }
 
 void checkPrinting(const dataquery::Intervals& rows, const DataInterval& pattern, std::string_view format) {
-  const std::string text = print(rows, format);
+  std::string text = print(rows, format);
   const auto lines = splitToList(text, '\n', false);
   if (std::ranges::any_of(lines, [](const auto& line) { return line.size() > kLongestCsvLine; })) {
     return;  // ends the reading
   }
-  auto again = read(text, text.size() + 1, pattern);
-  require(again.size() == rows.size(), "as many rows are read as were printed");
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (auto* incident = again[i].data.as<DataIntervalIncident>()) {  // the quotes stay part of the text
-      incident->text = incident->text.substr(1, incident->text.size() - 2);
-    }
-    const bool hasNan = !(*rows[i].clone() == rows[i]);
-    require(hasNan || again[i] == rows[i], "what was printed reads back the same");
-  }
+  std::string again = print(read(text, text.size() + 1, pattern), format);
+  std::erase(text, '"');  // those around the text of an incident become part of it
+  std::erase(again, '"');
+  require(again == text, "what was printed reads back the same");
 }
 
 }  // namespace

@@ -1,25 +1,18 @@
 // Any text through the parser of TQL; what parses travels in both tag sets.
 
-#include "protocol/ber_error.h"
-#include "protocol/messages/handshake.h"
 #include "query/tql/parser.h"
-#include "wire.h"
+#include "require.h"
+#include "support/reading.h"
 
 using namespace morvex;
 
 namespace {
 
-// The pattern alone, behind what a legacy peer opens with.
-struct Patterns final : protocol::BerProtocol {
-  std::unique_ptr<protocol::BerValue> makeMessage(std::uint32_t tag, bool legacy) const override {
-    return protocol::makeOneOf<protocol::ClientWants, protocol::PathPattern>(tag, legacy);
-  }
-};
-
-std::string checkWriting(const protocol::BerValue& pattern, bool legacy) {
+std::string checkWriting(const protocol::Record& pattern, bool legacy) {
   require(*pattern.clone() == pattern, "a copy is equal");
   return outcomeOf<protocol::EBer>([&] {  // names and texts beyond their limits are refused here
-    require(*readBack(Patterns(), written(pattern, legacy), legacy) == pattern, "a pattern travels whole");
+    const Only<protocol::PathPattern> catalogue;
+    require(*decoded(writtenHex(pattern, legacy), legacy, catalogue) == pattern, "a pattern travels whole");
     return "";
   });
 }

@@ -46,8 +46,6 @@ inline bool operator>(const Record& left, const Record& right) {
   return typeid(left) == typeid(right) && right.less(left);
 }
 
-using BerValue = Record;
-
 // Deletes a record and all that is below it, however deep: neither the stack nor the heap grows.
 void discard(Record* record) noexcept;
 

@@ -2,29 +2,25 @@
 // every installed header in front of it, and links all of the libraries.
 #include <string>
 
-class Connection {
- public:
+struct Connection {
   int post();
 };
-class Output {
- public:
+struct Output {
   int write(const std::string& text);
 };
-class BigNum {
- public:
+struct BigNum {
   BigNum();
   int value;
 };
 int wipe(std::string& secret);
 
 int Connection::post() { return 1; }
-int Output::write(const std::string& text) { return static_cast<int>(text.size()); }
+int Output::write(const std::string&) { return 2; }
 BigNum::BigNum() : value(3) {}
-int wipe(std::string& secret) { return secret.empty() ? 0 : 4; }
+int wipe(std::string&) { return 4; }
 
 int main() {
-  std::string text = "me";
-  const bool own =
-      Connection().post() == 1 && Output().write(text) == 2 && BigNum().value == 3 && wipe(text) == 4;
-  return own ? 0 : 1;
+  std::string text;
+  return Connection().post() == 1 && Output().write(text) == 2 && BigNum().value == 3 && wipe(text) == 4 ? 0
+                                                                                                         : 1;
 }

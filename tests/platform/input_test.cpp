@@ -49,7 +49,7 @@ TEST(LineReader, LinesMayBeLongerThanABlock) {
   TextInput input(text, 10000000), endless(std::string(1000000, 'x'), 100);
   EXPECT_TRUE(linesOf(input, 199 * 199 * 16) == lines);
   EXPECT_EQ(linesOf(endless, 1023), "");
-  EXPECT_EQ(endless.consumed, 1100u);  // no more than it takes to know that the line is too long
+  EXPECT_EQ(endless.consumed, 1100u);  // reading stops when the line is known to be too long
 }
 
 TEST(LineReader, ReportsAStreamThatCannotBeRead) {

@@ -30,12 +30,12 @@ struct MemoryOutput : Output {
 
 TEST(Output, TravelsInBlocksUnlessInteractive) {
   MemoryOutput file(false), terminal(true);
-  const std::string large(1000000, 'x');  // than any block
+  const std::string large(1000000, 'x');  // longer than any block
   for (MemoryOutput* output : {&file, &terminal}) {
     output->write("one");
     output->endLine();
     output->write("two");
-    output->room(1000);  // and nothing comes of it
+    output->room(1000);  // which stays unused
     output->endLine(std::copy(large.begin(), large.end(), output->room(large.size() + 1)));
     output->write("three");
   }

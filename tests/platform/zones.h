@@ -5,7 +5,7 @@
 
 namespace morvex {
 
-// Texts of TZ, and more of them than 20 different zones where the system has so many.
+// Values for TZ: as many different zones as the system has.
 std::vector<std::string> zonesToTry();
 
 }  // namespace morvex

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "foundation/text.h"
@@ -38,7 +39,7 @@ struct Server {
     MemoryIo memory;
     while (!answer->writePortion(memory, false)) {
     }
-    const auto messages = Reading({memory.bytes}).messages();
+    const auto messages = decodedInPieces(memory.bytes, SIZE_MAX, false, protocol::guiProtocol::instance());
     const auto& response = dynamic_cast<const protocol::Response&>(*messages.at(0)).resp;
     if (const auto* selected = response.as<protocol::SelectResp>()) {
       return namesOf(selected->objects);
@@ -52,6 +53,13 @@ struct Server {
       text += (text.empty() ? "" : "; ") + one;
     }
     return text.empty() ? errorText(static_cast<std::uint32_t>(error->code)) : text;
+  }
+
+  protocol::UpdateReq update(ObjectIndex object) const {
+    protocol::UpdateReq request;
+    request.id = tree.id(object);
+    request.version = tree.version(object);
+    return request;
   }
 
   // The query from the root down.
@@ -195,13 +203,8 @@ TEST(Selection, ComparesByTheRulesOfTheType) {
 TEST(Requests, UpdateTakesLegalValuesAlone) {
   Server server(makeSampleTree);
   const std::string wrong = " cannot have this value";
-  struct Row {
-    ObjectIndex object;
-    const char* changes;  // as terms of a filter
-    std::string expected;
-  };
   protocol::UpdateReq request;
-  for (const Row& row : std::vector<Row>{
+  for (const auto& [object, terms, expected] : std::vector<std::tuple<ObjectIndex, std::string, std::string>>{
            {0, "siblingName = \"top\"", "done"},
            {0, "notify = NOTIFY_None & aliases = {}", "Property \"aliases\" is of another type"},
            {0, "dependencies = {\"2\", \"1\"} & contactId = \"3\"I & oid = \"1.3\"S", "done"},
@@ -217,21 +220,17 @@ TEST(Requests, UpdateTakesLegalValuesAlone) {
            {server.last, "siblingName = \"other\" & longLabel = \"Other\"", "done"},
            {server.last, "number = 5", "Property \"number\" is constant"},
        }) {
-    request = protocol::UpdateReq();
-    request.id = server.tree.id(row.object);
-    request.version = server.tree.version(row.object);
-    const auto changes = tql::parse(std::string(".{ ") + row.changes + " }");
+    request = server.update(object);
+    const auto changes = tql::parse(".{ " + terms + " }");
     for (const auto& term : changes->filter) {
       request.properties.push_back(*term->prop);
     }
-    EXPECT_EQ(server.outcome(request), row.expected) << row.changes;
+    EXPECT_EQ(server.outcome(request), expected) << terms;
   }
   request.version += "0";
   EXPECT_EQ(server.outcome(request), "Someone else has updated the object");
-  request.id = server.tree.id(Tree::kRoot);
-  request.version = server.tree.version(Tree::kRoot);
+  request = server.update(Tree::kRoot);
   auto& changes = request.properties;  // values of the right class, which no text of the query language gives
-  changes.clear();
   tql::encode(changes.emplace_back(), "notify", tql::kNotifyEnumeration, std::uint32_t{3});
   tql::encode(changes.emplace_back(), "reportFormat", tql::kReportEnumeration, std::uint32_t{16});
   tql::encode(changes.emplace_back(), "threshold", tql::kReal, 1.5);
@@ -250,15 +249,17 @@ TEST(Requests, CallsRefuseNamesOfNoMetric) {
   request.method = protocol::method::kMetricValue;
   EXPECT_EQ(server.outcome(request), "Parameter \"name\" is missing");
   protocol::Property& name = request.parameters.emplace_back();
-  for (const std::string path :
-       {"many.m3", "many.m02", "many.m2.x", "sample.queues.queue3.length", "many", "sample.queues.queue1"}) {
+  for (const auto& [path, expected] :
+       Rows{{"many.m3", "There is no metric \"many.m3\""},
+            {"many.m02", "There is no metric \"many.m02\""},
+            {"many.m2.x", "There is no metric \"many.m2.x\""},
+            {"sample.queues.queue3.length", "There is no metric \"sample.queues.queue3.length\""},
+            {"many", "\"many\" is not a metric"},
+            {"sample.queues.queue1", "\"sample.queues.queue1\" is not a metric"},
+            {"many.m2", "done"}}) {
     tql::encode(name, "name", tql::kStringList, splitToList(path, '.', false));
-    const bool group = path == "many" || path == "sample.queues.queue1";
-    EXPECT_EQ(server.outcome(request),
-              group ? "\"" + path + "\" is not a metric" : "There is no metric \"" + path + "\"");
+    EXPECT_EQ(server.outcome(request), expected);
   }
-  tql::encode(name, "name", tql::kStringList, splitToList("many.m2", '.', false));
-  EXPECT_EQ(server.outcome(request), "done");
   request.method = 4;
   EXPECT_EQ(server.outcome(request), "There is no method 4");
   request.method = protocol::method::kMetricValue;
@@ -269,14 +270,9 @@ TEST(Requests, CallsRefuseNamesOfNoMetric) {
 TEST(Requests, DataAreRefusedThatDoNotFit) {
   Server server(makeSampleTree);
   const std::string check = "7";  // of continuous values
-  struct Row {
-    std::string object;
-    const char* table;
-    std::int32_t dataType;
-    std::int32_t end;  // of an entry that begins at 100
-    const char* expected;
-  };
-  for (const Row& row : std::vector<Row>{
+  // The object, the table and its data type, when an entry that begins at 100 ends, and the outcome.
+  for (const auto& [object, table, type, end, expected] :
+       std::vector<std::tuple<std::string, const char*, std::int32_t, std::int32_t, std::string>>{
            {check, protocol::kResultTable, 5, 200, "done"},
            {check, protocol::kResultTable, 3, 200, "The data type of the series is 5, not 3"},
            {check, protocol::kResultTable, 5, 99, "Entry 1 ends before it begins"},
@@ -287,13 +283,13 @@ TEST(Requests, DataAreRefusedThatDoNotFit) {
            {"ZZ", protocol::kResultTable, 5, 200, "No object has the id \"ZZ\""},
        }) {
     protocol::PutDataReq request;
-    request.objectId = row.object;
-    request.tableName = row.table;
-    request.dataType = row.dataType;
+    request.objectId = object;
+    request.tableName = table;
+    request.dataType = type;
     auto& entry = request.intervals.emplace_back().data.emplace<protocol::DataIntervalContinuous>();
     entry.begin = 100;
-    entry.end = row.end;
-    EXPECT_EQ(server.outcome(std::move(request)), row.expected);
+    entry.end = end;
+    EXPECT_EQ(server.outcome(std::move(request)), expected);
   }
   protocol::GetDataReq get;
   get.objectId = check;

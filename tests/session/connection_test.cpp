@@ -17,12 +17,12 @@ std::string g_log;  // what happened to requests, in order
 struct Probe final : comquery::Request {
   explicit Probe(std::string probeName) : name(std::move(probeName)) {}
   ~Probe() override { g_log += "-" + name + " "; }
-  std::unique_ptr<protocol::BerValue> encode() override {
+  std::unique_ptr<protocol::Record> encode() override {
     auto payload = std::make_unique<protocol::GetLastDataReq>();
     payload->objectId = name;
     return payload;
   }
-  void decode(protocol::BerValue& response) override {
+  void decode(protocol::Record& response) override {
     g_log += name + " ";
     if (const auto* refusal = dynamic_cast<const protocol::ErrorResp*>(&response)) {
       setErrorCode(static_cast<std::uint32_t>(refusal->code));

@@ -2,11 +2,11 @@
 
 #include "protocol/buffer_io.h"
 #include "session/connection.h"
-#include "support/scripted_io.h"
+#include "support/reading.h"
 
 namespace morvex {
 
-// A server of which only the bytes exist. One at a time.
+// A server that plays a script. There is one at a time.
 struct ScriptedServer {
   ScriptedServer() { g_current = this; }
 

@@ -13,8 +13,8 @@
 
 namespace morvex {
 
-// Bytes as tests write them down: "60 80 02 01". Blanks are for the reader; a text between apostrophes stands
-// for its own bytes: "04 02 '1F'".
+// Bytes as tests write them: "60 80 02 01". Blanks are ignored; a text between apostrophes stands for its own
+// bytes: "04 02 '1F'".
 inline std::vector<std::uint8_t> bytesOf(std::string_view hex) {
   const auto digit = [](char c) { return static_cast<std::uint8_t>(c <= '9' ? c - '0' : c - 'A' + 10); };
   std::vector<std::uint8_t> bytes;
@@ -47,16 +47,14 @@ inline std::string plainHex(std::string_view hex) { return hexOf(bytesOf(hex)); 
 // A stream into memory.
 struct MemoryIo final : protocol::BasicIo {
   std::vector<std::uint8_t> bytes;
-  std::size_t writes = 0;
 
   void write(const std::uint8_t* data, std::size_t count) override {
     bytes.insert(bytes.end(), data, data + count);
-    ++writes;
   }
   void flush() override {}
 };
 
-inline std::string writtenHex(const protocol::BerValue& value, bool legacy = false) {
+inline std::string writtenHex(const protocol::Record& value, bool legacy = false) {
   MemoryIo io;
   value.write(io, legacy);
   return hexOf(io.bytes);

@@ -7,7 +7,7 @@
 
 namespace morvex {
 
-// The zones of the system, less copies, those with leap seconds among them; and some that are spelt out.
+// The zones of the system without copies, including those with leap seconds, and some written as rules.
 std::vector<std::string> zonesToTry() {
   std::vector<std::string> names{"CET-1CEST,M3.5.0,M10.5.0/3",
                                  "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0",

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/class_name.h"
 #include "foundation/errors.h"
 #include "foundation/text.h"
 #include "query/tql/constant.h"
@@ -16,66 +15,43 @@ struct Row {
   std::string expression, outcome;
 };
 
-// The type word, the class and the value.
-std::string dumpConstant(const protocol::Property& property) {
-  const auto& data = property.data;
-  const auto& value = *data;
-  const std::string kind = className(typeid(value));
-  std::string text = uintToString(property.typeWord) + ":" + kind.substr(0, kind.size() - 4);  // less "Prop"
-  if (const auto* string = data.as<protocol::StringProp>()) {
-    text += " " + string->value;
-  } else if (const auto* list = data.as<protocol::StringListProp>()) {
-    for (const std::string& element : list->value) {
-      text += " " + quotedString(element);
-    }
-  } else if (const auto* number = data.as<protocol::SignedIntProp>()) {
-    text += " " + intToString(number->value);
-  } else if (const auto* natural = data.as<protocol::UnsignedIntProp>()) {
-    text += " " + uintToString(natural->value);
-  } else if (const auto* boolean = data.as<protocol::BooleanProp>()) {
-    text += boolean->value ? " true" : " false";
-  } else if (const auto* big = data.as<protocol::BigNumProp>()) {
-    text += " " + big->value.toHex();
-  }
-  return text;
-}
-
-// Class, flags, number, properties, terms, children and colon children, each behind a character of its own.
+// "Node/flags =number [name name] {operator name & operator name} > (step | step : step)"
 std::string dump(const protocol::PathPattern& step) {
-  std::string text = step.className;
-  text += step.flags == 0 ? "" : "/" + uintToString(step.flags);
-  text += step.number.isSet() ? " =" + uintToString(step.number.value()) : "";
-  for (const std::string& name : step.properties) {
-    text += " [" + name + "]";
-  }
-  for (const auto& term : step.filter) {
-    text += " {" + intToString(static_cast<std::int32_t>(term->op)) + " " + term->prop->name + " " +
-            dumpConstant(*term->prop) + "}";
-  }
-  for (const auto& child : step.children) {
-    text += " > (" + dump(*child) + ")";
-  }
-  for (const auto& child : step.colonChildren) {
-    text += " : (" + dump(*child) + ")";
-  }
-  return text;
+  const auto part = [](const std::string& open, const auto& rows, const char* between, auto textOf,
+                       const char* close = "") {
+    std::string text;
+    for (const auto& row : rows) {
+      text.append(text.empty() ? open : between).append(textOf(row));
+    }
+    return text.empty() ? text : text + close;
+  };
+  const auto next = [](const auto& row) { return dump(*row); };
+  const auto name = [](const std::string& text) { return text; };
+  const auto term = [](const auto& row) {
+    return std::to_string(static_cast<int>(row->op)) + " " + row->prop->name;
+  };
+  const std::string below =
+      part("", step.children, " | ", next) + part(" : ", step.colonChildren, " | ", next);
+  return step.className + (step.flags == 0 ? "" : "/" + std::to_string(step.flags)) +
+         (step.number.isSet() ? " =" + std::to_string(step.number.value()) : "") +
+         part(" [", step.properties, " ", name, "]") + part(" {", step.filter, " & ", term, "}") +
+         (below.empty() ? "" : " > (" + below + ")");
 }
 
 TEST(Parser, BuildsTheTreeOfSteps) {
   const Row rows[] = {
       {"Node[siblingName] > CheckGroup*[siblingName]> Check$[siblingName,longLabel] { active = true } > .",
-       "Node [siblingName] > (CheckGroup/1 [siblingName] > (Check/4 [siblingName] [longLabel] "
-       "{0 active 1:Boolean true} > (.)))"},
-      {"A**!$#- =007[b,b]", "A/31 =7 [b] [b]"},
+       "Node [siblingName] > (CheckGroup/1 [siblingName] > (Check/4 [siblingName longLabel] "
+       "{0 active} > (.)))"},
+      {"A**!$#- =007[b,b]", "A/31 =7 [b b]"},
       {"A* > B! > C$ > D# > E-", "A/1 > (B/2 > (C/4 > (D/8 > (E/16))))"},
       {"Node! =4294967298", "Node/2 =2"},
       {"Node { true }", "Node"},
-      {"N { true & in in {} and and=false & c=1 }",
-       "N {8 in 8:StringList} {0 and 1:Boolean false} {0 c 2:UnsignedInt 1}"},
-      {"N { a == 1 & a != 1 }", "N {0 a 2:UnsignedInt 1} {5 a 2:UnsignedInt 1}"},
-      {"A > (B | C : D)", "A > (B) > (C) : (D)"},
+      {"N { true & in in {} and and=false & c=1 }", "N {8 in & 0 and & 0 c}"},
+      {"N { a == 1 & a != 1 }", "N {0 a & 5 a}"},
+      {"A > (B | C : D)", "A > (B | C : D)"},
       {"A > (B > C | D > (E : F > (G : H) | I) : J | K > L)",
-       "A > (B > (C)) > (D > (E) : (F > (G) : (H)) : (I)) : (J) : (K > (L))"},
+       "A > (B > (C) | D > (E : F > (G : H) | I) : J | K > (L))"},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(dump(*tql::parse(row.expression)), row.outcome);
@@ -84,28 +60,41 @@ TEST(Parser, BuildsTheTreeOfSteps) {
 
 TEST(Parser, ReadsConstantsByTheirForm) {
   const Row rows[] = {
-      {R"(a="x"I & a=""I & a="x"S & a=""S & id="" & id="x"S & a="q\"I")",
-       "7:String x, 7:Null, 15:String x, 15:String , 7:String , 15:String x, 6:String q\"I, "},
-      {R"(a={} & a={"x", "y"} & a={[,"x"I})",
-       R"(8:StringList, 8:StringList "x" "y", 8:StringList "" "x\"", )"},
-      {"a=+5 & a=-7 & a=- & a=+ & a=-2147483648 & a=+4294967295",
-       "3:SignedInt 5, 3:SignedInt -7, 3:SignedInt 0, 3:SignedInt 0, 3:SignedInt -2147483648, 3:SignedInt "
-       "-1, "},
-      {"a=4294967295 & a=4294967296 & a=18446744073709551615T",
-       "2:UnsignedInt 4294967295, 2:UnsignedInt 0, 10:UnsignedInt 4294967295, "},
-      {"a=18446744073709551616B & a=1000000000000000000000000001B & a=0B",
-       "18:BigNum 10000000000000000, 18:BigNum 33b2e3c9fd0803ce8000001, 18:BigNum 0, "},
-      {"a=false & a=bool_null & a=ES_ALERT & a=NOTIFY_AsAlert & a=RIF_Table & a=NRT_Grouping",
-       "1:Boolean false, 1:Null, 65541:UnsignedInt 13, 65550:UnsignedInt 2, 65545:UnsignedInt 8, "
-       "65557:UnsignedInt 4, "},
+      {R"(a="x"I)", "02 01 07 A0 80 04 01 'x'"},
+      {R"(a=""I)", "02 01 07 A6 80"},
+      {R"(a="x"S)", "02 01 0F A0 80 04 01 'x'"},
+      {R"(a=""S)", "02 01 0F A0 80 04 00"},
+      {R"(id="")", "02 01 07 A0 80 04 00"},
+      {R"(id="x"S)", "02 01 0F A0 80 04 01 'x'"},
+      {R"(a="q\"I")", "02 01 06 A0 80 04 03 'q\"I'"},
+      {R"(a={})", "02 01 08 A1 80 30 80 00 00"},
+      {R"(a={"x", "y"})", "02 01 08 A1 80 30 80 04 01 'x' 04 01 'y' 00 00"},
+      {R"(a={[,"x"I})", "02 01 08 A1 80 30 80 04 00 04 02 'x\"' 00 00"},
+      {"a=+5", "02 01 03 A2 80 02 01 05"},
+      {"a=-7", "02 01 03 A2 80 02 01 F9"},
+      {"a=-", "02 01 03 A2 80 02 01 00"},
+      {"a=+", "02 01 03 A2 80 02 01 00"},
+      {"a=-2147483648", "02 01 03 A2 80 02 04 80 00 00 00"},
+      {"a=+4294967295", "02 01 03 A2 80 02 01 FF"},
+      {"a=4294967295", "02 01 02 A3 80 02 05 00 FF FF FF FF"},
+      {"a=4294967296", "02 01 02 A3 80 02 01 00"},
+      {"a=18446744073709551615T", "02 01 0A A3 80 02 05 00 FF FF FF FF"},
+      {"a=18446744073709551616B", "02 01 12 AB 80 02 09 01 00 00 00 00 00 00 00 00"},
+      {"a=1000000000000000000000000001B", "02 01 12 AB 80 02 0C 03 3B 2E 3C 9F D0 80 3C E8 00 00 01"},
+      {"a=0B", "02 01 12 AB 80 02 00"},
+      {"a=false", "02 01 01 A5 80 01 01 00"},
+      {"a=bool_null", "02 01 01 A6 80"},
+      {"a=ES_ALERT", "02 03 01 00 05 A3 80 02 01 0D"},
+      {"a=NOTIFY_AsAlert", "02 03 01 00 0E A3 80 02 01 02"},
+      {"a=RIF_Table", "02 03 01 00 09 A3 80 02 01 08"},
+      {"a=NRT_Grouping", "02 03 01 00 15 A3 80 02 01 04"},
   };
-  for (const Row& row : rows) {
-    std::string constants;
-    const auto pattern = tql::parse("N{" + row.expression + "}");
-    for (const auto& term : pattern->filter) {
-      constants += dumpConstant(*term->prop) + ", ";
-    }
-    EXPECT_EQ(constants, row.outcome);
+  for (const auto& [expression, outcome] : rows) {
+    const std::string name =
+        expression.starts_with("id") ? "04 02 'id'" : "04 01 '" + expression.substr(0, 1) + "'";
+    EXPECT_EQ(writtenHex(*tql::parse("N{" + expression + "}")->filter[0]->prop),
+              plainHex("30 80" + name + outcome + "00 00 00 00"))
+        << expression;
   }
 }
 
@@ -143,8 +132,11 @@ const Row kRefusals[] = {
     {"A > (B : C : D)", R"(Expected ) got: ":")"},
     {"A > (B > (C) > D)", R"(Expected ) got: ">")"},
     {"A > (B : C) > D", "Extra input at end of expression"},
+    {"A | B", "Extra input at end of expression"},
     {"Node-5", "Extra input at end of expression"},
     {"Node!=3", "Extra input at end of expression"},
+    {"Node{a=1}[b]", "Extra input at end of expression"},
+    {"Node[a]>=", "Extra input at end of expression"},
     {R"(N{a = "\)", "Unterminated string literal"},
 };
 
@@ -182,6 +174,7 @@ TEST(Parser, FollowsAnyDepth) {
     }
     return all;
   };
+  const std::string opened = repeated("A > (B : C | ");
   for (const std::string& expression : {repeated("A > ") + "A", repeated("A > (") + "A" + repeated(")")}) {
     const auto pattern = tql::parse(expression);
     std::size_t depth = 0;
@@ -190,11 +183,11 @@ TEST(Parser, FollowsAnyDepth) {
     }
     EXPECT_EQ(depth, kDepth);
   }
-  const std::string opened = repeated("A > (B : C | ");
   EXPECT_EQ(textOf<error::EParseError>([&] { tql::parse(opened); }),
             "Expected class name got: \"\": parsing " + opened);
   const auto filtered = tql::parse("A { " + repeated("a = 1 & ") + "b = 2 }");
-  EXPECT_TRUE(filtered->filter.size() == kDepth + 1 && *filtered->clone() == *filtered);
+  ASSERT_EQ(filtered->filter.size(), kDepth + 1);
+  EXPECT_TRUE(filtered->filter.back()->prop->name == "b" && *filtered->clone() == *filtered);
 }
 
 }  // namespace
