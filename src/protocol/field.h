@@ -87,7 +87,7 @@ bool takeWhole(T& record, Cursor& in) {
 
 template <class T>
 consteval bool isFlat() {
-  return std::ranges::all_of(T::kSchema.fields, [](const Field& row) { return row.ops->put != nullptr; });
+  return std::ranges::all_of(T::kSchema.fields, [](const Field& row) { return row.ops->isPrimitive; });
 }
 
 // As in takeWhole, no row costs a call.
@@ -131,7 +131,7 @@ struct Wire : SelfContained<T> {
   static void put(const void* member, const Bounds& bounds, Writer& writer) {
     Leaf<T>::put(of(member), bounds, writer);
   }
-  static constexpr MemberOps kOps{take, takeWhole, true, put, Wire::equal, Wire::less, Wire::assign};
+  static constexpr MemberOps kOps{take, takeWhole, true, true, put, Wire::equal, Wire::less, Wire::assign};
 };
 
 template <class T>

@@ -51,7 +51,9 @@ struct MemberOps {
   // then the cursor stays, and a record inside the member is of no more use. Null for members that never come
   // so.
   bool (*takeWhole)(void* member, const Bounds&, Cursor&) = nullptr;
-  bool comesWhole = false;  // whether there is takeWhole, for constant expressions
+  // For constant expressions, in which not every compiler compares pointers to functions:
+  bool comesWhole = false;   // has takeWhole
+  bool isPrimitive = false;  // has put as well
   // Throws EBer for a value beyond its bounds.
   void (*put)(const void* member, const Bounds&, Writer&) = nullptr;
   Relation equal = nullptr;
