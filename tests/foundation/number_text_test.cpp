@@ -42,6 +42,12 @@ bool reads(const std::string& text) {
              : value == -12345 && std::abs(expected) <= std::numeric_limits<double>::min();
 }
 
+#ifdef _WIN32
+constexpr bool kRoundsAnyText = false;  // strtod there takes 2.449441655328671e+201 for 2^669
+#else
+constexpr bool kRoundsAnyText = true;
+#endif
+
 bool converts(double value) {
   const std::string general =
       printed("%s%g", std::signbit(value) ? "-" : "", std::abs(value));  // of NaN, too
@@ -52,7 +58,8 @@ bool converts(double value) {
   const int digits = static_cast<int>(below(20)), width = static_cast<int>(below(30));
   return puts(putReal, value, general) && puts(putScientific, value, scientific) &&
          realToString(value, -1, -1) == fixed && reads(general) && reads(scientific) &&
-         reads(printed("%.*e", digits, value)) && reads(printed("%0*.*f", width, digits, value));
+         (!kRoundsAnyText ||
+          (reads(printed("%.*e", digits, value)) && reads(printed("%0*.*f", width, digits, value))));
 }
 
 // number * 10^exponent, or a double close by.
