@@ -1,5 +1,6 @@
 """The opening of a session, to the byte, with its refusals, and the password prompt."""
 
+import os
 import socket
 from signal import SIGHUP, SIGINT, SIGQUIT, SIGTERM
 
@@ -119,7 +120,8 @@ def test_password_prompt(typed, password):
 @TERMINAL
 @pytest.mark.skipif(SANITIZED, reason="the sanitizers bring system calls of their own")
 @pytest.mark.parametrize("faults, typed", [
-    *[(fault, "") for fault in ("open:1:0:e6", "open:2:0:e6", "tcgetattr:1:0:e5", "tcsetattr:1:0:e5", "tcsetattr:2:0:e5",
+    pytest.param("open:2:0:e6", "", marks=pytest.mark.skipif("LLVM_PROFILE_FILE" in os.environ, reason="coverage opens files")),
+    *[(fault, "") for fault in ("open:1:1:e6", "tcgetattr:1:0:e5", "tcsetattr:1:0:e5", "tcsetattr:2:0:e5",
                                 "write:1:0:e5", "write:1:0:r0", "poll:1:0:e12")],
     *[(fault, "x\n") for fault in ("write:2:0:e5", "read:1:0:e5", "tcsetattr:3:0:e5")],
     ("tcsetattr:1:2:e4 write:1:2:e4 poll:1:2:e4 read:1:2:e4", "sed\x7fcret \n"),
