@@ -54,9 +54,18 @@ inline bool beginsAt(const Cursor& in) {
   return in.room() >= 2 && in.at[0] == identifierOctet(T::kSchema.tag.word(in.legacy)) && in.at[1] == 0x80;
 }
 
+// Calls visit with the number of each row, as a constant, until one gives false. All rows are known to the
+// compiler, so that none costs a call.
+template <class T, class Visit>
+void unrollRows(Visit visit) {
+  [&]<std::size_t... kRows>(std::index_sequence<kRows...>) {
+    (void)(visit(std::integral_constant<std::size_t, kRows>()) && ...);
+  }
+  (std::make_index_sequence<T::kSchema.fields.size()>());
+}
+
 // Takes a record that lies whole at the cursor, in the indefinite form and without unknown fields. False for
-// any other: then the cursor stays, and the record is of no more use. All rows are known to the compiler, so
-// that none costs a call.
+// any other: then the cursor stays, and the record is of no more use.
 template <class T>
 bool takeWhole(T& record, Cursor& in) {
   if (!beginsAt<T>(in)) {
@@ -65,17 +74,13 @@ bool takeWhole(T& record, Cursor& in) {
   Cursor ahead = in;
   ahead.at += 2;
   std::size_t count = 0;
-  const auto takeRow = [&]<std::size_t kRow>(std::integral_constant<std::size_t, kRow>) {
+  unrollRows<T>([&]<std::size_t kRow>(std::integral_constant<std::size_t, kRow>) {
     constexpr const Field& kField = T::kSchema.fields[kRow];
     constexpr auto kTake = kField.ops->takeWhole;
     const bool taken = kTake(kField.in(record), kField.bounds, ahead);
     count += taken ? 1 : 0;
     return taken;
-  };
-  [&]<std::size_t... kRows>(std::index_sequence<kRows...>) {
-    (void)(takeRow(std::integral_constant<std::size_t, kRows>()) && ...);
-  }
-  (std::make_index_sequence<T::kSchema.fields.size()>());
+  });
   if (count < T::kSchema.required || ahead.room() < 2 || ahead.at[0] != 0 || ahead.at[1] != 0) {
     return false;
   }
@@ -90,19 +95,15 @@ consteval bool isFlat() {
   return std::ranges::all_of(T::kSchema.fields, [](const Field& row) { return row.ops->isPrimitive; });
 }
 
-// As in takeWhole, no row costs a call.
 template <class T>
 void putWhole(const T& record, Writer& writer) {
-  const auto putRow = [&]<std::size_t kRow>(std::integral_constant<std::size_t, kRow>) {
+  writer.open(T::kSchema.tag);
+  unrollRows<T>([&]<std::size_t kRow>(std::integral_constant<std::size_t, kRow>) {
     constexpr const Field& kField = T::kSchema.fields[kRow];
     constexpr auto kPut = kField.ops->put;
     kPut(kField.in(record), kField.bounds, writer);
-  };
-  writer.open(T::kSchema.tag);
-  [&]<std::size_t... kRows>(std::index_sequence<kRows...>) {
-    (putRow(std::integral_constant<std::size_t, kRows>()), ...);
-  }
-  (std::make_index_sequence<T::kSchema.fields.size()>());
+    return true;
+  });
   writer.close();
 }
 

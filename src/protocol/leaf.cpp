@@ -81,20 +81,20 @@ double realFrom(Content content) {
 
 void putReal(Writer& writer, double value) {
   writer.shortPrimitive(BE_REAL, [value](std::uint8_t* content) {
-    const auto special = [&](RealForm form) {
+    const auto begin = [&](RealForm form) {
       *content = static_cast<std::uint8_t>(form);
       return content + 1;
     };
     if (std::isnan(value)) {
-      return special(RealForm::notANumber);
+      return begin(RealForm::notANumber);
     }
     if (std::isinf(value)) {
-      return special(value > 0 ? RealForm::plusInfinity : RealForm::minusInfinity);
+      return begin(value > 0 ? RealForm::plusInfinity : RealForm::minusInfinity);
     }
     if (value == 0) {
       return content;
     }
-    char* text = reinterpret_cast<char*>(special(RealForm::text));
+    char* text = reinterpret_cast<char*>(begin(RealForm::text));
     auto* const end = reinterpret_cast<std::uint8_t*>(putScientific(text, value));
     assertThat(static_cast<std::size_t>(end - content) <= kLongestReal,
                "String representation of double larger than buffer");

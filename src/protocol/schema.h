@@ -60,8 +60,7 @@ struct MemberOps {
   Relation less = nullptr;
   void (*assign)(void* to, const void* from) = nullptr;
   const Nest* nest = nullptr;
-  // Writes the record in the member at once. False for one that has to be walked. Null if all
-  // have to be.
+  // Writes the record in the member at once. False for one that has to be walked. Null if all have to be.
   bool (*putWhole)(const void* member, Writer&) = nullptr;
 };
 

@@ -32,7 +32,7 @@ void Writer::close() {
 
 void Writer::primitive(const Tag& tag, std::span<const std::uint8_t> content) {
   const bool copied = content.size() <= kLongestCopied;
-  reserve(kHeader + sizeof(std::uint64_t) + (copied ? content.size() : 0));
+  reserve(kHeader + kOverhang + (copied ? content.size() : 0));
   putTag(tag);
   putLength(content.size());
   if (copied) {
@@ -56,7 +56,7 @@ void Writer::enumerated(std::int32_t value) {
 }
 
 void Writer::integer(const Tag& tag, std::uint64_t bits, int count) {
-  reserve(kHeader + 1 + 2 * sizeof bits);
+  reserve(kHeader + 1 + sizeof bits + kOverhang);
   putTag(tag);
   *end_++ = static_cast<std::uint8_t>(count);
   putBytes(bits, count);

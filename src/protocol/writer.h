@@ -52,6 +52,7 @@ class Writer {
  private:
   static constexpr std::size_t kBlock = 1024;
   static constexpr std::size_t kHeader = 6 + 5;       // the longest tag and length
+  static constexpr std::size_t kOverhang = 8;         // what putBytes may store behind the end
   static constexpr std::size_t kLongestCopied = 512;  // longer content goes to the stream from where it lies
 
   void reserve(std::size_t count) {

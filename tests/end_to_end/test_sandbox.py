@@ -11,6 +11,7 @@ from conftest import asks
 from server import ACK, BOTH, CLIENT_WANTS, LOGIN, NEW_SESSION, OFFERS, caught, select, step
 from tool import run, sandbox
 
+
 @pytest.fixture(scope="module")
 def tree(ask):
     """Rows of all domains, nodes and checks: path, id, domain part, node, check part."""

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "platform/traffic.h"
 #include "protocol/messages/agent.h"
 #include "protocol/messages/envelope.h"
 #include "support/reading.h"
@@ -10,6 +11,7 @@ using namespace protocol;
 TEST(Messages, HaveTheseBytes) {
   const struct {
     std::string current, legacy = "";
+    std::uint64_t entries = 0;  // of a series
   } rows[] = {
       {"60 80 02 02 02 03 A0 80 00 00 00 00", "60 80 02 02 02 03 60 80 00 00 00 00"},
       {"74 80 02 01 01 A0 80 31 80 04 01 'B' 04 01 'A' 04 01 'B' 00 00"
@@ -26,17 +28,23 @@ TEST(Messages, HaveTheseBytes) {
       {"75 80 02 01 03 A6 80 02 01 11 30 80 30 80 A1 80 02 01 05 0A 01 01 04 02 'up' 00 00 00 00"
        "30 80 A2 80 02 01 00 02 01 00 09 00 09 00 30 80 09 00 09 0D 00 '1.000000e+00' 00 00 00 00 00 00"
        "30 80 A3 80 02 01 01 02 01 02 09 01 40 09 00 09 01 41 02 01 03 02 01 04 00 00 00 00"
-       "00 00 00 00 00 00"},
+       "00 00 00 00 00 00",
+       "", 3},
       {"7F 1F 80 01 01 01 04 02 'ok' 00 00", "7F 1F 80 01 01 01 16 02 'ok' 00 00"},
   };
+  g_traffic.rowKind = &DataInterval::kSchema;
   for (const auto& row : rows) {
+    const std::uint64_t rowsBefore = g_traffic.rows;
+    decodedInPieces(bytesOf(row.current), 0, false, guiProtocol::instance());
     const auto message = decoded(row.current);
     EXPECT_EQ(writtenHex(*message), plainHex(row.current));
+    EXPECT_EQ(g_traffic.rows - rowsBefore, 3 * row.entries) << "in single bytes, whole, and written";
     if (!row.legacy.empty()) {
       EXPECT_EQ(writtenHex(*message, true), plainHex(row.legacy));
       EXPECT_TRUE(*decoded(row.legacy, true) == *message) << row.legacy;
     }
   }
+  g_traffic.rowKind = nullptr;
 }
 
 TEST(Messages, AreNotWrittenBeyondTheirLimits) {
