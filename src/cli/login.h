@@ -17,12 +17,19 @@ extern std::string g_rootObjectId;
 // Throws error::EFatal, error::EParseError, and what Connection throws.
 void login();
 
-// Makes a query, sends it and waits for its answer; the query's errorCode tells of a refusal. Needs a login.
-// Throws what the query's constructor and Connection throw.
+// Makes a query and sends it. Needs a login. Throws what the query's constructor and Connection::post throw.
 template <class Query, class... Values>
-comquery::Held<Query> ask(Values&&... values) {
+comquery::Held<Query> post(Values&&... values) {
   auto query = comquery::make<Query>(std::forward<Values>(values)...);
   g_connection->post(*query);
+  return query;
+}
+
+// The same, and waits for the answer; the query's errorCode tells of a refusal. Throws what Connection::await
+// throws as well.
+template <class Query, class... Values>
+comquery::Held<Query> ask(Values&&... values) {
+  auto query = post<Query>(std::forward<Values>(values)...);
   g_connection->await(*query);
   return query;
 }

@@ -20,6 +20,14 @@ namespace {
 
 constexpr std::int64_t kSecondsBetweenCycles = 5;
 
+// A metric as it was named, with the options in force there.
+struct NamedMetric {
+  std::string name;
+  MetricOptions options;
+  std::list<std::string> path;
+  comquery::Held<tqlquery::Call> description;  // under way
+};
+
 struct Monitor {
   std::list<std::string> path;
   MetricColumn column;
@@ -48,40 +56,55 @@ protocol::ListOfProperty nameParameter(const std::list<std::string>& path) {
   return parameters;
 }
 
-MetricColumn findColumn(const MetricOptions& options, const std::string& name,
-                        const std::list<std::string>& path) {
-  const auto call = ask<tqlquery::Call>(protocol::method::kMetricDescription, nameParameter(path));
-  if (call->resultObjects.size() != 1) {  // none after a refusal
-    endRun("Could not monitor: " + name);
-  }
-  return makeColumn(options, *call->resultObjects.front());
-}
-
 // Options and names stand mixed. An option applies to the names behind it.
-std::vector<Monitor> takeMonitors(Arguments& arguments) {
-  std::vector<Monitor> monitors;
+std::vector<NamedMetric> askForDescriptions(Arguments& arguments) {
+  std::vector<NamedMetric> metrics;
   MetricOptions options;
+  g_connection->gather(true);
   while (!arguments.atEnd()) {
-    const std::string argument = arguments.take();
+    std::string argument = arguments.take();
     if (takeOption(options, argument)) {
       continue;
     }
     std::list<std::string> path = splitToList(argument, '.', false);
-    if (MetricColumn column = findColumn(options, argument, path)) {
-      monitors.push_back({std::move(path), std::move(column)});
+    auto description = post<tqlquery::Call>(protocol::method::kMetricDescription, nameParameter(path));
+    metrics.push_back({std::move(argument), options, std::move(path), std::move(description)});
+  }
+  g_connection->gather(false);
+  return metrics;
+}
+
+// The column of a metric by its description, for which it waits. Ends the run if there is none.
+MetricColumn awaitColumn(const NamedMetric& metric) {
+  g_connection->await(*metric.description);
+  const protocol::ListOfObject& objects = metric.description->resultObjects;
+  if (objects.size() != 1) {  // none after a refusal
+    endRun("Could not monitor: " + metric.name);
+  }
+  return makeColumn(metric.options, *objects.front());
+}
+
+// All descriptions are asked for before the first one is awaited, so they take about one wait for the
+// network.
+std::vector<Monitor> takeMonitors(Arguments& arguments) {
+  std::vector<Monitor> monitors;
+  for (NamedMetric& metric : askForDescriptions(arguments)) {
+    if (MetricColumn column = awaitColumn(metric)) {
+      monitors.push_back({std::move(metric.path), std::move(column)});
     } else {
-      printError("Could not monitor: " + argument + '\n');
+      printError("Could not monitor: " + metric.name + '\n');
     }
   }
   return monitors;
 }
 
-// All polls are out before the first answer is awaited, so a cycle waits about once for the network.
+// The polls of a cycle go the same way.
 void printCycle(Output& output, std::vector<Monitor>& monitors) {
+  g_connection->gather(true);
   for (Monitor& monitor : monitors) {
-    monitor.poll = comquery::make<TimedCall>(protocol::method::kMetricValue, nameParameter(monitor.path));
-    g_connection->post(*monitor.poll);
+    monitor.poll = post<TimedCall>(protocol::method::kMetricValue, nameParameter(monitor.path));
   }
+  g_connection->gather(false);
   for (Monitor& monitor : monitors) {
     if (&monitor != &monitors.front()) {
       output.write("\t");

@@ -27,7 +27,6 @@ OwnedSocket::~OwnedSocket() {
 std::optional<std::size_t> Peer::receive(std::span<std::uint8_t> buffer) {
   const std::ptrdiff_t count = platform_receive(handle(), buffer.data(), buffer.size());
   if (count > 0) {
-    platform_acknowledge_at_once(handle());
     return static_cast<std::size_t>(count);
   }
   return count == 0 ? std::nullopt : nothingFor(platform_socket_error());
@@ -46,7 +45,6 @@ std::optional<Peer> Listener::accept(bool& exhausted) {
     return std::nullopt;
   }
   platform_set_no_delay(accepted.handle(), true);  // an answer leaves at once
-  platform_acknowledge_at_once(accepted.handle());
   return Peer(std::move(accepted));
 }
 

@@ -128,6 +128,8 @@ bool socket_readable(SocketHandle socket, int seconds) {
   return platform_wait(socket, Readiness::toRead, seconds) == 1;
 }
 
+bool socket_has_input(SocketHandle socket) { return platform_pending(socket) > 0; }
+
 const char* socket_close(SocketHandle socket) {
   if (!platform_set_non_blocking(socket, false)) {
     return failure("socket_close: Error at ioctlsocket");

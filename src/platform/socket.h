@@ -26,11 +26,19 @@ const char* socket_connect(std::uint32_t address, std::uint16_t port, SocketHand
 // Sends all of it.
 const char* socket_send(SocketHandle socket, const void* buffer, std::size_t length);
 
+// Between true and false, what is sent may wait for a fraction of a second until it fills a packet. Does
+// nothing on a system that cannot.
+void socket_gather(SocketHandle socket, bool on);
+
 // Makes one receive. received is 0 if the peer has closed.
 const char* socket_recv(SocketHandle socket, void* buffer, std::size_t length, std::size_t& received);
 
 // Waits so long at most. True if the socket can be read.
 bool socket_readable(SocketHandle socket, int seconds);
+
+// Whether bytes have come that no receive has taken yet. An end or a failure of the connection is none: it
+// stays for the call that meets it.
+bool socket_has_input(SocketHandle socket);
 
 const char* socket_close(SocketHandle socket);
 

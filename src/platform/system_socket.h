@@ -34,6 +34,9 @@ bool platform_connection_error(SocketHandle socket, int& code);
 std::ptrdiff_t platform_send(SocketHandle socket, const void* bytes, std::size_t count);
 std::ptrdiff_t platform_receive(SocketHandle socket, void* room, std::size_t count);
 
+// How many bytes have come, 0 also if that cannot be told.
+std::size_t platform_pending(SocketHandle socket);
+
 void platform_shutdown(SocketHandle socket);
 bool platform_close_socket(SocketHandle socket);  // releases it in any case
 
@@ -41,7 +44,6 @@ bool platform_close_socket(SocketHandle socket);  // releases it in any case
 // that has no room for another one.
 SocketHandle platform_accept(SocketHandle listener);
 bool platform_exhausted(int code);
-void platform_acknowledge_at_once(SocketHandle socket);
 // Throws error::ESystemError with the text of platform_socket_error.
 [[noreturn]] void throwSocketError(const std::string& what);
 

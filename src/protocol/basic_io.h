@@ -21,6 +21,8 @@ namespace morvex::old_protocol {
 // A stream in both directions.
 class BasicIo : public protocol::BasicIo {
  public:
+  // Between true and false, flushed bytes may wait for more, so that small messages share their packets.
+  virtual void gather(bool) {}
   // Waits for at least one byte and returns how many came, at most capacity. 0 only for a capacity of 0.
   virtual std::size_t read(std::uint8_t* bytes, std::size_t capacity) = 0;
 };

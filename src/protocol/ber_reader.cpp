@@ -56,8 +56,10 @@ std::span<const std::uint8_t> BerReader::takeOpening(std::span<const std::uint8_
   return chunk.subspan(taken);
 }
 
+void BerReader::write(const protocol::Record& message) { message.write(*stream_, legacy()); }
+
 void BerReader::send(const protocol::Record& message) {
-  message.write(*stream_, legacy());
+  write(message);
   stream_->flush();
 }
 

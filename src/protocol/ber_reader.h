@@ -38,7 +38,10 @@ class BerReader final : public GenericLayer {
   // Throws protocol::EBer, and what the stream throws unless finished messages are waiting.
   void read() override;
 
-  // Writes a message in the peer's tag set and flushes it. Throws as Record::write does.
+  // Writes a message in the peer's tag set; it leaves with the next one that is sent. Throws as Record::write
+  // does.
+  void write(const protocol::Record& message);
+  // The same, and flushes it.
   void send(const protocol::Record& message);
 
   // The oldest finished message, or null. Does no input.

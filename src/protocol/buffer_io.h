@@ -19,6 +19,7 @@ class BufferIo final : public BasicIo {
 
   void write(const std::uint8_t* bytes, std::size_t count) override;
   void flush() override;
+  void gather(bool on) override { lower_->gather(on); }
   std::size_t read(std::uint8_t* bytes, std::size_t capacity) override {
     return lower_->read(bytes, capacity);
   }

@@ -23,6 +23,7 @@ class OsalSocket final : public BasicIo {
   // both sides would wait for each other.
   void write(const std::uint8_t* bytes, std::size_t count) override;
   void flush() override {}  // nothing is held back here
+  void gather(bool on) override { socket_gather(socket_, on); }
   // The end of the stream is a failure as well.
   std::size_t read(std::uint8_t* bytes, std::size_t capacity) override;
 

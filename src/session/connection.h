@@ -26,7 +26,7 @@ class Connection {
   // errors::connect_error with the reason for a refusal, error::ESystemError for an unreachable server and
   // protocol::EBer for a broken answer to the negotiation. port is 1 to 65535. login and password take up to
   // 128 bytes, clientName (the program's name for the server) 256, and domain ("." for the root) 1024; longer
-  // ones count as refused. The caller wipes its own copy of the password.
+  // ones count as refused, as does a key of more than 1040. The caller wipes its own copy of the password.
   static std::unique_ptr<Connection> newSession(IoFactory factory, const std::string& server,
                                                 std::uint32_t port, const std::string& clientName,
                                                 const std::string& login, const std::string& password,
@@ -43,6 +43,10 @@ class Connection {
   // the request is as if it had never been posted, but the number is spent and part of the message may be
   // out.
   void post(comquery::Request& request);
+
+  // Between true and false, requests may wait to share their packets with those behind them. Otherwise all
+  // requests behind the first would wait until the server has acknowledged that one.
+  void gather(bool on) { session_.reader->lower().gather(on); }
 
   // Handles answers until this request has been answered, and returns its error code (errorText in
   // foundation/errors.h), 0 for none; at once for a request that is not under way. Waits without a time

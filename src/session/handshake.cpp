@@ -12,7 +12,8 @@ namespace {
 using errors::connect_error;
 using Reader = std::unique_ptr<old_protocol::BerReader>;
 
-// Opens the stream and agrees on version and authentication.
+// Opens the stream and agrees on version and authentication. The acknowledgement waits for the next message:
+// sent alone, it would hold that one back until a server that delays its own acknowledgements has sent one.
 Reader negotiate(IoFactory factory, const std::string& server, std::uint32_t port) {
   auto reader = std::make_unique<old_protocol::BerReader>(protocol::guiProtocol::instance(),
                                                           factory.open(server, port));
@@ -33,7 +34,7 @@ Reader negotiate(IoFactory factory, const std::string& server, std::uint32_t por
       !protocol::isCompatible(offer->version)) {
     throw connect_error("Server does not support our version of the protocol");
   }
-  reader->send(protocol::NegotiateAck());
+  reader->write(protocol::NegotiateAck());
   return reader;
 }
 

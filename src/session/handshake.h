@@ -26,9 +26,9 @@ struct OpenSession {
   std::string rootObjectId;
 };
 
-// The exchange that opens a session, strictly one message and one answer at a time:
-//   client  ClientWants                  NegotiateAck  NewSession or ReopenSession
-//   server               ServerOffers                                                NewSessionResp
+// The exchange that opens a session, strictly one flush and one answer at a time:
+//   client  ClientWants                  NegotiateAck, NewSession or ReopenSession
+//   server               ServerOffers                                               NewSessionResp
 // The server refuses the last step by any other answer, or by hanging up: every failure there counts as a
 // refusal. Throws as Connection::newSession says.
 OpenSession logIn(IoFactory factory, const std::string& server, std::uint32_t port,

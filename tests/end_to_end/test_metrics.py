@@ -69,9 +69,10 @@ def timing(n, total, squares, low=1, high=9):
 
 def monitored(args, metrics, *steps, **options):
     """Runs monitormetrics for these metrics, each a name, class and unit. The steps follow their descriptions."""
-    described = [(expects(call(at, 3, name)), sends(called(at, "", made(kind, name, text("unit", unit)))))
-                 for at, (name, kind, unit) in enumerate(metrics)]
-    return session(["monitormetrics", *args.split()], *[step for pair in described for step in pair], *steps, **options)
+    asked, answers = zip(*[(call(at, 3, name), called(at, "", made(kind, name, text("unit", unit))))
+                           for at, (name, kind, unit) in enumerate(metrics)])
+    described = [expects(b"".join(asked)), sends(b"".join(answers))]
+    return session(["monitormetrics", *args.split()], *described, *steps, **options)
 
 
 MANY, TWO, BIG, DOUBLE = 2**64 - 1, timing(2, 10, 100), "18446744073709551615", prop("value", 4, "A4( 09%s )")
@@ -124,14 +125,16 @@ def test_poll_without_a_value(kind, answer, err):
 
 
 @pytest.mark.parametrize("name, asked, answer, err", [
-    ("a.*.b", "a.*.b", refusal(0, 1), "Could not monitor: a.*.b\n"),
-    ("..a..b.", "a.b", called(0), "Could not monitor: ..a..b.\n"),
-    ("-x", "-x", called(0, "", *TREE[:2]), "Could not monitor: -x\n"),
-    ("x", "x", called(0, "", made("Timing", "5", "")), caught('Property "unit" not found in 5').err),
+    ("a.*.b", "a.*.b", refusal(1, 1), "Could not monitor: a.*.b\n"),
+    ("..a..b.", "a.b", called(1), "Could not monitor: ..a..b.\n"),
+    ("-x", "-x", called(1, "", *TREE[:2]), "Could not monitor: -x\n"),
+    ("x", "x", called(1, "", made("Timing", "5", "")), caught('Property "unit" not found in 5').err),
 ])
 def test_metric_that_is_unknown(name, asked, answer, err):
-    result = session(["MM", "-a", name, "other"], expects(call(0, 3, asked)), sends(answer))
-    assert result == Run(1, "", err)
+    described = [sends(called(0, "", metric("Text", "text"))), sends(answer), sends(called(2, "", metric("Timing", "other")))]
+    asked = expects(call(0, 3, "text") + call(1, 3, asked) + call(2, 3, "other"))
+    result = session(["MM", "-a", "text", name, "other"], asked, *described)
+    assert result == Run(1, "", "Could not monitor: text\n" + err)
 
 
 def test_metrics_of_the_sandbox(ask, server):

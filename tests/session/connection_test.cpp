@@ -61,11 +61,13 @@ struct ConnectionTest : testing::Test {
   comquery::Held<Probe> b = comquery::make<Probe>("b");
 };
 
-TEST_F(ConnectionTest, TakesTheKeyOfTheReply) {
+TEST_F(ConnectionTest, OpensInTwoWritesWithTheKeyOfTheReply) {
   EXPECT_TRUE(connection->sessionKey() == BigNum(0x1122));
   server.sends(kOffer);
   server.sends("71 80 02 01 07 02 00 04 00 04 00 04 00 00 00");
   EXPECT_TRUE(server.reopen()->sessionKey() == BigNum(7));
+  EXPECT_EQ(server.takeWritten(), (Written{plainHex("60 80 02 02 02 03 A0 80 00 00 00 00"),
+                                           plainHex("62 80 00 00 72 80 02 01 80 00 00")}));
 }
 
 TEST_F(ConnectionTest, NumbersRequestsThroughoutTheSession) {

@@ -10,7 +10,7 @@ import subprocess
 from typing import NamedTuple
 
 from peer import sends
-from server import LOGIN
+from server import LOGIN, call
 from tool import COMMAND, PATIENCE, SANITIZED, WINDOWS, Run, environment, printed
 
 MEMORY = 16 << 20  # bytes of address space for a run, code and stack included; the sanitizers, and Wine, take terabytes
@@ -46,7 +46,6 @@ def finishes(_, client):
 def plays(turns, ending=finishes, piece=None):
     def play(client):
         for count, answer in turns:
-            client.setsockopt(socket.IPPROTO_TCP, socket.TCP_QUICKACK, 1)  # the program's next message waits for it
             if len(client.recv(count, socket.MSG_WAITALL)) < count:
                 return
             sends(answer, piece)(None, client)
@@ -103,7 +102,7 @@ class Stage:
 
 
 def record(stage, server, args):
-    """Runs the program against the server. All polls of a cycle are one turn, as their answers may come early."""
+    """Runs the program against the server. All descriptions of metrics are one turn, and all polls, as answers come early."""
     turns, endless = [], args[0] == ENDLESS
 
     def relay(client):
@@ -120,6 +119,8 @@ def record(stage, server, args):
 
     result = stage.run(args, relay)
     assert result.code == 0 and all(answer for _, answer in turns), result  # a session that fails by itself proves nothing
-    first_poll = 2 + sum(not arg.startswith("-") for arg in args[1:]) if endless else len(turns)
-    polls = [[sum(counts), b"".join(answers)] for counts, answers in [zip(*turns[first_poll:])] * endless]
-    return Session(args, turns[:first_poll] + polls, result)
+    if endless:
+        described = sum(len(call(number, 3, name)) for number, name in enumerate(arg for arg in args[1:] if arg[0] != "-"))
+        polled = next(at for at in range(2, len(turns)) if sum(count for count, _ in turns[2:at]) == described)
+        turns[2:] = [[sum(counts), b"".join(answers)] for counts, answers in (zip(*turns[2:polled]), zip(*turns[polled:]))]
+    return Session(args, turns, result)

@@ -36,14 +36,6 @@ bool platform_exhausted(int code) {
   return code == EMFILE || code == ENFILE || code == ENOBUFS || code == ENOMEM;
 }
 
-// A client that collects small messages until the one before is acknowledged would wait for the end of our
-// delay. The system goes back to delaying by itself, so every receive asks again. Without it a client still
-// works, only later.
-void platform_acknowledge_at_once(SocketHandle socket) {
-  const int on = 1;
-  (void)::setsockopt(descriptorOf(socket), IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
-}
-
 Listener::Listener(std::uint16_t port)
     : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
   if (handle() == kInvalidSocket) {

@@ -49,6 +49,12 @@ bool platform_set_no_delay(SocketHandle socket, bool noDelay) {
   return setsockopt(descriptorOf(socket), IPPROTO_TCP, TCP_NODELAY, &argument, sizeof argument) == 0;
 }
 
+// Only speed depends on it.
+void socket_gather(SocketHandle socket, bool on) {
+  const int argument = on ? 1 : 0;
+  (void)setsockopt(descriptorOf(socket), IPPROTO_TCP, TCP_CORK, &argument, sizeof argument);
+}
+
 bool platform_connect(SocketHandle socket, std::uint32_t address, std::uint16_t port) {
   sockaddr_in peer{};
   peer.sin_family = AF_INET;
@@ -83,6 +89,11 @@ std::ptrdiff_t platform_send(SocketHandle socket, const void* bytes, std::size_t
 
 std::ptrdiff_t platform_receive(SocketHandle socket, void* room, std::size_t count) {
   return recv(descriptorOf(socket), room, count, 0);
+}
+
+std::size_t platform_pending(SocketHandle socket) {
+  int count = 0;
+  return ioctl(descriptorOf(socket), FIONREAD, &count) == 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 void platform_shutdown(SocketHandle socket) { shutdown(descriptorOf(socket), SHUT_RDWR); }

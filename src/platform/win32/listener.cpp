@@ -94,8 +94,6 @@ SocketHandle platform_accept(SocketHandle listener) {
 
 bool platform_exhausted(int code) { return code == WSAEMFILE || code == WSAENOBUFS; }
 
-void platform_acknowledge_at_once(SocketHandle) {}  // this system has no call for it
-
 void catchStopRequests() {
   alarm();
   if (SetConsoleCtrlHandler(requestStop, TRUE) == 0) {

@@ -36,6 +36,8 @@ bool platform_set_no_delay(SocketHandle socket, bool noDelay) {
                     sizeof argument) == 0;
 }
 
+void socket_gather(SocketHandle, bool) {}  // this system cannot
+
 bool platform_connect(SocketHandle socket, std::uint32_t address, std::uint16_t port) {
   sockaddr_in peer{};
   peer.sin_family = AF_INET;
@@ -69,6 +71,11 @@ std::ptrdiff_t platform_send(SocketHandle socket, const void* bytes, std::size_t
 
 std::ptrdiff_t platform_receive(SocketHandle socket, void* room, std::size_t count) {
   return recv(socketOf(socket), static_cast<char*>(room), atMost(count), 0);
+}
+
+std::size_t platform_pending(SocketHandle socket) {
+  unsigned long count = 0;
+  return ioctlsocket(socketOf(socket), static_cast<long>(FIONREAD), &count) == 0 ? count : 0;
 }
 
 void platform_shutdown(SocketHandle socket) { shutdown(socketOf(socket), SD_BOTH); }
