@@ -6,8 +6,10 @@
 
 #include "cli/global_options.h"
 #include "foundation/errors.h"
+#include "foundation/text.h"
 #include "foundation/wipe.h"
 #include "platform/console.h"
+#include "protocol/leaf.h"
 
 namespace morvex {
 
@@ -38,12 +40,20 @@ void askForPassword() {
   }
 }
 
+BigNum sessionKey() {
+  BigNum key;
+  key.fromHex(g_sessionKey);
+  if (key.dataCapacity() > protocol::kLongestBigNum) {
+    throw error::EParseError("The session key has more than " + uintToString(protocol::kLongestBigNum) +
+                             " bytes");
+  }
+  return key;
+}
+
 std::unique_ptr<Connection> openSession() {
   const auto port = static_cast<std::uint32_t>(g_port);
   if (!g_sessionKey.empty()) {
-    BigNum key;
-    key.fromHex(g_sessionKey);
-    return Connection::reopenSession(kSocketIo, g_server, port, key);
+    return Connection::reopenSession(kSocketIo, g_server, port, sessionKey());
   }
   if (!g_passwordGiven) {
     askForPassword();

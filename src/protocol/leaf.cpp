@@ -107,7 +107,7 @@ void Leaf<std::string>::decode(Content content, const Bounds&, std::string& valu
 }
 
 void Leaf<BigNum>::put(const BigNum& value, const Bounds&, Writer& writer) {
-  checkDataLength(value.dataCapacity(), kLongestBigNum);  // the key of -S is any number of digits
+  checkDataLength(value.dataCapacity(), kLongestBigNum);
   std::array<std::uint8_t, kLongestBigNum> content;
   std::size_t length = content.size();
   value.bn_get_data(content.data(), length);

@@ -100,6 +100,7 @@ def test_command_options(command, message, lines):
         ("insert", misused(LATE)), ("update", misused("attribute=value expected, got: -x"))]],
     (["-S", "12g4", "listdomains", "."], caught("Could not parse hexstring")),
     (["-S", "0x12", "listdomains", "."], caught("Could not parse hexstring")),
+    (["-S", "e" * 2081, "listdomains", "."], caught("The session key has more than 1040 bytes")),
     (["-l", "a", "SELECT", "-i", "5"], caught("Error getting password")),
 ])
 def test_other_words(args, result):
