@@ -73,4 +73,4 @@ same_addresses=(setarch -R)
 build_packages=(g++ cmake ninja-build)
 windows_packages=(g++-mingw-w64-x86-64-posix googletest)
 test_packages=("${build_packages[@]}" ccache clang clang-format libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
-  python3 python3-pytest python3-pytest-xdist tzdata valgrind mandoc zsh bash-completion gnuplot-nox systemd)
+  python3 python3-pytest python3-pytest-xdist tzdata iproute2 valgrind mandoc zsh bash-completion gnuplot-nox systemd)

@@ -48,6 +48,9 @@ const char* setUpAndConnect(SocketHandle socket, std::uint32_t address, std::uin
   if (!platform_set_no_delay(socket, (flags & kSocketNoDelay) != 0)) {
     return failure("Error disabling Nagle");
   }
+  if (!platform_watch_peer(socket)) {
+    return failure("Error enabling keep-alive");
+  }
   if (platform_connect(socket, address, port)) {
     return nullptr;
   }

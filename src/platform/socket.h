@@ -20,7 +20,8 @@ const char* socket_startup();
 // address: IPv4, network byte order. A dotted address needs no name service.
 const char* socket_resolve(const char* host, std::uint32_t& address);
 
-// port: host byte order. A failure leaves nothing open.
+// port: host byte order. A failure leaves nothing open. A connection whose peer vanishes fails after about
+// two minutes; one whose peer lives and is silent stays.
 const char* socket_connect(std::uint32_t address, std::uint16_t port, SocketHandle& socket, unsigned flags);
 
 // Sends all of it.

@@ -18,6 +18,12 @@ bool platform_would_block(int code);  // also said of a connection that the syst
 SocketHandle platform_open_socket();
 bool platform_set_non_blocking(SocketHandle socket, bool nonBlocking);
 bool platform_set_no_delay(SocketHandle socket, bool noDelay);
+// Lets the system end the connection once the peer's machine or the network is gone. A peer that says nothing
+// is asked whether it is there: first after kFirstProbe, then every kNextProbe, kProbes times in all. Where
+// the system can, kUnacknowledged bounds the wait for the acknowledgement of what was sent.
+bool platform_watch_peer(SocketHandle socket);
+inline constexpr int kFirstProbe = 60, kNextProbe = 15, kUnacknowledged = 120;  // seconds
+inline constexpr int kProbes = 4;
 bool platform_connect(SocketHandle socket, std::uint32_t address, std::uint16_t port);
 
 enum class Readiness { toRead, toWrite, connected };

@@ -4,11 +4,14 @@ import itertools
 import os
 import re
 import resource
+import threading
 import time
+from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 from ber import integers, item, string, wire
 from faults import ENDLESS, MEMORY, Stage, finishes, plays, record
+from link import THERE, cable
 from peer import closes, resets
 from server import call, called, data, interval, made, refusal, response, selected, text, thing, value
 from tool import SANITIZED, WINDOWS, Run, linux
@@ -201,3 +204,32 @@ def test_server_that_stops_reading(narrow, monitors, recorded, ending, tmp_path)
     for args, turns in [(inserted, recorded["insert"].turns[:-1]), *monitoring]:
         result = narrow.run(args, plays(turns, leaves), memory=128 << 20)
         assert (result.code, result.out) == (1, "") and BROKEN.fullmatch(result.err), result
+
+
+GONE = r"(Error (reading from|writing to) socket: .*(No route to host \(113\)|Connection timed out \(110\))|Wrong username / password)"
+SOON = "setsockopt:3:0:v1 setsockopt:3:0:v1 setsockopt:4:0:v3000"  # probes each second, and three for what was sent
+
+
+@linux("its times can be shortened")
+@pytest.mark.skipif(SANITIZED, reason="the sanitizers bring a library of their own")
+def test_server_that_vanishes(recorded, tmp_path):
+    """The cable is pulled while runs wait for each answer, within it, send a large file, and sleep between two cycles."""
+    (tmp_path / "rows").write_text("header\n" + "1000,2000,1,2,3,4,5\n" * 500000)
+    insert, monitor = recorded["insert"], recorded[ENDLESS]
+    runs = [(["-f", str(tmp_path / "rows"), *insert.args[2:]], plays, insert.turns[:-1]), (monitor.args, plays, monitor.turns)]
+    runs += [(session.args, session.until, start + within) for session in (recorded["select"], insert, monitor)
+             for start in session.starts() for within in (0, 5)]
+    with cable() as (here, there, pull):
+        ready = threading.Barrier(len(runs), pull)
+
+        def run(args, script, place):
+            stage = there.submit(Stage, host=THERE, LD_PRELOAD=os.environ["MORVEX_FAULTY_SYSTEM"], MORVEX_FAULT=SOON).result()
+            args = ["mm" if arg == ENDLESS else arg for arg in args]  # by this name the stage waits for its end
+            return stage.run(args, script(place, lambda peer, client: ready.wait()), memory=128 << 20)
+
+        def run_all():
+            with ThreadPoolExecutor(len(runs)) as pool:
+                return list(pool.map(run, *zip(*runs)))
+
+        for result in here.submit(run_all).result():
+            assert result.code == 1 and re.search(f"(^|\n)Caught error: {GONE}\n$", result.err), result

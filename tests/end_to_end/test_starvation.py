@@ -75,6 +75,7 @@ SENDING, RECEIVING, CONNECTING = "Error writing to socket: ", "Error reading fro
     ("lm", "socket:1:0:e24", "Error creating socket: Too many open files (24)"),
     ("lm", "ioctl:1:0:e25", "Error setting socket to nonblocking: Inappropriate ioctl for device (25)"),
     ("lm", "setsockopt:1:0:e12", "Error disabling Nagle: Cannot allocate memory (12)"),
+    ("lm", "setsockopt:2:0:e22", "Error enabling keep-alive: Invalid argument (22)"),
     ("lm", "connect:1:0:e101", "Error connecting: Network is unreachable (101)"),
     ("lm", "connect:1:0:d115 poll:1:0:r0", "Connection timed out"),
     ("lm", "connect:1:0:d115 poll:1:0:e12", CONNECTING + ": -1"),

@@ -56,10 +56,10 @@ def plays(turns, ending=finishes, piece=None):
 class Stage:
     """Where the program runs. All runs share one listener, so that one takes a few milliseconds."""
 
-    def __init__(self, small=False):
+    def __init__(self, small=False, host="127.0.0.1", **variables):
         self.runs = self.cut = self.flipped = 0
-        self.process = None
-        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.process, self.variables = None, variables
+        self.listener = socket.create_server((host, 0))
         if small:  # small segments keep the program's own buffer from growing fast
             for option in (socket.SO_RCVBUF, socket.SO_SNDBUF):
                 self.listener.setsockopt(socket.SOL_SOCKET, option, 4096)
@@ -68,8 +68,9 @@ class Stage:
 
     def run(self, args, play, memory=MEMORY):
         """Ends the program behind its first line if it never ends by itself."""
-        command = [*COMMAND, "-s", "127.0.0.1", "-p", str(self.listener.getsockname()[1]), *LOGIN, *args]
-        with subprocess.Popen(command, env=environment("UTC"), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+        host, port = self.listener.getsockname()
+        command = [*COMMAND, "-s", host, "-p", str(port), *LOGIN, *args]
+        with subprocess.Popen(command, env=environment("UTC") | self.variables, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                               stderr=subprocess.PIPE, start_new_session=True) as self.process:
             try:
                 if not (SANITIZED or WINDOWS):

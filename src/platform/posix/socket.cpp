@@ -23,6 +23,10 @@ using Clock = std::chrono::steady_clock;
 
 int descriptorOf(SocketHandle socket) { return static_cast<int>(socket); }
 
+bool set(SocketHandle socket, int level, int option, int value) {
+  return setsockopt(descriptorOf(socket), level, option, &value, sizeof value) == 0;
+}
+
 // The milliseconds that poll may still take, rounded up so that it never returns a little too early.
 int millisecondsUntil(Clock::time_point deadline) {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
@@ -45,15 +49,20 @@ bool platform_set_non_blocking(SocketHandle socket, bool nonBlocking) {
 }
 
 bool platform_set_no_delay(SocketHandle socket, bool noDelay) {
-  const int argument = noDelay ? 1 : 0;
-  return setsockopt(descriptorOf(socket), IPPROTO_TCP, TCP_NODELAY, &argument, sizeof argument) == 0;
+  return set(socket, IPPROTO_TCP, TCP_NODELAY, noDelay ? 1 : 0);
+}
+
+bool platform_watch_peer(SocketHandle socket) {
+  const bool watched =
+      set(socket, SOL_SOCKET, SO_KEEPALIVE, 1) && set(socket, IPPROTO_TCP, TCP_KEEPIDLE, kFirstProbe) &&
+      set(socket, IPPROTO_TCP, TCP_KEEPINTVL, kNextProbe) && set(socket, IPPROTO_TCP, TCP_KEEPCNT, kProbes);
+  // Without this one the system has a limit of its own.
+  set(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, 1000 * kUnacknowledged);
+  return watched;
 }
 
 // Only speed depends on it.
-void socket_gather(SocketHandle socket, bool on) {
-  const int argument = on ? 1 : 0;
-  (void)setsockopt(descriptorOf(socket), IPPROTO_TCP, TCP_CORK, &argument, sizeof argument);
-}
+void socket_gather(SocketHandle socket, bool on) { set(socket, IPPROTO_TCP, TCP_CORK, on ? 1 : 0); }
 
 bool platform_connect(SocketHandle socket, std::uint32_t address, std::uint16_t port) {
   sockaddr_in peer{};

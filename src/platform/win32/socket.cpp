@@ -1,4 +1,6 @@
 #include <winsock2.h>
+// Behind the header that it needs.
+#include <mstcpip.h>
 
 #include <algorithm>
 #include <climits>
@@ -11,6 +13,14 @@ namespace morvex {
 namespace {
 
 SOCKET socketOf(SocketHandle socket) { return static_cast<SOCKET>(socket); }
+
+// TCP_KEEPCNT and TCP_MAXRT of ws2ipdef.h, which not every compiler brings.
+constexpr int kKeepCount = 16, kMaxRetransmission = 5;
+
+bool set(SocketHandle socket, int option, int value) {
+  return setsockopt(socketOf(socket), IPPROTO_TCP, option, reinterpret_cast<const char*>(&value),
+                    sizeof value) == 0;
+}
 
 // As much as one call can be asked for.
 int atMost(std::size_t count) { return static_cast<int>(std::min<std::size_t>(count, INT_MAX)); }
@@ -31,9 +41,18 @@ bool platform_set_non_blocking(SocketHandle socket, bool nonBlocking) {
 }
 
 bool platform_set_no_delay(SocketHandle socket, bool noDelay) {
-  const int argument = noDelay ? 1 : 0;
-  return setsockopt(socketOf(socket), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&argument),
-                    sizeof argument) == 0;
+  return set(socket, TCP_NODELAY, noDelay ? 1 : 0);
+}
+
+// Older systems lack the last two options. They send ten probes, and give up on data after their own time.
+bool platform_watch_peer(SocketHandle socket) {
+  tcp_keepalive times{1, 1000 * kFirstProbe, 1000 * kNextProbe};
+  DWORD none = 0;
+  const bool watched = WSAIoctl(socketOf(socket), SIO_KEEPALIVE_VALS, &times, sizeof times, nullptr, 0, &none,
+                                nullptr, nullptr) == 0;
+  set(socket, kKeepCount, kProbes);
+  set(socket, kMaxRetransmission, kUnacknowledged);
+  return watched;
 }
 
 void socket_gather(SocketHandle, bool) {}  // this system cannot

@@ -3,6 +3,7 @@
 // step-th one; with step 0 at that one alone. Outcomes are
 //   eN  fails with errno N                          lN  takes N bytes at most
 //   dN  does its work, yet fails with errno N       rN  returns N and does nothing
+//   vN  takes N in place of the integer that its fourth argument points to
 //   c0  none; the number of calls is printed to standard error in the end
 // The call "alloc" is each of malloc, calloc and realloc; it can only fail.
 
@@ -66,11 +67,15 @@ long make(const char* call, long a, long b, long c, long d, long e) {
   if (rule != nullptr && rule->outcome == 'l') {
     c = std::min(c, rule->value);
   }
+  int value = rule == nullptr ? 0 : static_cast<int>(rule->value);
+  if (rule != nullptr && rule->outcome == 'v') {
+    d = reinterpret_cast<long>(&value);
+  }
   long result = -1;
   if (rule == nullptr || rule->outcome != 'e') {
     result = reinterpret_cast<long (*)(long, long, long, long, long)>(dlsym(RTLD_NEXT, call))(a, b, c, d, e);
   }
-  if (rule != nullptr && rule->outcome != 'l') {
+  if (rule != nullptr && rule->outcome != 'l' && rule->outcome != 'v') {
     errno = static_cast<int>(rule->value);
     return -1;
   }
