@@ -101,7 +101,11 @@ const char* readAnswer(const PromptConsole& input, char* buffer, std::size_t cap
   if (count == capacity && buffer[count - 1] != last) {
     discardLine(input, last);
   }
-  const std::size_t end = std::string_view(buffer, count).find_first_of(kAnswerEnds);
+  const std::string_view line(buffer, count);
+  if (line.find('\x1a') != std::string_view::npos) {  // Ctrl+Z
+    return "Interrupted";
+  }
+  const std::size_t end = line.find_first_of(kAnswerEnds);
   if (end < count) {
     buffer[end] = '\0';
     return nullptr;
