@@ -17,7 +17,7 @@ class Terminal:
 
     def __init__(self):
         self.keyboard, self.terminal = pty.openpty()
-        self.process, self.shown = None, b""
+        self.process, self.shown, self.mode = None, b"", termios.tcgetattr(self.terminal)
 
     def __enter__(self):
         return self
@@ -37,24 +37,24 @@ class Terminal:
     def take(self):
         """Makes this the terminal of a new process, which answers to signals even if they are ignored outside the tests."""
         fcntl.ioctl(self.terminal, termios.TIOCSCTTY, 0)
-        for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM):
+        for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM, signal.SIGTSTP, signal.SIGTTOU):
             signal.signal(number, signal.SIG_DFL)
 
-    def run(self, *args, shell=RUN):
-        """Starts the tool behind a line of shell. Its standard streams lead elsewhere."""
+    def run(self, *args, shell=RUN, **streams):
+        """Starts the tool behind a line of shell. Its standard streams lead elsewhere, unless they are given."""
         pipes = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
-        self.start(["/bin/sh", "-c", shell, TOOL, *args], **pipes)
+        self.start(["/bin/sh", "-c", shell, TOOL, *args], **pipes | streams)
 
-    def prompts(self):
-        """Waits for the tool's prompt, which must stand on a terminal without echo."""
-        self.until(lambda: self.shown.endswith(b"Password: "))
+    def prompts(self, count=1):
+        """Waits for the tool's prompt, the count-th on this terminal, which must have no echo."""
+        self.until(lambda: self.shown.count(b"Password: ") >= count)
         assert not self.echoes()
 
     def result(self):
         """The outcome of this run."""
         out, err = self.process.communicate(timeout=PATIENCE)
         self.drain()
-        return Run(self.process.returncode, out.decode(), err.decode())
+        return Run(self.process.returncode, out.decode(), (err or b"").decode())
 
     def read(self, wait):
         """False if nothing comes in these seconds, or the terminal is gone."""
@@ -83,6 +83,9 @@ class Terminal:
 
     def echoes(self):
         return bool(termios.tcgetattr(self.terminal)[3] & termios.ECHO)
+
+    def unchanged(self):
+        return termios.tcgetattr(self.terminal) == self.mode
 
     def unread(self):
         """The number of typed bytes that no program has read."""
