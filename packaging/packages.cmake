@@ -30,6 +30,7 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_NAME morvex-tool)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_RECOMMENDS tzdata) # without it only TZ rules work, no names of zones
 set(CPACK_DEBIAN_PROGRAMS_DESCRIPTION "console client of a network-monitoring server
 Lists the tree of domains, nodes and checks of a Morvex Server, exports and
 imports the results of checks and the incident logs of nodes as CSV, reads

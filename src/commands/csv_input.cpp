@@ -231,7 +231,8 @@ std::int32_t parseCsvTime(std::string_view text, Calendar& calendar) {
     return static_cast<std::int32_t>(stringToUint(text));
   }
   const std::int64_t time = parseStandardTime(text, calendar);
-  if (!std::in_range<std::int32_t>(time)) {  // its low 32 bits would be stored as another time
+  if (time < 0 ||
+      !std::in_range<std::int32_t>(time)) {  // select could not show it, or would show another time
     throw error::EParseError("Error parsing: " + quotedString(text));
   }
   return static_cast<std::int32_t>(time);

@@ -49,9 +49,6 @@ UpdateOptions takeUpdateOptions(Arguments& arguments) {
     options.attributes.insert_or_assign(names.back(), argument.substr(equals + 1));
   }
   options.propertyList = propertyListText(names);
-  if (!names.empty() && options.propertyList.empty()) {
-    options.propertyList = ' ';  // a lone empty name: an empty list would ask for nothing, a blank is refused
-  }
   return options;
 }
 

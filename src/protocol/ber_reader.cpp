@@ -24,7 +24,7 @@ BerReader::BerReader(const protocol::BerProtocol& catalogue, std::unique_ptr<Bas
 BerReader::~BerReader() { wipe(rest_.data(), rest_.size()); }  // session keys pass through
 
 void BerReader::read() {
-  std::array<std::uint8_t, kChunkSize> chunk;
+  static std::array<std::uint8_t, kChunkSize> chunk;  // for all readers; a stack may be smaller than that
   std::size_t count = 0;
   try {
     count = stream_->read(chunk.data(), chunk.size());

@@ -13,6 +13,7 @@ namespace object_class = protocol::object_class;
 namespace {
 
 constexpr std::string_view kNamesOnly = "[siblingName]";
+constexpr std::string_view kAllProperties = "*";
 
 std::list<std::string> splitPart(const std::string& part, char delimiter) {
   std::list<std::string> pieces;
@@ -30,7 +31,7 @@ std::string joinWith(std::string_view separator, const std::vector<std::string>&
 
 // The projection of the last step. The steps above it ask for their names alone.
 std::string projection(const std::string& properties) {
-  if (properties == "*") {
+  if (properties == kAllProperties) {
     return "!";
   }
   return properties.empty() ? std::string(kNamesOnly) : "[siblingName, " + properties + "]";
@@ -111,7 +112,11 @@ std::string classListText(const std::vector<std::string>& classes) {
   return classes.empty() ? "object" : joinWith(" or ", classes);
 }
 
-std::string propertyListText(const std::vector<std::string>& names) { return joinWith(", ", names); }
+std::string propertyListText(const std::vector<std::string>& names) {
+  const std::string text = joinWith(", ", names);
+  const bool asksForOther = !names.empty() && (text.empty() || text == kAllProperties);
+  return asksForOther ? " " + text : text;  // the parser refuses these two, which no property can be called
+}
 
 std::string pathExpression(const std::string& path, bool byId, const std::string& properties) {
   const std::string wanted = projection(properties);

@@ -6,7 +6,7 @@ from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 from server import LOGIN, caught
-from tool import SANITIZED, WINDOWS, Run, faulty, linux, run, sandbox
+from tool import RUN, SANITIZED, WINDOWS, Run, faulty, linux, run, sandbox
 
 STRIDE = 1 if os.environ.get("MORVEX_EVERY") == "1" else 5  # the long form refuses every allocation
 UNKNOWN, NO_ZONE = "Caught unknown exception.\n", "Caught error: Couldn't set TZ environment variable\n"
@@ -112,7 +112,8 @@ CROWD = f"ulimit -n 2000; exec '{sys.executable}' -c '{CROWDED}' \"$0\" \"$@\""
 @pytest.mark.parametrize("shell", [pytest.param(faulty(faults), marks=unsanitized) for faults in (
     "connect:1:0:d4 send:1:2:e4 recv:1:2:e4 poll:1:2:e4 write:1:2:e4 read:1:2:e4 open:1:2:e4 close:1:1:d4",
     "connect:1:0:d115 send:1:2:e11 recv:1:2:e11 poll:1:2:e4 write:1:2:e11 read:1:2:e11",
-    "send:1:1:l1 recv:1:1:l1 write:1:1:l1 read:1:1:l1")] + [CROWD], ids=["interrupted", "blocking", "bytewise", "high numbers"])
+    "send:1:1:l1 recv:1:1:l1 write:1:1:l1 read:1:1:l1")] + [
+    CROWD, pytest.param(f"ulimit -s 64; {RUN}", marks=unsanitized)], ids=["interrupted", "blocking", "bytewise", "high numbers", "small stack"])
 def test_same_outcome(small, tmp_path, shell):
     rows, get = [f"{time},{time + 1},1,{len(shell)},3\n" for time in range(5, 2000, 5)], "select -u -b 1 -e 5000 .,scale,enum".split()
     (tmp_path / "rows").write_text("header\n" + "".join(rows))

@@ -2,12 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-
-#include "foundation/errors.h"
-#include "platform/process.h"
 #include "support/text_input.h"
-#include "support/text_of.h"
 
 using namespace morvex;
 
@@ -50,10 +45,4 @@ TEST(LineReader, LinesMayBeLongerThanABlock) {
   EXPECT_TRUE(linesOf(input, 199 * 199 * 16) == lines);
   EXPECT_EQ(linesOf(endless, 1023), "");
   EXPECT_EQ(endless.consumed, 1100u);  // reading stops when the line is known to be too long
-}
-
-TEST(LineReader, ReportsAStreamThatCannotBeRead) {
-  std::fclose(stdin), prepareProcess();
-  EXPECT_EQ(textOf<error::ESystemError>([] { linesOf(*LineReader::standardInput(), 10); }),
-            "Error reading input: Bad file descriptor");
 }

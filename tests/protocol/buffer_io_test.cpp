@@ -39,18 +39,4 @@ TEST(BufferIo, SendsFullBuffersAtOnceAndTheRestWhenFlushed) {
   }
 }
 
-TEST(BufferIo, ReadsStraightFromBelowAndDropsTheUnsentAtItsEnd) {
-  Script script;
-  std::vector<std::uint8_t> got(4);
-  {
-    old_protocol::BufferIo io(std::make_unique<ScriptedIo>(script));
-    script.incoming = {{1, 2, 3}};
-    EXPECT_EQ(io.read(got.data(), 2), 2U);
-    EXPECT_EQ(io.read(got.data() + 2, 2), 1U);
-    io.write(got.data(), 1);
-  }
-  EXPECT_EQ(hexOf(got), "01 02 03 00");
-  EXPECT_EQ(script.calls, "rr~");
-}
-
 }  // namespace

@@ -27,18 +27,4 @@ TEST(Call, CarriesPropertiesAndObjects) {
                      "    30 80 00 00 30 80 00 00 31 80 00 00 00 00 00 00 00 00"));
 }
 
-TEST(Call, KeepsTheObjectsOfTheNewestAnswer) {
-  const auto call = comquery::make<Call>(2);
-  protocol::CallResp answer;
-  answer.objects.emplace_back().emplace().className = "X";
-  call->decode(answer);
-  protocol::ErrorResp refusal;
-  refusal.code = 15;
-  call->decode(refusal);
-  EXPECT_TRUE(call->errorCode() == 15 && call->resultObjects.at(0)->className == "X");
-  protocol::CallResp empty;
-  call->decode(empty);
-  EXPECT_TRUE(call->errorCode() == 0 && call->resultObjects.empty());
-}
-
 }  // namespace
