@@ -10,6 +10,8 @@
 #include "foundation/text.h"
 #include "platform/output.h"
 #include "platform/process.h"
+#include "platform/terminal.h"
+#include "protocol/ber_error.h"
 
 using namespace morvex;
 
@@ -49,9 +51,14 @@ void run(int argc, char** argv) {
   command->run(arguments);
 }
 
+std::string textOf(const error::Exception& failure) {
+  const auto* refusal = dynamic_cast<const protocol::EBer*>(&failure);
+  return refusal != nullptr && isTerminal(StandardStream::error) ? refusal->shortText() : failure.text();
+}
+
 void report(const error::Exception& failure) noexcept {
   try {
-    printError("Caught error: " + failure.text() + "\n");
+    printError("Caught error: " + textOf(failure) + "\n");
   } catch (...) {  // no memory is left for the text
     printError("Caught unknown exception.\n");
   }

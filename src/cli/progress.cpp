@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <iterator>
+
+#include "foundation/number_text.h"
 
 namespace morvex {
 
@@ -29,19 +30,6 @@ constexpr Unit kUnits[] = {{1'000'000'000, " GB"}, {1'000'000, " MB"}, {1'000, "
 
 char* put(char* to, std::string_view text) { return std::copy(text.begin(), text.end(), to); }
 
-// In groups of three digits.
-char* putNumber(char* to, std::uint64_t number) {
-  std::array<char, 20> digits{};
-  const char* const end = std::to_chars(digits.begin(), digits.end(), number).ptr;
-  for (const char* digit = digits.data(); digit != end; ++digit) {
-    if (digit != digits.data() && (end - digit) % 3 == 0) {
-      *to++ = ',';
-    }
-    *to++ = *digit;
-  }
-  return to;
-}
-
 // Cut to one decimal, in the largest unit that gives at least 1.0.
 char* putBytes(char* to, std::uint64_t bytes) {
   const Unit* unit = std::begin(kUnits);
@@ -49,7 +37,7 @@ char* putBytes(char* to, std::uint64_t bytes) {
     ++unit;
   }
   const std::uint64_t tenths = bytes / (unit->size / 10);
-  to = putNumber(to, tenths / 10);
+  to = putGrouped(to, tenths / 10);
   *to++ = '.';
   *to++ = static_cast<char>('0' + tenths % 10);
   return put(to, unit->name);
@@ -91,7 +79,7 @@ void ProgressLine::draw() noexcept {
   char* const begin = put(room.data(), "\r");
   char* end = put(begin, kVerbs[static_cast<std::size_t>(way_)]);
   end = put(putBytes(end, bytes()), ", ");
-  end = put(putNumber(end, g_traffic.rows - rowsBefore_), " ");
+  end = put(putGrouped(end, g_traffic.rows - rowsBefore_), " ");
   end = put(end, rowName_);
   const auto width = std::max(width_, static_cast<std::size_t>(end - begin));
   std::fill(end, begin + width, ' ');

@@ -209,6 +209,18 @@ char* putInt(char* to, std::int32_t value) {
   return value < 0 ? putUint(to + 1, 0 - bits) : putUint(to, bits);
 }
 
+char* putGrouped(char* to, std::uint64_t value) {
+  std::array<char, 20> digits{};
+  const char* const end = std::to_chars(digits.begin(), digits.end(), value).ptr;
+  for (const char* digit = digits.data(); digit != end; ++digit) {
+    if (digit != digits.data() && (end - digit) % 3 == 0) {
+      *to++ = ',';
+    }
+    *to++ = *digit;
+  }
+  return to;
+}
+
 char* putReal(char* to, double value) {
   *to = '-';
   char* const unsignedText = to + (std::signbit(value) ? 1 : 0);

@@ -15,6 +15,9 @@ inline constexpr std::size_t kNumberRoom = 24;
 char* putUint(char* to, std::uint32_t value);
 char* putInt(char* to, std::int32_t value);
 
+// In groups of three digits: "12,345,678". Needs 26 bytes of room.
+char* putGrouped(char* to, std::uint64_t value);
+
 // The bytes of printf's %g: six significant digits. Also "nan", "-nan", "inf" and "-inf".
 char* putReal(char* to, double value);
 

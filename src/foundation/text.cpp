@@ -122,6 +122,34 @@ constexpr char escapeLetter(char c) {
   return c == '"' || c == '\'' || c == '\\' ? c : '\0';
 }
 
+// Appends the escape of a byte in three octal digits.
+char* putOctal(char* to, unsigned char byte) {
+  *to++ = '\\';
+  for (int shift = 6; shift >= 0; shift -= 3) {
+    *to++ = static_cast<char>('0' + (byte >> shift & 7));
+  }
+  return to;
+}
+
+// The length of the first character in UTF-8 (RFC 3629, section 4), 0 if there is none.
+std::size_t characterLength(std::string_view text) {
+  const auto byte = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0; };
+  const int first = byte(0), second = byte(1);
+  const std::size_t length = first < 0x80                    ? 1
+                             : first >= 0xC2 && first < 0xE0 ? 2
+                             : first >= 0xE0 && first < 0xF0 ? 3
+                             : first >= 0xF0 && first < 0xF5 ? 4
+                                                             : 0;
+  const bool isTooLong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
+  const bool isSurrogate = first == 0xED && second >= 0xA0;
+  const bool isBeyond = first == 0xF4 && second >= 0x90;
+  bool isWhole = !isTooLong && !isSurrogate && !isBeyond;
+  for (std::size_t i = 1; i < length; ++i) {
+    isWhole = isWhole && (byte(i) & 0xC0) == 0x80;
+  }
+  return isWhole ? length : 0;
+}
+
 template <class Store>
 void forEachPiece(std::string_view text, char delimiter, bool keepEmpty, Store store) {
   std::size_t begin = 0;
@@ -269,6 +297,23 @@ std::string quotedString(std::string_view text) {
     }
   }
   return quoted += '"';
+}
+
+char* putVisible(char* to, std::string_view& text) {
+  const std::size_t length = characterLength(text);
+  const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
+  text.remove_prefix(character.size());
+  const auto first = static_cast<unsigned char>(character[0]);
+  const bool isControl = (length == 1 && (first < 32 || first == 127) && first != '\t' && first != '\n') ||
+                         (length == 2 && first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0);
+  if (length != 0 && !isControl) {
+    return std::ranges::copy(character, to).out;
+  }
+  for (const char c : character) {
+    const char letter = escapeLetter(c);
+    to = letter == '\0' ? putOctal(to, static_cast<unsigned char>(c)) : (*to = '\\', to[1] = letter, to + 2);
+  }
+  return to;
 }
 
 std::string toLower(std::string_view text) {

@@ -45,6 +45,11 @@ std::uint32_t stringToGid(const std::string& text);
 // The text in double quotes, with C escapes for quotes, backslashes and control characters.
 std::string quotedString(std::string_view text);
 
+// Takes the first character of a text, which must have one, and puts it as a terminal may be shown it. Each
+// byte becomes an escape if it belongs to a control character, except tab and line end, or to no character of
+// UTF-8. Needs 8 bytes of room. Returns the end of what it has put.
+char* putVisible(char* to, std::string_view& text);
+
 std::string toLower(std::string_view text);
 
 // -1, 0 or 1. Runs of digits compare by length, then digit by digit: "a2" < "a10" < "a010".

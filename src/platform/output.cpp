@@ -1,10 +1,12 @@
 #include "platform/output.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
 #include "foundation/errors.h"
+#include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/terminal.h"
 #include "platform/traffic.h"
@@ -87,13 +89,29 @@ std::unique_ptr<OutputFile> OutputFile::create(const std::string& name) {
   return descriptor < 0 ? nullptr : std::make_unique<DescriptorFile>(descriptor);
 }
 
+// A server or a file must not command the terminal. Takes no memory, as there may be none.
+static void showError(std::string_view text) noexcept {
+  std::array<char, 1024> room;
+  while (!text.empty()) {
+    char* end = room.data();
+    while (!text.empty() && room.data() + room.size() - end >= 8) {
+      end = putVisible(end, text);
+    }
+    platform_write(kStandardError, {room.data(), end});
+  }
+}
+
 void printError(std::string_view text) noexcept {
   try {
     standardOutput().flush();
   } catch (...) {  // the message at hand is the one to report
   }
   g_traffic.tell(Occasion::message);
-  platform_write(kStandardError, text);
+  if (isTerminal(StandardStream::error)) {
+    showError(text);
+  } else {
+    platform_write(kStandardError, text);
+  }
 }
 
 }  // namespace morvex

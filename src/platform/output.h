@@ -79,7 +79,8 @@ class OutputFile : public Output {
 };
 
 // Flushes standard output, so that both keep their order, clears a line of progress, and writes to standard
-// error. Never fails: a message that cannot be written has no other place to go.
+// error: to a terminal with putVisible, so that no message commands it, and elsewhere the bytes as they are.
+// Never fails: a message that cannot be written has no other place to go.
 void printError(std::string_view text) noexcept;
 
 }  // namespace morvex

@@ -4,10 +4,12 @@ import subprocess
 
 import pytest
 from ber import constructed, integer, integers, real, wire
-from peer import expects, sends
-from server import (BOTH, CHECK_42, GET_DATA, GET_LAST, LIST_DOMAINS, LOGIN, LOOKUP_42, LOOKUP_ROOT, NAME, NODE_42, ROOT, caught,
-                    data, incident, interval, misused, refusal, response, select, selected, session, step, thing)
-from tool import SANITIZED, WINDOWS, Run, environment, linux, run
+from peer import Peer, expects, sends
+from server import (BOTH, CHECK_42, CLIENT_WANTS, GET_DATA, GET_LAST, LIST_DOMAINS, LOGIN, LOOKUP_42, LOOKUP_ROOT, NAME,
+                    NODE_42, ROOT, caught, converse, data, incident, interval, misused, refusal, response, select, selected,
+                    session, step, thing)
+from terminal import Terminal
+from tool import SANITIZED, TOOL, WINDOWS, Run, environment, linux, run
 
 LOOKUP_BACKBONE = wire("""74( 020100 A0( 31( 'root' )
     30( 'Domain' 020100 0500
@@ -83,7 +85,10 @@ def test_lookup_fails(command, answer, message):
     (["select", "-i", 'a"'], 'Unterminated string literal: parsing .*[siblingName] > .[siblingName] { id = "a"" }'),
     (["listproperties", ".", "a", "Type"], f"{NO_NAME % 'Type'}Domain[siblingName, a, Type]"),
     (["update", "-i", "5", "a=b", "=x"], f'{NO_NAME % "]"}.*[siblingName] > .[siblingName, a, ] {{ id = "5" }}'),
-    (["update", "-i", "5", "=x"], f'{NO_NAME % "]"}.*[siblingName] > .[siblingName,  ] {{ id = "5" }}'),
+    *[([command, ".", "x" + value, name + value], f"{NO_NAME % found}Domain[siblingName, x, {name}]")
+      for command, value in (("listproperties", ""), ("update", "=1")) for name, found in (("", "]"), ("*", "*"))],
+    *[([command, ".", name + value], f"{NO_NAME % found}Domain[siblingName,  {name}]")
+      for command, value in (("listproperties", ""), ("update", "=1")) for name, found in (("", "]"), ("*", "*"))],
     (["listnodes", "n" * 1025], "String exceeds allowed length 1025 > 1024"),
 ])
 def test_paths_that_are_not_sent(args, message):
@@ -210,6 +215,30 @@ def test_deep_answers():
     found = session(["listdomains", "."], expects(LOOKUP_ROOT), sends(deep[0]), expects(request), sends(refusal(1, 2)))
     assert found == Run(0, "", "")
     assert session(["listdomains", "-o", "i", "."], *LIST_STEPS, sends(deep[1])) == Run(0, "8\n" * depth, "")
+
+
+PLACE, LEVEL = "Tag mismatch, got 40 expected BE_OBJECT_CURRENT, BerReader: Response:2, SelectResp:1, ListOfObject:1", ", Object:6, ListOfObject:1"
+
+
+def broken_below(depth):
+    return wire("75( 020100 A0( 30(") + wire("30( '' 020100 '' '' 30( ) 30(") * depth + wire("0500")
+
+
+@linux("terminals")
+@pytest.mark.parametrize("answer, text, shown", [
+    (constructed(0x63, wire("040B") + b"\t\x1b[2J\r\xc3\xa9\xc2\x9b\xff"), "Server rejected us: \t\x1b[2J\r\u00e9\x9b\udcff",
+     "Server rejected us: \t\\033[2J\\r\u00e9\\302\\233\\377"),
+    (broken_below(8), PLACE + LEVEL * 8, PLACE + LEVEL * 8),
+    (broken_below(50000), PLACE + LEVEL * 50000, PLACE + LEVEL * 3 + ", Object:6, ... 99,983 more ..." + LEVEL * 5),
+], ids=["controls", "shallow", "deep"])
+def test_messages_on_a_terminal(answer, text, shown):
+    """In a pipe the bytes as they are; on a terminal nothing that commands it, and no place that fills the screen."""
+    steps = [expects(CLIENT_WANTS), sends(answer)]
+    assert converse([*LOGIN, "lm"], *steps).err.split(", ") == caught(text).err.split(", ")
+    with Peer(steps) as peer, Terminal() as terminal:
+        terminal.start([TOOL, "-s", "127.0.0.1", "-p", str(peer.port), *LOGIN, "lm"])
+        terminal.until(lambda: terminal.shown.endswith(b"\n"))
+        assert terminal.shown.decode() == f"Caught error: {shown}\r\n"
 
 
 def test_file_that_cannot_be_opened():

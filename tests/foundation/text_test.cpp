@@ -91,6 +91,24 @@ TEST(Text, QuotingCaseAndNaturalOrder) {
   }
 }
 
+TEST(Text, ATerminalIsShownNoControlCharactersAndNoBrokenUtf8) {
+  for (const auto& [text, shown] :
+       {std::pair("a\tb\n\x7e \xc3\xa9\xc2\xa0\xe2\x82\xac\xf0\x9f\x98\x80\xf4\x8f\xbf\xbf\xee\x80\x80"s,
+                  ""s),
+        {"\0\x1b[31m\r\b\x7f"s, R"(\000\033[31m\r\b\177)"},
+        {"\xc2\x9b\xc2\x80\xc2\x9f", R"(\302\233\302\200\302\237)"},
+        {"\x80\xc0\xafx\xc3\xc3\xa9", "\\200\\300\\257x\\303\xc3\xa9"},
+        {"\xe0\x9f\x80\xed\xa0\x80\xf0\x8f\xbf\xbf", R"(\340\237\200\355\240\200\360\217\277\277)"},
+        {"\xf4\x90\x80\x80\xf5\xe2\x82", R"(\364\220\200\200\365\342\202)"}}) {
+    std::string put;
+    for (std::string_view left = text; !left.empty();) {
+      char room[8];
+      put.append(room, putVisible(room, left));
+    }
+    EXPECT_EQ(put, shown.empty() ? text : shown);
+  }
+}
+
 TEST(Text, Base64AndSplitting) {
   std::vector<std::uint8_t> bytes{0xff, 0xef, 0xbe, 'M', 'a'};
   EXPECT_EQ(base64Encode(bytes), "/+++TWE=");
