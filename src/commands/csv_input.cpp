@@ -231,8 +231,8 @@ std::int32_t parseCsvTime(std::string_view text, Calendar& calendar) {
     return static_cast<std::int32_t>(stringToUint(text));
   }
   const std::int64_t time = parseStandardTime(text, calendar);
-  if (time < 0 ||
-      !std::in_range<std::int32_t>(time)) {  // select could not show it, or would show another time
+  // select could not show the one, and would show the low 32 bits of the other.
+  if (time < 0 || !std::in_range<std::int32_t>(time)) {
     throw error::EParseError("Error parsing: " + quotedString(text));
   }
   return static_cast<std::int32_t>(time);

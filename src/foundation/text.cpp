@@ -122,10 +122,15 @@ constexpr char escapeLetter(char c) {
   return c == '"' || c == '\'' || c == '\\' ? c : '\0';
 }
 
-// Appends the escape of a byte in three octal digits.
-char* putOctal(char* to, unsigned char byte) {
+// The escape of a byte: the letter that it has, or three octal digits. Needs 4 bytes of room.
+char* putEscape(char* to, char c) {
   *to++ = '\\';
-  for (int shift = 6; shift >= 0; shift -= 3) {
+  if (const char letter = escapeLetter(c); letter != '\0') {
+    *to++ = letter;
+    return to;
+  }
+  const auto byte = static_cast<unsigned char>(c);
+  for (const int shift : {6, 3, 0}) {
     *to++ = static_cast<char>('0' + (byte >> shift & 7));
   }
   return to;
@@ -286,12 +291,9 @@ std::uint32_t stringToGid(const std::string& text) {
 std::string quotedString(std::string_view text) {
   std::string quoted = "\"";
   for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (const char letter = escapeLetter(c); letter != '\0') {
-      quoted += '\\';
-      quoted += letter;
-    } else if (byte < 32) {
-      quoted += {'\\', '0', static_cast<char>('0' + byte / 8), static_cast<char>('0' + byte % 8)};
+    if (escapeLetter(c) != '\0' || static_cast<unsigned char>(c) < 32) {
+      std::array<char, 4> room;
+      quoted.append(room.data(), putEscape(room.data(), c));
     } else {
       quoted += c;
     }
@@ -310,8 +312,7 @@ char* putVisible(char* to, std::string_view& text) {
     return std::ranges::copy(character, to).out;
   }
   for (const char c : character) {
-    const char letter = escapeLetter(c);
-    to = letter == '\0' ? putOctal(to, static_cast<unsigned char>(c)) : (*to = '\\', to[1] = letter, to + 2);
+    to = putEscape(to, c);
   }
   return to;
 }
