@@ -130,19 +130,20 @@ std::vector<std::string_view> Tree::propertyNames(ObjectIndex index) const {
   return names;
 }
 
-bool Tree::hasSiblingNamed(ObjectIndex index, std::string_view siblingName) const {
+std::unordered_set<std::string> Tree::siblingNames(ObjectIndex index) const {
+  std::unordered_set<std::string> names;
   if (objects_[index].parent == kNoObject) {
-    return false;
+    return names;
   }
   Property scratch;
   for (ObjectIndex child = objects_[objects_[index].parent].firstChild; child != kNoObject;
        child = objects_[child].nextSibling) {
     const Property* const name = property(child, "siblingName", scratch);
-    if (child != index && name != nullptr && name->data.as<protocol::StringProp>()->value == siblingName) {
-      return true;
+    if (child != index && name != nullptr) {
+      names.insert(name->data.as<protocol::StringProp>()->value);
     }
   }
-  return false;
+  return names;
 }
 
 Property& Tree::edit(ObjectIndex index, std::string_view name) {

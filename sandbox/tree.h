@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "protocol/messages/object_tree.h"
@@ -64,8 +65,8 @@ class Tree {
   // The names of an object's properties except the id, in a fixed order.
   std::vector<std::string_view> propertyNames(ObjectIndex index) const;
 
-  // Whether another child of the same object has this name.
-  bool hasSiblingNamed(ObjectIndex index, std::string_view siblingName) const;
+  // The names of the other children of the same object.
+  std::unordered_set<std::string> siblingNames(ObjectIndex index) const;
 
   // A property that the object has, other than the id, to be changed in place.
   protocol::Property& edit(ObjectIndex index, std::string_view name);

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <optional>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -121,8 +122,27 @@ std::optional<Fault> fault(const Property& change, ErrorCode code, std::string_v
   return Fault{code, "Property \"" + change.name + "\"" + std::string(what)};
 }
 
+// The names that are taken beside an object. An update may ask for many names, so they are collected once.
+class TakenNames {
+ public:
+  TakenNames(const Tree& tree, ObjectIndex object) : tree_(tree), object_(object) {}
+
+  bool has(const std::string& name) {
+    if (!names_) {
+      names_ = tree_.siblingNames(object_);
+    }
+    return names_->contains(name);
+  }
+
+ private:
+  const Tree& tree_;
+  ObjectIndex object_;
+  std::optional<std::unordered_set<std::string>> names_;
+};
+
 // What speaks against giving a property of an object the value in change; empty if nothing does.
-std::optional<Fault> faultIn(const Tree& tree, ObjectIndex object, const Property& change) {
+std::optional<Fault> faultIn(const Tree& tree, ObjectIndex object, TakenNames& taken,
+                             const Property& change) {
   Property scratch;
   const Property* const current = tree.property(object, change.name, scratch);
   if (current == nullptr) {
@@ -144,8 +164,7 @@ std::optional<Fault> faultIn(const Tree& tree, ObjectIndex object, const Propert
   if (!isLegalValue(tree, change)) {
     return fault(change, ErrorCode::illegalValue, " cannot have this value");
   }
-  if (change.name == "siblingName" &&
-      tree.hasSiblingNamed(object, change.data.as<protocol::StringProp>()->value)) {
+  if (change.name == "siblingName" && taken.has(change.data.as<protocol::StringProp>()->value)) {
     return fault(change, ErrorCode::duplicate, ": another child of the same object has this name");
   }
   return std::nullopt;
@@ -187,8 +206,9 @@ std::string applyUpdate(Tree& tree, Activity& activity, std::uint32_t& conflicts
   checkVersion(tree, activity, conflictsLeft, object, request.version);
   std::optional<ErrorCode> first;
   std::vector<std::string> texts;
+  TakenNames taken(tree, object);
   for (const auto& change : request.properties) {
-    if (std::optional<Fault> fault = faultIn(tree, object, change)) {
+    if (std::optional<Fault> fault = faultIn(tree, object, taken, change)) {
       first = first.value_or(fault->code);
       texts.push_back(std::move(fault->text));
     }
