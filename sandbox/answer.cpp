@@ -10,6 +10,8 @@ constexpr std::size_t kObjectsPerPortion = 256;
 
 }  // namespace
 
+bool Answer::prepare(Turn&, bool) { return true; }
+
 bool MessageAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
   message_->write(io, legacy);
   return true;
@@ -33,12 +35,18 @@ void ItemWriter::openResponse(std::int32_t requestId) {
   unsignedInteger(static_cast<std::uint32_t>(requestId));
 }
 
+void ObjectsAnswer::setRange(std::size_t first, std::size_t behindLast) {
+  next_ = first;
+  behindLast_ = behindLast;
+}
+
 bool ObjectsAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
   ItemWriter to(io, legacy);
-  if (next_ == first_) {
+  if (!opened_) {
     to.openResponse(requestId_);
     open(to);
     to.open(protocol::BE_SEQ);
+    opened_ = true;
   }
   for (std::size_t count = 0; count < kObjectsPerPortion && next_ < behindLast_; ++count) {
     writeObject(to, next_++);

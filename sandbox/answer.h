@@ -12,6 +12,7 @@
 #include "protocol/messages/envelope.h"
 #include "protocol/record.h"
 #include "protocol/writer.h"
+#include "sandbox/turn.h"
 
 namespace morvex::sandbox {
 
@@ -31,6 +32,11 @@ struct Refusal {
 class Answer {
  public:
   virtual ~Answer() = default;
+
+  // Goes on with the work ahead of the first portion, by one step at least, and is called until it returns
+  // true: all is done. Otherwise the turn is over. Throws Refusal if it turns out that the request cannot be
+  // served.
+  virtual bool prepare(Turn& turn, bool legacy);
 
   // Writes the next portion, usually some tens of KiB. Returns whether it was the last.
   virtual bool writePortion(protocol::BasicIo& io, bool legacy) = 0;
@@ -73,9 +79,10 @@ class ObjectsAnswer : public Answer {
   bool writePortion(protocol::BasicIo& io, bool legacy) final;
 
  protected:
-  // Writes the objects with the numbers from first up to behindLast; there is at least one.
-  ObjectsAnswer(std::int32_t requestId, std::size_t first, std::size_t behindLast)
-      : requestId_(requestId), first_(first), next_(first), behindLast_(behindLast) {}
+  explicit ObjectsAnswer(std::int32_t requestId) : requestId_(requestId) {}
+
+  // Sets the numbers of the objects to be written: from first up to behindLast. There is at least one.
+  void setRange(std::size_t first, std::size_t behindLast);
 
   // Opens the payload, up to the list of objects.
   virtual void open(ItemWriter& to) const = 0;
@@ -92,7 +99,8 @@ class ObjectsAnswer : public Answer {
   void closeDownTo(ItemWriter& to, std::uint32_t depth);
 
   std::int32_t requestId_;
-  std::size_t first_, next_, behindLast_;
+  std::size_t next_ = 0, behindLast_ = 0;
+  bool opened_ = false;
   std::uint32_t open_ = 0;  // objects that are open, one in the other
 };
 

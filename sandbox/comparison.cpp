@@ -144,14 +144,38 @@ bool matchesPattern(std::string_view text, std::string_view pattern) {
   return pattern.find_first_not_of('*', in) == std::string_view::npos;
 }
 
-// A predicate: whether the list has an element.
-auto isIn(const protocol::ListOfString1024& list) {
-  return [&list](const std::string& element) { return std::ranges::find(list, element) != list.end(); };
+// A predicate: whether the constant has an element.
+auto isIn(const Property& constant, const Elements* elements) {
+  (void)listOf(constant);  // refuses another one
+  return [elements](const std::string& element) { return elements->has(element); };
 }
 
 }  // namespace
 
-bool holds(const Property& value, RelOperator op, const Property& constant) {
+bool Elements::collect(Turn& turn) {
+  while (collected_ < list_.size()) {
+    places_.emplace(list_[collected_++], 0);
+    turn.spend(1);
+    if (turn.isSpent()) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool Elements::areIn(const protocol::ListOfString1024& list) {
+  ++search_;
+  std::size_t found = 0;
+  for (const std::string& element : list) {
+    if (const auto place = places_.find(element); place != places_.end() && place->second != search_) {
+      place->second = search_;
+      ++found;
+    }
+  }
+  return found == places_.size();
+}
+
+bool holds(const Property& value, RelOperator op, const Property& constant, Elements* elements) {
   if (op >= RelOperator::equal && op <= RelOperator::notEqual) {
     return holdsOrdered(value, op, constant);
   }
@@ -165,14 +189,15 @@ bool holds(const Property& value, RelOperator op, const Property& constant) {
       return !matchesPattern(toLower(textOf(value)), toLower(textOf(constant)));
     case RelOperator::in: {
       const std::string& text = textOf(value);
-      return isIn(listOf(constant))(text);
+      return isIn(constant, elements)(text);
     }
     case RelOperator::intersects:
-      return std::ranges::any_of(listOf(value), isIn(listOf(constant)));
+      return std::ranges::any_of(listOf(value), isIn(constant, elements));
     case RelOperator::subsetOf:
-      return std::ranges::all_of(listOf(value), isIn(listOf(constant)));
+      return std::ranges::all_of(listOf(value), isIn(constant, elements));
     case RelOperator::supersetOf:
-      return std::ranges::all_of(listOf(constant), isIn(listOf(value)));
+      (void)listOf(constant);
+      return elements->areIn(listOf(value));
     case RelOperator::isSubstring:
       return toLower(textOf(value)).find(toLower(textOf(constant))) != std::string::npos;
     default:

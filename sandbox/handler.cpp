@@ -1,6 +1,6 @@
 #include "sandbox/handler.h"
 
-#include <set>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -8,6 +8,32 @@
 #include "sandbox/updates.h"
 
 namespace morvex::sandbox {
+namespace {
+
+// An answer that may yet turn out to be a refusal, which is counted then.
+class UncertainAnswer final : public Answer {
+ public:
+  UncertainAnswer(std::int32_t requestId, std::unique_ptr<Answer> answer, Activity::Requests& activity)
+      : requestId_(requestId), answer_(std::move(answer)), activity_(activity) {}
+
+  bool prepare(Turn& turn, bool legacy) override {
+    try {
+      return answer_->prepare(turn, legacy);
+    } catch (const Refusal& refusal) {
+      ++activity_.errors;
+      answer_ = makeRefusal(requestId_, refusal);
+    }
+    return answer_->prepare(turn, legacy);
+  }
+  bool writePortion(protocol::BasicIo& io, bool legacy) override { return answer_->writePortion(io, legacy); }
+
+ private:
+  std::int32_t requestId_;
+  std::unique_ptr<Answer> answer_;
+  Activity::Requests& activity_;
+};
+
+}  // namespace
 
 RequestKind Handler::kindOf(const protocol::Request& request) {
   const auto& req = request.req;
@@ -25,7 +51,11 @@ std::unique_ptr<Answer> Handler::answer(protocol::Request& request, bool legacy)
   Activity::Requests& activity = activity_.of(kind);
   ++activity.count;
   try {
-    return serve(request, kind, legacy);
+    std::unique_ptr<Answer> answer = serve(request, kind, legacy);
+    if (kind == RequestKind::select) {
+      answer = std::make_unique<UncertainAnswer>(request.requestId, std::move(answer), activity);
+    }
+    return answer;
   } catch (const Refusal& refusal) {
     ++activity.errors;
     return makeRefusal(request.requestId, refusal);
@@ -74,14 +104,14 @@ std::unique_ptr<Answer> Handler::select(std::int32_t requestId, protocol::Select
     throw Refusal(ErrorCode::notImplemented, "The options of the query are not implemented");
   }
   std::vector<ObjectIndex> start;
-  std::set<ObjectIndex> taken;
+  std::unordered_set<ObjectIndex> taken;
   for (const std::string& id : request.startIds) {
     const ObjectIndex index = tree_.indexOf(id);
     if (taken.insert(index).second) {
       start.push_back(index);
     }
   }
-  return sandbox::select(requestId, tree_, Pattern(std::move(request.pattern), tree_), start);
+  return sandbox::select(requestId, tree_, Pattern(std::move(request.pattern), tree_), std::move(start));
 }
 
 }  // namespace morvex::sandbox

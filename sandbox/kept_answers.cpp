@@ -68,6 +68,8 @@ class KeptAnswers::RecordedAnswer final : public Answer {
         requestId_(requestId),
         answer_(std::move(answer)) {}
 
+  bool prepare(Turn& turn, bool legacy) override { return answer_->prepare(turn, legacy); }
+
   bool writePortion(protocol::BasicIo& io, bool legacy) override {
     if (!wanted_) {
       return answer_->writePortion(io, legacy);

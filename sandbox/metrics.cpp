@@ -49,7 +49,9 @@ std::string manyName(std::size_t number) { return std::string("m").append(std::t
 class MetricAnswer final : public ObjectsAnswer {
  public:
   MetricAnswer(std::int32_t requestId, const Metrics& metrics, std::size_t first, std::size_t behindLast)
-      : ObjectsAnswer(requestId, first, behindLast), metrics_(metrics), topDepth_(metrics[first].depth) {}
+      : ObjectsAnswer(requestId), metrics_(metrics), topDepth_(metrics[first].depth) {
+    setRange(first, behindLast);
+  }
 
  private:
   void open(ItemWriter& to) const override {

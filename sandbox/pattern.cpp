@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <bit>
-#include <set>
 #include <utility>
 
 #include "protocol/facts.h"
 #include "query/tql/property_codec.h"
 #include "sandbox/answer.h"
-#include "sandbox/comparison.h"
 
 namespace morvex::sandbox {
 namespace {
@@ -89,11 +87,20 @@ void Pattern::compile(Step& step, const Tree& tree) {
   }
   for (const auto& term : source.filter) {
     const protocol::Property& constant = *term->prop;
-    Term compiled{constant.name, term->op, &constant, isIdentity(*term), std::nullopt};
+    Term compiled{constant.name, term->op, &constant, isIdentity(*term), std::nullopt, nullptr};
     if (compiled.isIdentity) {
       compiled.target = tree.find(constant.data.as<protocol::StringProp>()->value);
     }
-    step.filter.push_back(compiled);
+    if (const auto* list = constant.data.as<protocol::StringListProp>()) {
+      compiled.elements = std::make_unique<Elements>(list->value);
+    }
+    step.filter.push_back(std::move(compiled));
+  }
+  for (const std::string& wanted : source.properties) {
+    const auto name = tree.propertyNamed(wanted);
+    if (name && std::ranges::find(step.names, *name) == step.names.end()) {
+      step.names.push_back(*name);
+    }
   }
 }
 
@@ -123,26 +130,51 @@ void Pattern::connect() {
   first_ = entry[0];
 }
 
-Pattern::Steps Pattern::matching(const Tree& tree, ObjectIndex index, Steps candidates) {
-  Steps matched = 0;
-  forEachStep(candidates, [&](std::size_t i) {
-    const Step& step = steps_[i];
-    if (!step.impossible && (!step.objectClass || *step.objectClass == tree[index].objectClass) &&
-        holdsAll(tree, index, step.filter)) {
-      matched |= bit(i);
+bool Pattern::match(const Tree& tree, Candidate& candidate, Turn& turn) {
+  while (candidate.left != 0) {
+    Step& step = steps_[static_cast<std::size_t>(std::countr_zero(candidate.left))];
+    if (step.impossible || (step.objectClass && *step.objectClass != tree[candidate.object].objectClass)) {
+      candidate.decide(false);
+    } else if (candidate.term == step.filter.size()) {
+      candidate.decide(true);
+    } else {
+      Term& term = step.filter[candidate.term];
+      if (term.elements != nullptr && !term.elements->collect(turn)) {
+        return false;
+      }
+      if (holds(tree, candidate.object, term, turn)) {
+        ++candidate.term;
+      } else {
+        candidate.decide(false);
+      }
+      if (turn.isSpent()) {
+        return false;
+      }
     }
-  });
-  return matched;
+  }
+  return true;
 }
 
-bool Pattern::holdsAll(const Tree& tree, ObjectIndex index, const std::vector<Term>& filter) {
-  return std::all_of(filter.begin(), filter.end(), [&](const Term& term) {
-    if (term.isIdentity) {
-      return (term.target == index) == (term.op == RelOperator::equal);
-    }
-    const protocol::Property* const value = tree.property(index, term.name, scratch_);
-    return value != nullptr && holds(*value, term.op, *term.constant);
-  });
+bool Pattern::holds(const Tree& tree, ObjectIndex index, Term& term, Turn& turn) {
+  turn.spend(1);
+  if (term.isIdentity) {
+    return (term.target == index) == (term.op == RelOperator::equal);
+  }
+  const protocol::Property* const value = tree.property(index, term.name, scratch_);
+  if (value == nullptr) {
+    return false;
+  }
+  const auto* const list = value->data.as<protocol::StringListProp>();
+  turn.spend(list == nullptr ? 0 : list->value.size());
+  return sandbox::holds(*value, term.op, *term.constant, term.elements.get());
+}
+
+void Pattern::forgetFilters() {
+  for (Step& step : steps_) {
+    std::vector<Term>().swap(step.filter);
+    step.source = nullptr;
+  }
+  source_ = {};
 }
 
 Pattern::Steps Pattern::behind(Steps steps) const {
@@ -166,11 +198,10 @@ const std::vector<std::string_view>& Pattern::wanted(Steps steps, bool& all) {
   auto found = std::ranges::find(wanted_, steps, &Wanted::steps);
   if (found == wanted_.end()) {
     Wanted entry{steps, false, {}};
-    std::set<std::string_view> taken{"id"};
     forEachStep(steps, [&](std::size_t i) {
       entry.all = entry.all || (steps_[i].flags & kAllProperties) != 0;
-      for (const std::string& name : steps_[i].source->properties) {
-        if (taken.insert(name).second) {
+      for (const std::string_view name : steps_[i].names) {
+        if (std::ranges::find(entry.names, name) == entry.names.end()) {
           entry.names.push_back(name);
         }
       }

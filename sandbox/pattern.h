@@ -1,13 +1,17 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "protocol/messages/object_tree.h"
+#include "sandbox/comparison.h"
 #include "sandbox/tree.h"
+#include "sandbox/turn.h"
 
 namespace morvex::sandbox {
 
@@ -31,14 +35,35 @@ class Pattern {
   using Steps = std::uint64_t;
   static constexpr std::size_t kMaxSteps = 64;
 
-  // Throws Refusal for a pattern with too many steps or with a modifier that is not implemented.
+  // An object, while it is found out which steps match it.
+  struct Candidate {
+    ObjectIndex object = kNoObject;
+    Steps left = 0;        // those that may match it and are not decided
+    Steps matched = 0;     // those that do
+    std::size_t term = 0;  // of the first step that is left; those ahead of it hold
+
+    // Decides the first step that is left.
+    void decide(bool matches) {
+      const Steps first = left & (~left + 1);
+      matched |= matches ? first : 0;
+      left ^= first;
+      term = 0;
+    }
+  };
+
+  // The tree must outlive the pattern. Throws Refusal for a pattern with too many steps or with a modifier
+  // that is not implemented.
   Pattern(protocol::Owned<protocol::PathPattern> source, const Tree& tree);
 
   // The steps that may match a start object.
   Steps first() const { return first_; }
 
-  // Which of the candidates match an object. Throws Refusal if a filter cannot be applied to it.
-  Steps matching(const Tree& tree, ObjectIndex index, Steps candidates);
+  // Goes on deciding which steps match. Returns whether it is known; if not, the turn is over. Throws Refusal
+  // if a filter cannot be applied to the object.
+  bool match(const Tree& tree, Candidate& candidate, Turn& turn);
+
+  // Gives the memory of the filters back, behind the last match.
+  void forgetFilters();
 
   // The steps that may match the children of an object that matched any of these.
   Steps behind(Steps steps) const;
@@ -61,6 +86,7 @@ class Pattern {
     const protocol::Property* constant;
     bool isIdentity;  // compares the id for equality with target
     std::optional<ObjectIndex> target;
+    std::unique_ptr<Elements> elements;  // of a constant that is a list
   };
   struct Step {
     std::optional<ObjectClass> objectClass;
@@ -68,6 +94,7 @@ class Pattern {
     std::uint32_t flags = 0;
     std::optional<std::uint32_t> limit;
     std::vector<Term> filter;
+    std::vector<std::string_view> names;  // of the wanted properties that any object has; they are the tree's
     const protocol::PathPattern* source = nullptr;
     std::vector<std::size_t> required, optional;  // the steps that follow
     Steps behind = 0;                             // that may match children
@@ -82,7 +109,7 @@ class Pattern {
   void collect();
   static void compile(Step& step, const Tree& tree);
   void connect();
-  bool holdsAll(const Tree& tree, ObjectIndex index, const std::vector<Term>& filter);
+  bool holds(const Tree& tree, ObjectIndex index, Term& term, Turn& turn);
 
   protocol::Owned<protocol::PathPattern> source_;
   std::vector<Step> steps_;  // each ahead of those that follow it

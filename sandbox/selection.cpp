@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <map>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -17,22 +18,31 @@ struct Match {
 
 // Walks down the tree and collects each object whose steps are fulfilled by the objects collected below it.
 // An object is entered ahead of its children, and taken back if its steps are not fulfilled.
+//
+// The walk goes on in turns, and requests of other clients may come in between. They change properties, but
+// never add, remove or move an object, so places in the tree stay what they are. No value of a property is
+// kept from one turn to the next: each object is compared as it is when its turn comes.
 class Walk {
  public:
-  Walk(const Tree& tree, Pattern& pattern) : tree_(tree), pattern_(pattern) { frames_.emplace_back(); }
+  Walk(const Tree& tree, Pattern& pattern, std::vector<ObjectIndex> start)
+      : tree_(tree), pattern_(pattern), start_(std::move(start)) {
+    frames_.emplace_back();
+  }
 
-  void from(ObjectIndex start) {
-    enter(start, pattern_.first());
-    while (frames_.size() > 1) {
-      Frame& frame = frames_.back();
-      const ObjectIndex child = frame.nextChild;
-      if (child == kNoObject) {
-        leave();
-        continue;
+  // Returns whether all is walked through; if not, the turn is over.
+  bool goOn(Turn& turn) {
+    while (candidate_.object != kNoObject || choose()) {
+      if (!pattern_.match(tree_, candidate_, turn)) {
+        return false;
       }
-      frame.nextChild = tree_[child].nextSibling;
-      enter(child, frame.candidates);
+      enter();
+      candidate_.object = kNoObject;
+      turn.spend(1);
+      if (turn.isSpent()) {
+        return false;
+      }
     }
+    return true;
   }
 
   std::vector<Match> take() { return std::move(matches_); }
@@ -46,18 +56,36 @@ class Walk {
     std::map<std::size_t, std::uint32_t> counts;
   };
 
-  void enter(ObjectIndex object, Pattern::Steps candidates) {
-    const Pattern::Steps matched = pattern_.matching(tree_, object, candidates);
+  // Makes the next object the candidate. Returns false behind the last.
+  bool choose() {
+    while (frames_.size() > 1) {
+      Frame& frame = frames_.back();
+      if (frame.nextChild != kNoObject) {
+        candidate_ = {frame.nextChild, frame.candidates};
+        frame.nextChild = tree_[frame.nextChild].nextSibling;
+        return true;
+      }
+      leave();
+    }
+    if (nextStart_ == start_.size()) {
+      return false;
+    }
+    candidate_ = {start_[nextStart_++], pattern_.first()};
+    return true;
+  }
+
+  void enter() {
+    const Pattern::Steps matched = candidate_.matched;
     if (matched == 0) {
       return;
     }
     const auto depth = static_cast<std::uint32_t>(frames_.size() - 1);
-    matches_.push_back({object, depth, matched});
+    matches_.push_back({candidate_.object, depth, matched});
     const Pattern::Steps behind = pattern_.behind(matched);
     Frame& frame = frames_.emplace_back();
     frame.match = matches_.size() - 1;
     frame.candidates = behind;
-    frame.nextChild = behind == 0 ? kNoObject : tree_[object].firstChild;
+    frame.nextChild = behind == 0 ? kNoObject : tree_[candidate_.object].firstChild;
   }
 
   void leave() {
@@ -86,6 +114,9 @@ class Walk {
 
   const Tree& tree_;
   Pattern& pattern_;
+  std::vector<ObjectIndex> start_;
+  std::size_t nextStart_ = 0;
+  Pattern::Candidate candidate_;
   std::vector<Match> matches_;
   std::vector<Frame> frames_;  // the first one is above the start objects
 };
@@ -107,11 +138,25 @@ void keepReachable(const Pattern& pattern, std::vector<Match>& matches) {
 
 class SelectAnswer final : public ObjectsAnswer {
  public:
-  SelectAnswer(std::int32_t requestId, const Tree& tree, Pattern pattern, std::vector<Match> matches)
-      : ObjectsAnswer(requestId, 0, matches.size()),
-        tree_(tree),
-        pattern_(std::move(pattern)),
-        matches_(std::move(matches)) {}
+  SelectAnswer(std::int32_t requestId, const Tree& tree, Pattern pattern, std::vector<ObjectIndex> start)
+      : ObjectsAnswer(requestId), tree_(tree), pattern_(std::move(pattern)) {
+    walk_.emplace(tree_, pattern_, std::move(start));
+  }
+
+  bool prepare(Turn& turn, bool) override {
+    if (!walk_->goOn(turn)) {
+      return false;
+    }
+    matches_ = walk_->take();
+    walk_.reset();
+    keepReachable(pattern_, matches_);
+    if (matches_.empty()) {
+      throw Refusal(ErrorCode::nothingMatched);
+    }
+    pattern_.forgetFilters();
+    setRange(0, matches_.size());
+    return true;
+  }
 
  private:
   void open(ItemWriter& to) const override { to.open(protocol::SelectResp::kSchema.tag); }
@@ -132,6 +177,7 @@ class SelectAnswer final : public ObjectsAnswer {
 
   const Tree& tree_;
   Pattern pattern_;
+  std::optional<Walk> walk_;  // until it is over
   std::vector<Match> matches_;
   protocol::Property scratch_;
 };
@@ -139,17 +185,8 @@ class SelectAnswer final : public ObjectsAnswer {
 }  // namespace
 
 std::unique_ptr<Answer> select(std::int32_t requestId, const Tree& tree, Pattern pattern,
-                               const std::vector<ObjectIndex>& start) {
-  Walk walk(tree, pattern);
-  for (const ObjectIndex index : start) {
-    walk.from(index);
-  }
-  std::vector<Match> matches = walk.take();
-  keepReachable(pattern, matches);
-  if (matches.empty()) {
-    throw Refusal(ErrorCode::nothingMatched);
-  }
-  return std::make_unique<SelectAnswer>(requestId, tree, std::move(pattern), std::move(matches));
+                               std::vector<ObjectIndex> start) {
+  return std::make_unique<SelectAnswer>(requestId, tree, std::move(pattern), std::move(start));
 }
 
 }  // namespace morvex::sandbox

@@ -10,11 +10,11 @@
 
 namespace morvex::sandbox {
 
-// Matches a pattern from the start objects down and returns a SelectResp with what matched, parents ahead of
-// their children. The answer is one tree however many ways lead to an object: each stands in it once. Objects
-// are written as they are when their turn comes; the tree must outlive the answer. Throws Refusal if nothing
-// matched.
+// Matches a pattern from the start objects down, which is the work ahead of the first portion, and answers
+// with a SelectResp of what matched, parents ahead of their children. The answer is one tree however many
+// ways lead to an object: each stands in it once. Objects are matched and written as they are when their turn
+// comes; the tree must outlive the answer, which is a Refusal if nothing matched.
 std::unique_ptr<Answer> select(std::int32_t requestId, const Tree& tree, Pattern pattern,
-                               const std::vector<ObjectIndex>& start);
+                               std::vector<ObjectIndex> start);
 
 }  // namespace morvex::sandbox

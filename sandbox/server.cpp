@@ -21,8 +21,8 @@ namespace {
 // Bytes written ahead for a client that has not taken them yet.
 constexpr std::size_t kBufferTarget = 256 * 1024;
 
-// How long one client is served before the others have their turn.
-constexpr std::chrono::milliseconds kTurn{2};
+// How long one client is served before the others have their turn, and all of them together at most.
+constexpr std::chrono::milliseconds kTurn{2}, kRound{250};
 
 // "Morvex", above the number of the session.
 constexpr const char* kKeyPrefix = "4d6f7276657800000000";
@@ -107,23 +107,15 @@ class Client {
   ~Client() { --service_.activity.connected; }
 
   // Reads new input, or goes on with a backlog. Broken or unexpected input ends the client.
-  void takeInput(Time now) {
+  void takeInput(Time now, Turn turn) {
     guard([&] {
       if (!backlog_) {
         reader_.read();
         backlog_ = true;
       }
-      const Time end = now + kTurn;
-      while (hasBacklog()) {
-        if (const std::unique_ptr<protocol::Record> message = reader_.nextMessage()) {
-          take(*message, now);
-        } else {
-          backlog_ = false;
-        }
-        if (std::chrono::steady_clock::now() >= end) {
-          break;
-        }
-      }
+      do {
+        goOn(now, turn);
+      } while (hasBacklog() && !turn.isOver());
     });
     if (wantsInput() && !backlog_ && stream_->ended()) {
       state_ = State::ending;
@@ -131,13 +123,9 @@ class Client {
   }
 
   // Writes and sends the answers that are due.
-  void giveOutput(Time now) {
+  void giveOutput(Time now, Turn turn) {
     guard([&] {
-      while (stream_->buffered() < kBufferTarget && isDue(now)) {
-        if (queue_.front().answer->writePortion(*stream_, reader_.legacy())) {
-          finishAnswer();
-        }
-      }
+      writeDue(now, turn);
       if (!stream_->drain()) {
         drop();
       }
@@ -151,7 +139,7 @@ class Client {
 
   SocketHandle handle() const { return stream_->handle(); }
   bool wantsInput() const { return state_ < State::ending; }
-  // Whether messages are left from an earlier turn.
+  // Whether work or messages are left from an earlier turn.
   bool hasBacklog() const { return backlog_ && wantsInput(); }
   bool wantsOutput(Time now) const { return stream_->buffered() > 0 || isDue(now); }
   // When the client needs a turn even if its socket is not ready before; empty if it does not.
@@ -191,6 +179,21 @@ class Client {
 
   bool isDue(Time now) const { return !queue_.empty() && queue_.front().due <= now; }
 
+  // Takes the next message, unless the one before it is still worked on, and prepares its answer. So the
+  // requests of a client are served in their order, however long one of them takes.
+  void goOn(Time now, Turn& turn) {
+    if (!current_) {
+      const std::unique_ptr<protocol::Record> message = reader_.nextMessage();
+      backlog_ = message != nullptr;
+      if (message) {
+        take(*message, now);
+      }
+    }
+    if (current_ && current_->answer->prepare(turn, reader_.legacy())) {
+      queue_.push_back(*std::exchange(current_, std::nullopt));
+    }
+  }
+
   void take(protocol::Record& message, Time now) {
     switch (state_) {
       case State::negotiating:
@@ -221,14 +224,14 @@ class Client {
               ? "This server takes a login and a password only"
               : "This server speaks version " + std::to_string(protocol::majorOf(protocol::kVersion)) +
                     " of the protocol, not version " + std::to_string(protocol::majorOf(wants.version));
-      queueMessage(std::move(nack), now);
+      answerWith(std::move(nack), now);
       state_ = State::ending;
       return;
     }
     protocol::ServerOffers offers;
     offers.version = protocol::kVersion;
     offers.authentication.emplace<protocol::ServerNoAuth>();
-    queueMessage(std::move(offers), now);
+    answerWith(std::move(offers), now);
     state_ = State::acknowledging;
   }
 
@@ -252,23 +255,23 @@ class Client {
     if (auto* request = dynamic_cast<protocol::Request*>(&message)) {
       const Time asked = std::chrono::steady_clock::now();
       const RequestKind kind = Handler::kindOf(*request);
-      queue_.push_back(
-          {service_.handler.answer(*request, reader_.legacy()), now + service_.options.delay, asked, kind});
+      current_ = {service_.handler.answer(*request, reader_.legacy()), now + service_.options.delay, asked,
+                  kind};
     } else if (dynamic_cast<const protocol::ServerTimeReq*>(&message) != nullptr) {
       const std::int64_t clock = wallClock(service_.options).count();
       protocol::ServerTimeResp response;
       response.seconds = static_cast<std::int32_t>(clock / 1'000'000);
       response.microseconds = static_cast<std::int32_t>(clock % 1'000'000);
-      queueMessage(std::move(response), now + service_.options.delay);
+      answerWith(std::move(response), now + service_.options.delay);
     } else {
       state_ = State::ending;  // EndSession, or a message that no open session expects
     }
   }
 
   template <class Message>
-  void queueMessage(Message message, Time due) {
-    queue_.push_back({std::make_unique<MessageAnswer>(std::make_unique<Message>(std::move(message))), due,
-                      due, std::nullopt});
+  void answerWith(Message message, Time due) {
+    current_ = {std::make_unique<MessageAnswer>(std::make_unique<Message>(std::move(message))), due, due,
+                std::nullopt};
   }
 
   void openSession(const BigNum& key, Time now) {
@@ -277,14 +280,27 @@ class Client {
     response.serverTime = static_cast<std::int32_t>(service_.options.present());
     response.rootId = service_.handler.rootId();
     response.text3 = "sandbox";
-    queueMessage(std::move(response), now);
+    answerWith(std::move(response), now);
     ++service_.activity.sessions;
     state_ = State::open;
   }
 
-  void finishAnswer() {
+  void writeDue(Time now, const Turn& turn) {
+    while (stream_->buffered() < kBufferTarget && isDue(now)) {
+      const bool last = queue_.front().answer->writePortion(*stream_, reader_.legacy());
+      const Time behind = std::chrono::steady_clock::now();
+      if (last) {
+        finishAnswer(behind);
+      }
+      if (turn.isOver(behind)) {
+        break;
+      }
+    }
+  }
+
+  void finishAnswer(Time now) {
     if (const Queued& done = queue_.front(); done.kind) {
-      const auto time = std::chrono::steady_clock::now() - done.asked;
+      const auto time = now - done.asked;
       const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
       service_.activity.of(*done.kind).time.add(static_cast<std::uint64_t>(microseconds));
     }
@@ -295,7 +311,8 @@ class Client {
   ClientStream* stream_;  // owned by the reader
   old_protocol::BerReader reader_;
   State state_ = State::negotiating;
-  bool backlog_ = false;
+  bool backlog_ = false;           // there may be messages that are read and not taken
+  std::optional<Queued> current_;  // the answer to the last one taken, until it is prepared
   std::deque<Queued> queue_;
 };
 
@@ -330,19 +347,18 @@ void Server::run() {
 
 void Server::wait() {
   const Time now = std::chrono::steady_clock::now();
-  std::optional<Time> due;
+  Time due = Time::max();
   watches_.clear();
   for (const auto& client : clients_) {
     watches_.push_back({client->handle(), client->wantsInput(), client->wantsOutput(now)});
-    if (const auto turn = client->nextTurn(now); turn && (!due || *turn < *due)) {
-      due = turn;
-    }
+    due = std::min(due, client->nextTurn(now).value_or(due));
   }
   watches_.push_back({listener_.handle(), !exhausted_, false});
-  waitForSockets(watches_, due ? std::optional(until(*due, now)) : std::nullopt);
+  waitForSockets(watches_, due != Time::max() ? std::optional(until(due, now)) : std::nullopt);
 }
 
 void Server::serveClients() {
+  const auto length = std::min<Time::duration>(kTurn, Time::duration(kRound) / (clients_.size() + 1));
   for (std::size_t i = 0; i < clients_.size(); ++i) {
     Client& client = *clients_[i];
     const Time now = std::chrono::steady_clock::now();
@@ -351,10 +367,10 @@ void Server::serveClients() {
       continue;
     }
     if (watches_[i].input || client.hasBacklog()) {
-      client.takeInput(now);
+      client.takeInput(now, Turn(now + length));
     }
     if (!client.isGone()) {
-      client.giveOutput(now);
+      client.giveOutput(now, Turn(std::chrono::steady_clock::now() + length));
     }
   }
   if (std::erase_if(clients_, [](const auto& client) { return client->isGone(); }) > 0) {

@@ -32,8 +32,8 @@ struct Service {
 
 class Client;
 
-// Serves all clients in one thread. No client waits for another: input is taken as it comes, and an answer
-// goes out in portions as its client takes them.
+// Serves all clients in one thread. No client waits long for another: input is taken as it comes, an answer
+// goes out in portions as its client takes them, and long work is done in turns.
 class Server {
  public:
   // Both must outlive the server.

@@ -57,9 +57,14 @@ const std::string& classNameOf(ObjectClass objectClass) {
   return kNames[static_cast<std::size_t>(objectClass)];
 }
 
+Tree::Tree() : names_(std::begin(kGeneratedNames), std::end(kGeneratedNames)) {}
+
 ObjectIndex Tree::add(ObjectIndex parent, ObjectClass objectClass, PropertyList properties,
                       SeriesPlan series) {
   const ObjectIndex index = link(parent, {.objectClass = objectClass, .parent = parent, .series = series});
+  for (const Property& property : properties) {
+    names_.insert(property.name);
+  }
   stored_.emplace(index, std::move(properties));
   return index;
 }
@@ -144,6 +149,11 @@ std::unordered_set<std::string> Tree::siblingNames(ObjectIndex index) const {
     }
   }
   return names;
+}
+
+std::optional<std::string_view> Tree::propertyNamed(std::string_view name) const {
+  const auto found = names_.find(name);
+  return found == names_.end() ? std::nullopt : std::optional<std::string_view>(*found);
 }
 
 Property& Tree::edit(ObjectIndex index, std::string_view name) {

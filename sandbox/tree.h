@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -42,6 +44,8 @@ class Tree {
 
   static constexpr ObjectIndex kRoot = 0;
 
+  Tree();
+
   // parent is kNoObject for the root, which comes first.
   ObjectIndex add(ObjectIndex parent, ObjectClass objectClass, PropertyList properties,
                   SeriesPlan series = {});
@@ -68,6 +72,9 @@ class Tree {
   // The names of the other children of the same object.
   std::unordered_set<std::string> siblingNames(ObjectIndex index) const;
 
+  // The name as long as the tree lasts, if any object has a property of this name other than the id.
+  std::optional<std::string_view> propertyNamed(std::string_view name) const;
+
   // A property that the object has, other than the id, to be changed in place.
   protocol::Property& edit(ObjectIndex index, std::string_view name);
 
@@ -79,6 +86,7 @@ class Tree {
 
   std::vector<Object> objects_;
   std::map<ObjectIndex, PropertyList> stored_;
+  std::set<std::string, std::less<>> names_;  // of all properties that are stored or generated
 };
 
 }  // namespace morvex::sandbox

@@ -9,7 +9,9 @@ import pytest
 from ber import integer, item, wire
 from conftest import asks
 from server import ACK, BOTH, CLIENT_WANTS, LOGIN, NEW_SESSION, OFFERS, caught, select, step
-from tool import run, sandbox
+from tool import PATIENCE, run, sandbox
+
+ASK_TIME, LOG_IN = wire("77( 020100 020100 )"), CLIENT_WANTS + ACK + NEW_SESSION
 
 
 @pytest.fixture(scope="module")
@@ -63,17 +65,23 @@ def test_select(ask, tree):
     assert all(spans[rows.index(row)][1] >= start and spans[rows.index(row)][0] <= end for row in kept)
 
 
+def connected(server, stream):
+    """A client that has sent this."""
+    client = socket.create_connection((server[1], int(server[3])), PATIENCE)
+    client.sendall(stream)
+    return client
+
+
 def exchange(server, *messages):
     """The answers of the server to these messages, sent at once."""
-    with socket.create_connection((server[1], int(server[3]))) as client:
-        client.sendall(b"".join(messages))
+    with connected(server, b"".join(messages)) as client:
         client.shutdown(socket.SHUT_WR)
         return b"".join(iter(lambda: client.recv(1 << 20), b""))
 
 
 def speak(server, *requests):
     """The items of the answers to these requests, all sent at once behind a log-in."""
-    stream = exchange(server, CLIENT_WANTS, ACK, NEW_SESSION, *requests)
+    stream = exchange(server, LOG_IN, *requests)
     at, items = 0, []
     while at < len(stream):
         taken, at = item(stream, at)
@@ -90,8 +98,7 @@ def test_handshake_and_clock():
             ([ACK], b""), ([CLIENT_WANTS, NEW_SESSION], b""), ([CLIENT_WANTS], OFFERS),
         ]:
             assert exchange(server, *messages) == answer, messages
-        ask_time, end = wire("77( 020100 020100 )"), wire("73( 020100 )")
-        assert speak(server, ask_time, end, ask_time) == [[(2, (1761955200).to_bytes(4, "big")), (2, b"\0")]]
+        assert speak(server, ASK_TIME, wire("73( 020100 )"), ASK_TIME) == [[(2, (1761955200).to_bytes(4, "big")), (2, b"\0")]]
 
 
 @pytest.mark.parametrize("keep", ["0", "1", "64"])  # MiB; the answer with all rows is larger than 1 MiB, the others are smaller
@@ -123,3 +130,11 @@ def test_objects_on_demand():
         assert [len(text.encode()) for text in incidents] == [60] * 9
         lists = run(*server, *LOGIN, "listproperties", ".,large", "dependencies", "aliases", "gidList", "picture").out
         assert [line.count(",") for line in lists.splitlines()] == [9999, 10000, 9999, 0]  # an id set begins with one
+
+
+def test_heavy_filter_lets_others_pass():
+    term = "30( 30( 'longLabel' 020106 A0( 'x' ) ) 0A0105 )"
+    heavy = select(1, "1", step("Domain", 1, "", below=step("Node", 0, BOTH, term * 1500)))
+    with sandbox("--nodes", "20000") as server, connected(server, LOG_IN + heavy) as client:
+        assert [len(speak(server, ASK_TIME)) for _ in range(3)] == [1, 1, 1]
+        assert len(client.recv(1 << 20)) < 1000  # the answers to the log-in

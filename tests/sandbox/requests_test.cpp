@@ -37,6 +37,8 @@ struct Server {
     request.req.emplace<Payload>() = std::move(payload);
     const auto answer = handler.answer(request, false);
     MemoryIo memory;
+    for (Turn over{Time()}; !answer->prepare(over, false);) {  // goes on for a single step each time
+    }
     while (!answer->writePortion(memory, false)) {
     }
     const auto messages = decodedInPieces(memory.bytes, SIZE_MAX, false, protocol::guiProtocol::instance());
@@ -144,6 +146,7 @@ TEST(Selection, GivesTheTreeThatMatched) {
   protocol::SelectReq select = server.query(".");
   select.options = protocol::kStayRegistered;
   EXPECT_EQ(server.outcome(std::move(select)), "The options of the query are not implemented");
+  EXPECT_EQ(server.activity.of(RequestKind::select).errors, 11U);
 }
 
 // The sample root has a property of every type.
