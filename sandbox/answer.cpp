@@ -12,8 +12,22 @@ constexpr std::size_t kObjectsPerPortion = 256;
 
 bool Answer::prepare(Turn&, bool) { return true; }
 
-bool MessageAnswer::writePortion(protocol::BasicIo& io, bool legacy) {
-  message_->write(io, legacy);
+void Collector::write(const std::uint8_t* bytes, std::size_t count) {
+  bytes_.insert(bytes_.end(), bytes, bytes + count);
+  if (behind_ != nullptr) {
+    behind_->write(bytes, count);
+  }
+}
+
+bool MessageAnswer::prepare(Turn&, bool legacy) {
+  Collector collector(bytes_);
+  message_->write(collector, legacy);
+  message_.reset();
+  return true;
+}
+
+bool MessageAnswer::writePortion(protocol::BasicIo& io, bool) {
+  io.write(bytes_.data(), bytes_.size());
   return true;
 }
 

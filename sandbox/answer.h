@@ -38,18 +38,39 @@ class Answer {
   // served.
   virtual bool prepare(Turn& turn, bool legacy);
 
+  // The bytes of memory that the answer holds once it is prepared, apart from a few hundred.
+  virtual std::size_t size() const { return 0; }
+
   // Writes the next portion, usually some tens of KiB. Returns whether it was the last.
   virtual bool writePortion(protocol::BasicIo& io, bool legacy) = 0;
 };
 
-// A message that is written whole.
+using Bytes = std::vector<std::uint8_t>;
+
+// Collects the bytes written, and passes them on if there is a stream behind it.
+class Collector final : public protocol::BasicIo {
+ public:
+  explicit Collector(Bytes& bytes, protocol::BasicIo* behind = nullptr) : bytes_(bytes), behind_(behind) {}
+
+  void write(const std::uint8_t* bytes, std::size_t count) override;
+  void flush() override {}
+
+ private:
+  Bytes& bytes_;
+  protocol::BasicIo* behind_;
+};
+
+// A message that is written whole. It waits as the bytes that it takes on the wire.
 class MessageAnswer final : public Answer {
  public:
   explicit MessageAnswer(std::unique_ptr<protocol::Record> message) : message_(std::move(message)) {}
+  bool prepare(Turn&, bool legacy) override;
+  std::size_t size() const override { return bytes_.capacity(); }
   bool writePortion(protocol::BasicIo& io, bool legacy) override;
 
  private:
   std::unique_ptr<protocol::Record> message_;
+  Bytes bytes_;
 };
 
 // A response with this payload, written whole.

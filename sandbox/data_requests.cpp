@@ -31,6 +31,9 @@ class DataAnswer final : public Answer {
     }
   }
 
+  // Entries that are stored meanwhile go into a copy: then the old ones are held for the answer alone.
+  std::size_t size() const override { return stored_ == nullptr ? 0 : stored_->bytes(); }
+
   bool writePortion(protocol::BasicIo& io, bool legacy) override {
     ItemWriter to(io, legacy);
     if (!opened_) {

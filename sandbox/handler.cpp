@@ -25,6 +25,7 @@ class UncertainAnswer final : public Answer {
     }
     return answer_->prepare(turn, legacy);
   }
+  std::size_t size() const override { return answer_->size(); }
   bool writePortion(protocol::BasicIo& io, bool legacy) override { return answer_->writePortion(io, legacy); }
 
  private:

@@ -18,24 +18,6 @@ void writeHead(protocol::BasicIo& io, bool legacy, std::int32_t requestId) {
 
 }  // namespace
 
-// Collects the bytes written, and passes them on if there is a stream behind it.
-class KeptAnswers::Collector final : public protocol::BasicIo {
- public:
-  explicit Collector(Bytes& bytes, protocol::BasicIo* behind = nullptr) : bytes_(bytes), behind_(behind) {}
-
-  void write(const std::uint8_t* bytes, std::size_t count) override {
-    bytes_.insert(bytes_.end(), bytes, bytes + count);
-    if (behind_ != nullptr) {
-      behind_->write(bytes, count);
-    }
-  }
-  void flush() override {}
-
- private:
-  Bytes& bytes_;
-  protocol::BasicIo* behind_;
-};
-
 class KeptAnswers::KnownAnswer final : public Answer {
  public:
   KnownAnswer(std::int32_t requestId, std::shared_ptr<const Bytes> bytes)
@@ -69,6 +51,8 @@ class KeptAnswers::RecordedAnswer final : public Answer {
         answer_(std::move(answer)) {}
 
   bool prepare(Turn& turn, bool legacy) override { return answer_->prepare(turn, legacy); }
+  // Without the copy, which has a limit of its own.
+  std::size_t size() const override { return answer_->size() + question_.size(); }
 
   bool writePortion(protocol::BasicIo& io, bool legacy) override {
     if (!wanted_) {

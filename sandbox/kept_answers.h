@@ -29,8 +29,6 @@ class KeptAnswers {
   void forget();
 
  private:
-  using Bytes = std::vector<std::uint8_t>;
-  class Collector;
   class KnownAnswer;
   class RecordedAnswer;
 

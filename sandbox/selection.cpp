@@ -158,6 +158,8 @@ class SelectAnswer final : public ObjectsAnswer {
     return true;
   }
 
+  std::size_t size() const override { return matches_.capacity() * sizeof(Match); }
+
  private:
   void open(ItemWriter& to) const override { to.open(protocol::SelectResp::kSchema.tag); }
 

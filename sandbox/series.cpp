@@ -193,6 +193,9 @@ void StoredSeries::put(protocol::ListOfDataInterval& entries) {
   for (const DataInterval& entry : added) {
     const Extent extent = extentOf(entry);
     longest_ = std::max(longest_, extent.end - extent.begin);
+    if (const auto* incident = entry.data.as<protocol::DataIntervalIncident>()) {
+      longestText_ = std::max(longestText_, incident->text.size());
+    }
   }
   sort(added);
   merge(rows_, added);

@@ -80,6 +80,8 @@ class StoredSeries {
   void put(protocol::ListOfDataInterval& entries);
 
   std::size_t size() const { return rows_.size(); }
+  // The memory that they take, at most.
+  std::size_t bytes() const { return rows_.size() * (sizeof(protocol::DataInterval) + longestText_); }
   const protocol::DataInterval& operator[](std::size_t index) const { return rows_[index]; }
 
   // The entries that overlap the span from start to end, both included, or replace one of the series' own
@@ -94,6 +96,7 @@ class StoredSeries {
  private:
   std::vector<protocol::DataInterval> rows_;
   std::int64_t longest_;  // seconds of any entry of the series, stored or not
+  std::size_t longestText_ = 0;
 };
 
 }  // namespace morvex::sandbox

@@ -21,6 +21,12 @@ namespace {
 // Bytes written ahead for a client that has not taken them yet.
 constexpr std::size_t kBufferTarget = 256 * 1024;
 
+// From a client for which more than this waits nothing further is taken: answers that are due, and bytes of
+// memory, which count for answers that are not due yet too. Besides what it says, an answer holds so many.
+constexpr std::size_t kMaxAnswers = 64;
+constexpr std::size_t kMaxWaiting = std::size_t{16} << 20;
+constexpr std::size_t kAnswerItself = 256;
+
 // How long one client is served before the others have their turn, and all of them together at most.
 constexpr std::chrono::milliseconds kTurn{2}, kRound{250};
 
@@ -115,9 +121,12 @@ class Client {
       }
       do {
         goOn(now, turn);
-      } while (hasBacklog() && !turn.isOver());
+        if (isFull(now)) {
+          writeDue(now, turn);  // many small answers leave together
+        }
+      } while (hasBacklog(now) && !turn.isOver());
     });
-    if (wantsInput() && !backlog_ && stream_->ended()) {
+    if (state_ < State::ending && !backlog_ && stream_->ended()) {
       state_ = State::ending;
     }
   }
@@ -138,13 +147,13 @@ class Client {
   void drop() { state_ = State::gone; }
 
   SocketHandle handle() const { return stream_->handle(); }
-  bool wantsInput() const { return state_ < State::ending; }
-  // Whether work or messages are left from an earlier turn.
-  bool hasBacklog() const { return backlog_ && wantsInput(); }
+  bool wantsInput(Time now) const { return state_ < State::ending && !backlog_ && !isFull(now); }
+  // Whether work or messages are left from an earlier turn, and may be gone on with.
+  bool hasBacklog(Time now) const { return state_ < State::ending && backlog_ && (current_ || !isFull(now)); }
   bool wantsOutput(Time now) const { return stream_->buffered() > 0 || isDue(now); }
   // When the client needs a turn even if its socket is not ready before; empty if it does not.
   std::optional<Time> nextTurn(Time now) const {
-    if (hasBacklog()) {
+    if (hasBacklog(now)) {
       return now;
     }
     return queue_.empty() || isDue(now) ? std::nullopt : std::optional(queue_.front().due);
@@ -161,6 +170,7 @@ class Client {
     Time due;
     Time asked;                       // when its request came
     std::optional<RequestKind> kind;  // of that request, if requests of its kind are counted
+    std::size_t size = 0;             // bytes that are held for it
   };
 
   Client(std::unique_ptr<ClientStream> stream, Service& service);
@@ -178,6 +188,10 @@ class Client {
   }
 
   bool isDue(Time now) const { return !queue_.empty() && queue_.front().due <= now; }
+  bool isFull(Time now) const {
+    return (queue_.size() > kMaxAnswers && queue_[kMaxAnswers].due <= now) ||
+           waiting_ + stream_->buffered() > kMaxWaiting;
+  }
 
   // Takes the next message, unless the one before it is still worked on, and prepares its answer. So the
   // requests of a client are served in their order, however long one of them takes.
@@ -190,6 +204,8 @@ class Client {
       }
     }
     if (current_ && current_->answer->prepare(turn, reader_.legacy())) {
+      current_->size = kAnswerItself + current_->answer->size();
+      waiting_ += current_->size;
       queue_.push_back(*std::exchange(current_, std::nullopt));
     }
   }
@@ -304,6 +320,7 @@ class Client {
       const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
       service_.activity.of(*done.kind).time.add(static_cast<std::uint64_t>(microseconds));
     }
+    waiting_ -= queue_.front().size;
     queue_.pop_front();
   }
 
@@ -314,6 +331,7 @@ class Client {
   bool backlog_ = false;           // there may be messages that are read and not taken
   std::optional<Queued> current_;  // the answer to the last one taken, until it is prepared
   std::deque<Queued> queue_;
+  std::size_t waiting_ = 0;  // bytes that are held for the queue
 };
 
 BigNum Sessions::issue() { return keyOf(++count_); }
@@ -350,7 +368,7 @@ void Server::wait() {
   Time due = Time::max();
   watches_.clear();
   for (const auto& client : clients_) {
-    watches_.push_back({client->handle(), client->wantsInput(), client->wantsOutput(now)});
+    watches_.push_back({client->handle(), client->wantsInput(now), client->wantsOutput(now)});
     due = std::min(due, client->nextTurn(now).value_or(due));
   }
   watches_.push_back({listener_.handle(), !exhausted_, false});
@@ -366,7 +384,7 @@ void Server::serveClients() {
       client.drop();
       continue;
     }
-    if (watches_[i].input || client.hasBacklog()) {
+    if (watches_[i].input || client.hasBacklog(now)) {
       client.takeInput(now, Turn(now + length));
     }
     if (!client.isGone()) {

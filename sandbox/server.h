@@ -33,7 +33,8 @@ struct Service {
 class Client;
 
 // Serves all clients in one thread. No client waits long for another: input is taken as it comes, an answer
-// goes out in portions as its client takes them, and long work is done in turns.
+// goes out in portions as its client takes them, and long work is done in turns. A client for which much
+// waits is not read until it takes some of that.
 class Server {
  public:
   // Both must outlive the server.

@@ -132,6 +132,27 @@ def test_objects_on_demand():
         assert [line.count(",") for line in lists.splitlines()] == [9999, 10000, 9999, 0]  # an id set begins with one
 
 
+# Answers to long requests pile up to 64, answers that are not due to 16 MiB; padding makes a request long.
+WEEKS = wire(f"74( 020106 {'19' * 20000} A6( '7' 'tsdbIndex' 010101 {integer(1760745600).hex()} 0204690553C0 020100 020100 ) )")
+
+
+@pytest.mark.parametrize("delay, asked", [("0", WEEKS), ("0", ASK_TIME), ("60000", ASK_TIME)])
+def test_client_that_does_not_read(delay, asked):
+    with sandbox("--delay", delay, "--now", "1761955200") as server:
+        with connected(server, LOG_IN) as client:
+            client.settimeout(1)
+            requests, sent = memoryview(asked * (20000000 // len(asked))), 0
+            with pytest.raises(TimeoutError):
+                while sent < len(requests):
+                    sent += client.send(requests[sent:])
+            client.settimeout(PATIENCE)
+            if delay == "0":
+                head, one = (len(exchange(server, LOG_IN, request)) for request in (b"", asked))
+                left = head + sent // len(asked) * (one - head)
+                while left:
+                    left -= len(client.recv(left))
+
+
 def test_heavy_filter_lets_others_pass():
     term = "30( 30( 'longLabel' 020106 A0( 'x' ) ) 0A0105 )"
     heavy = select(1, "1", step("Domain", 1, "", below=step("Node", 0, BOTH, term * 1500)))
