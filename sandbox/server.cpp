@@ -386,6 +386,9 @@ void Server::serveClients() {
     }
     if (watches_[i].input || client.hasBacklog(now)) {
       client.takeInput(now, Turn(now + length));
+      if (stopRequested()) {  // a single message may be long work
+        return;
+      }
     }
     if (!client.isGone()) {
       client.giveOutput(now, Turn(std::chrono::steady_clock::now() + length));
@@ -397,7 +400,12 @@ void Server::serveClients() {
 }
 
 void Server::acceptClients() {
-  while (std::optional<Peer> peer = listener_.accept(exhausted_)) {
+  const Turn turn(std::chrono::steady_clock::now() + kTurn);
+  while (!turn.isOver()) {
+    std::optional<Peer> peer = listener_.accept(exhausted_);
+    if (!peer) {
+      return;
+    }
     clients_.push_back(std::make_unique<Client>(std::move(*peer), service_));
   }
 }

@@ -73,7 +73,8 @@ struct Watch {
 };
 
 // From here on SIGINT and SIGTERM, or Ctrl+C and Ctrl+Break, request a stop: they end a wait instead of the
-// program. Throws error::ESystemError.
+// program. A wait may overlook one as long as watches are ready, stopRequested never does. Throws
+// error::ESystemError.
 void catchStopRequests();
 bool stopRequested();
 

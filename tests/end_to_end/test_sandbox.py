@@ -1,7 +1,9 @@
 """The sandbox: its sample tree and data, and the answers to raw messages."""
 
+import contextlib
 import re
 import socket
+import threading
 import time
 from concurrent.futures import ThreadPoolExecutor
 
@@ -130,6 +132,20 @@ def test_objects_on_demand():
         assert [len(text.encode()) for text in incidents] == [60] * 9
         lists = run(*server, *LOGIN, "listproperties", ".,large", "dependencies", "aliases", "gidList", "picture").out
         assert [line.count(",") for line in lists.splitlines()] == [9999, 10000, 9999, 0]  # an id set begins with one
+
+
+def test_ends_under_clients_that_send_without_a_pause():
+    sent = threading.Semaphore(0)
+
+    def sends_on(client):
+        with contextlib.suppress(ConnectionError):
+            while not client.sendall(b"\x19" * (1 << 20)):  # padding
+                sent.release()
+
+    with sandbox() as server:  # which ends with SIGTERM
+        for _ in range(6):
+            threading.Thread(target=sends_on, args=[connected(server, LOG_IN)], daemon=True).start()
+        assert all(sent.acquire(timeout=PATIENCE) for _ in range(60))
 
 
 # Answers to long requests pile up to 64, answers that are not due to 16 MiB; padding makes a request long.

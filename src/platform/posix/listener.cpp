@@ -73,7 +73,13 @@ void catchStopRequests() {
   ::sigaction(SIGTERM, &action, nullptr);
 }
 
-bool stopRequested() { return g_stopRequested != 0; }
+// A wait that finds a socket ready delivers no signal. While clients keep the server busy, the signal is
+// pending.
+bool stopRequested() {
+  sigset_t pending;
+  ::sigpending(&pending);
+  return g_stopRequested != 0 || sigismember(&pending, SIGINT) == 1 || sigismember(&pending, SIGTERM) == 1;
+}
 
 void waitForSockets(std::span<Watch> watches, std::optional<std::chrono::milliseconds> time) {
   std::vector<pollfd> polled;
