@@ -30,6 +30,9 @@ constexpr std::size_t kAnswerItself = 256;
 // How long one client is served before the others have their turn, and all of them together at most.
 constexpr std::chrono::milliseconds kTurn{2}, kRound{250};
 
+// From one attempt to accept a client for which there is no descriptor to the next.
+constexpr std::chrono::milliseconds kRetry{250};
+
 // "Morvex", above the number of the session.
 constexpr const char* kKeyPrefix = "4d6f7276657800000000";
 
@@ -357,7 +360,7 @@ void Server::run() {
   while (!stopRequested()) {
     wait();
     serveClients();
-    if (watches_.back().input) {
+    if (exhausted_ || watches_.back().input) {
       acceptClients();
     }
   }
@@ -365,7 +368,7 @@ void Server::run() {
 
 void Server::wait() {
   const Time now = std::chrono::steady_clock::now();
-  Time due = Time::max();
+  Time due = exhausted_ ? now + kRetry : Time::max();
   watches_.clear();
   for (const auto& client : clients_) {
     watches_.push_back({client->handle(), client->wantsInput(now), client->wantsOutput(now)});
@@ -394,9 +397,7 @@ void Server::serveClients() {
       client.giveOutput(now, Turn(std::chrono::steady_clock::now() + length));
     }
   }
-  if (std::erase_if(clients_, [](const auto& client) { return client->isGone(); }) > 0) {
-    exhausted_ = false;
-  }
+  std::erase_if(clients_, [](const auto& client) { return client->isGone(); });
 }
 
 void Server::acceptClients() {

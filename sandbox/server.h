@@ -53,7 +53,7 @@ class Server {
   Service& service_;
   std::vector<std::unique_ptr<Client>> clients_;
   std::vector<Watch> watches_;  // of the clients, and behind them of the listener
-  bool exhausted_ = false;      // no descriptor is left for a further client
+  bool exhausted_ = false;      // no descriptor was left for a further client
 };
 
 }  // namespace morvex::sandbox

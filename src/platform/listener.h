@@ -79,7 +79,8 @@ void catchStopRequests();
 bool stopRequested();
 
 // Returns when a watch is ready, the time is over (without one: never), or a stop was requested. input and
-// output then say what is ready. Throws error::ESystemError.
+// output then say what is ready, or what may be if the limit of descriptors forbids to wait for so many.
+// Throws error::ESystemError.
 void waitForSockets(std::span<Watch> watches, std::optional<std::chrono::milliseconds> time);
 
 }  // namespace morvex

@@ -1,7 +1,9 @@
 """The sandbox: its sample tree and data, and the answers to raw messages."""
 
 import contextlib
+import pathlib
 import re
+import resource
 import socket
 import threading
 import time
@@ -146,6 +148,18 @@ def test_ends_under_clients_that_send_without_a_pause():
         for _ in range(6):
             threading.Thread(target=sends_on, args=[connected(server, LOG_IN)], daemon=True).start()
         assert all(sent.acquire(timeout=PATIENCE) for _ in range(60))
+
+
+@pytest.mark.parametrize("limit", [0, 4])  # fewer than sockets; the standard streams and the listener
+def test_descriptors_are_free_again(limit):
+    with sandbox() as server:
+        pid = int(pathlib.Path(f"/proc/self/task/{threading.get_native_id()}/children").read_text().split()[-1])
+        limits = resource.prlimit(pid, resource.RLIMIT_NOFILE)
+        resource.prlimit(pid, resource.RLIMIT_NOFILE, (limit, limits[1]))
+        with connected(server, CLIENT_WANTS) as client:
+            time.sleep(0.5)  # so that the server has noticed
+            resource.prlimit(pid, resource.RLIMIT_NOFILE, limits)
+            assert client.recv(1000) == OFFERS
 
 
 # Answers to long requests pile up to 64, answers that are not due to 16 MiB; padding makes a request long.

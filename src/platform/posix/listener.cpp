@@ -94,9 +94,15 @@ void waitForSockets(std::span<Watch> watches, std::optional<std::chrono::millise
     limit.tv_sec = static_cast<time_t>(count / 1000);
     limit.tv_nsec = static_cast<decltype(limit.tv_nsec)>(count % 1000 * 1'000'000);
   }
-  if (::ppoll(polled.data(), polled.size(), time ? &limit : nullptr, &g_signalsWhileWaiting) < 0 &&
-      errno != EINTR) {
-    throwSocketError("Cannot wait for clients");
+  if (::ppoll(polled.data(), polled.size(), time ? &limit : nullptr, &g_signalsWhileWaiting) < 0) {
+    if (errno == EINVAL) {  // the limit of descriptors has been lowered below the number of sockets
+      const timespec nap{0, 50'000'000};
+      (void)::ppoll(nullptr, 0, &nap, &g_signalsWhileWaiting);
+      return;  // all may be ready
+    }
+    if (errno != EINTR) {
+      throwSocketError("Cannot wait for clients");
+    }
   }
   for (std::size_t i = 0; i < watches.size(); ++i) {
     watches[i].input = (polled[i].revents & POLLIN) != 0;
